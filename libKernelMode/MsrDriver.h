@@ -1,0 +1,24 @@
+#pragma once
+
+#include <libKernelMode/Driver.h>
+#include <libKernelMode/DriverBackend.h>
+
+namespace libKernelMode {
+
+// Model-specific registers of the processor that the calling thread runs on.
+class KERNELMODE_EXPORT MsrDriver : public Driver {
+  public:
+    MsrDriver();
+    ~MsrDriver() override;
+
+    // False when the driver is not open or the access fails; `value` is written on success only.
+    bool readMsr(std::uint32_t msr, std::uint64_t& value);
+    bool writeMsr(std::uint32_t msr, std::uint64_t value);
+
+  private:
+    bool open(std::string& reason) override;
+
+    std::unique_ptr<MsrAccess> m_access;
+};
+
+} // namespace libKernelMode

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <libQuarrow/os/cpuid_args.h>
+
+#include <map>
+#include <utility>
+
+// Private to the library: where decoders read a processor from. Whatever turns register values into facts takes one of
+// these and nothing else, so that the same code serves live processors, recordings and three literal leaves in a test.
+
+namespace libQuarrow::cpu {
+
+class CpuidReader {
+  public:
+    virtual ~CpuidReader() = default;
+    // CPUID with EAX = leaf, ECX = subleaf, EBX = EDX = 0.
+    virtual cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) = 0;
+    // XGETBV with ECX = 0. Asked only where leaf 1 says OSXSAVE.
+    virtual std::uint64_t xcr0() = 0;
+    // Whether there is a CPUID instruction at all.
+    virtual bool hasCpuid() = 0;
+};
+
+// Executes each read on the processor that the calling thread is on.
+class LiveCpuidReader : public CpuidReader {
+  public:
+    cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override;
+    std::uint64_t xcr0() override;
+    bool hasCpuid() override;
+};
+
+// Reads each leaf and sub-leaf of another reader once and answers from memory from then on.
+class RememberingCpuidReader : public CpuidReader {
+  public:
+    explicit RememberingCpuidReader(CpuidReader& source) : m_source(source) {}
+
+    cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override;
+    std::uint64_t xcr0() override { return m_source.xcr0(); }
+    bool hasCpuid() override { return m_source.hasCpuid(); }
+
+  private:
+    CpuidReader& m_source;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, cpuid_args> m_read;
+};
+
+} // namespace libQuarrow::cpu

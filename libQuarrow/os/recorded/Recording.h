@@ -1,0 +1,52 @@
+#pragma once
+
+#include <libQuarrow/os/cpuid_args.h>
+#include <libQuarrow/quarrow_export.h>
+
+#include <boost/optional.hpp>
+
+#include <cstddef>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace libQuarrow::os {
+
+// One logical processor of a recording.
+struct RecordedProcessor {
+    std::uint16_t group = 0; // processor group
+    std::uint8_t bit = 0;    // 0 to 63: the processor's place in its group
+    // Leaf and sub-leaf to the registers (EAX to EDX) that CPUID stored.
+    std::map<std::pair<std::uint32_t, std::uint32_t>, cpu::cpuid_args> leaves;
+    std::map<std::uint32_t, std::uint64_t> msrs;
+    boost::optional<std::uint64_t> xcr0; // absent: what leaf 0xD says can be enabled, where OSXSAVE is set
+};
+
+// A whole machine as data: what a recording file holds.
+struct Recording {
+    std::vector<RecordedProcessor> processors; // in the order of the file, no two at the same group and bit
+    boost::optional<std::uint64_t> tscHertz;   // time-stamp counter rate
+    std::map<std::uint64_t, std::uint8_t> memory;         // physical address to byte
+    std::map<std::uint16_t, std::uint8_t> ports;          // I/O port to byte
+};
+
+// What was wrong with a recording: one line, "<file>:<line>: <what was expected>" or "<file>: <what is wrong>".
+struct RecordingError {
+    std::string message;
+};
+
+// The largest recording that is read: 64 MiB.
+constexpr std::size_t maxRecordingBytes = std::size_t{64} << 20;
+
+// Reads a recording in any of the formats of docs/recordings.md. On failure nothing is answered and `error` says why.
+// `name` is what the message calls the file.
+QUARROW_EXPORT boost::optional<Recording> parseRecording(const std::string& text, const std::string& name,
+                                                         RecordingError& error);
+// The same from a file, or from standard input when `path` is "-".
+QUARROW_EXPORT boost::optional<Recording> readRecording(const std::string& path, RecordingError& error);
+// Writes Quarrow's own format. Reading it back gives the same recording; writing that again gives the same text.
+QUARROW_EXPORT void writeRecording(const Recording& recording, std::ostream& out);
+
+} // namespace libQuarrow::os
