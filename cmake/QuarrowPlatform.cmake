@@ -1,4 +1,4 @@
-# Which of the os/ folders is built.
+# Which of the os/ folders is built, and where everything that is built lies.
 if(NOT CMAKE_SIZEOF_VOID_P EQUAL 8)
     message(FATAL_ERROR "Quarrow is for x86-64 only.")
 endif()
@@ -8,10 +8,24 @@ else()
     set(QUARROW_OS linux)
 endif()
 
-# Everything that is built lies side by side, so that programs find their libraries on Windows too.
+# Side by side, so that programs find their libraries on Windows too.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+# MinGW's run-time libraries go beside the programs that need them.
+if(MINGW)
+    file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+                        OUTPUT_VARIABLE found OUTPUT_STRIP_TRAILING_WHITESPACE)
+        if(NOT IS_ABSOLUTE "${found}")
+            set(found /usr/x86_64-w64-mingw32/lib/${name})
+        endif()
+        file(COPY_FILE ${found} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ONLY_IF_DIFFERENT)
+        list(APPEND QUARROW_RUNTIME_DLLS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name})
+    endforeach()
+endif()
 
 if(QUARROW_SANITIZE)
     add_compile_options(-fsanitize=${QUARROW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

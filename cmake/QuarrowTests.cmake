@@ -12,9 +12,9 @@ else()
 endif()
 
 # quarrow_tests(<program> FOLDER <folder> [INTERNAL] LINK <targets>): the tests of tests/<folder>, those named
-# *_internal_test.cpp or the others, with what all tests share.
+# *_internal_test.cpp or the others, with what all tests share and the further SOURCES.
 function(quarrow_tests program)
-    cmake_parse_arguments(ARG "INTERNAL" "FOLDER" "LINK" ${ARGN})
+    cmake_parse_arguments(ARG "INTERNAL" "FOLDER" "LINK;SOURCES" ${ARGN})
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*_test.cpp)
     foreach(other windows linux)
         if(NOT other STREQUAL QUARROW_OS)
@@ -32,7 +32,7 @@ function(quarrow_tests program)
     if(ARG_FOLDER STREQUAL "libQuarrow")
         file(GLOB support CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp)
     endif()
-    add_executable(${program} ${sources} ${support})
+    add_executable(${program} ${sources} ${support} ${ARG_SOURCES})
     target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${program} PRIVATE ${ARG_LINK} ${QUARROW_GTEST} quarrow_headers)
     target_compile_definitions(${program} PRIVATE QUARROW_CORPUS="${QUARROW_CORPUS}"

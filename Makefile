@@ -1,0 +1,56 @@
+# What a newcomer types. People who live in CMake use the presets of CMakePresets.json directly.
+
+CORPUS ?=
+JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
+ccache := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+export WINEPREFIX ?= $(CURDIR)/build/wine
+# $(call build,PRESET[,OPTIONS]): configures, quietly unless it fails, and builds.
+define build
+@mkdir -p build
+@cmake --preset $(1) $(ccache) $(2) >build/$(1).log 2>&1 || { cat build/$(1).log; exit 1; }
+@cmake --build build/$(1) --parallel $(JOBS)
+endef
+corpus_option = -DQUARROW_CORPUS="$(abspath $(CORPUS))"
+
+.NOTPARALLEL:
+.PHONY: all report test test-linux test-linux-asan test-windows fuzz install format clean
+
+# The libraries and the tool, as they are installed.
+all:
+	@scripts/install-packages.sh build
+	$(call build,release)
+
+# Builds and prints the machine that this runs on.
+report: all
+	@build/release/bin/quarrow
+
+# Builds and tests Linux, Linux under sanitizers, and Windows under Wine. CORPUS=FOLDER adds a folder of CPUID dumps.
+test: test-linux test-linux-asan test-windows
+
+test-linux test-linux-asan: test-%:
+	@scripts/install-packages.sh test
+	$(call build,$*,$(corpus_option))
+	ctest --preset $* --parallel $(JOBS)
+
+test-windows:
+	@scripts/install-packages.sh test
+	$(call build,windows,$(corpus_option))
+	@scripts/run-under-wine.sh wineboot --init
+	ctest --preset windows --parallel $(JOBS)
+
+# Runs each fuzz target for SECONDS, seeded with the project's own machines and those of CORPUS.
+SECONDS ?= 60
+fuzz:
+	@scripts/install-packages.sh fuzz
+	$(call build,fuzz)
+	@tests/fuzz/run.sh build/fuzz $(SECONDS) $(CORPUS)
+
+install: all
+	cmake --install build/release --prefix "$(PREFIX)"
+
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf build

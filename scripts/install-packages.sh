@@ -1,0 +1,39 @@
+#!/bin/sh
+# Installs from Debian what building needs and this machine lacks; with "test" what testing on both platforms needs too,
+# with "fuzz" what the fuzz targets need.
+# Asks nothing; needs root only when something is missing.
+set -eu
+
+build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64"
+fuzz="clang libclang-rt-14-dev"
+
+case "${1:-build}" in
+    build) wanted="$build" ;;
+    test) wanted="$build $test" ;;
+    fuzz) wanted="$build $fuzz" ;;
+    *)
+        echo "usage: $0 [build|test|fuzz]" >&2
+        exit 2
+        ;;
+esac
+
+missing=""
+for package in $wanted; do
+    state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+as_root=""
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "missing packages:$missing; install them as root with: apt-get install$missing" >&2
+        exit 1
+    fi
+    as_root="sudo"
+fi
+echo "Installing:$missing"
+$as_root apt-get update -q
+# shellcheck disable=SC2086 # a list of words
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $missing
