@@ -16,12 +16,35 @@ class KERNELMODE_EXPORT MsrAccess {
     virtual bool write(std::uint32_t msr, std::uint64_t value) = 0;
 };
 
+// An open way to physical memory. Closed by the destructor. The callers have checked the arguments: the range does not
+// wrap round, and where unitBytes is not 0, address and size are multiples of it.
+class KERNELMODE_EXPORT MemoryAccess {
+  public:
+    virtual ~MemoryAccess();
+    // unitBytes 4: nothing but aligned 32-bit accesses, as device registers want them. 0: any accesses; an aligned value
+    // of 2, 4 or 8 bytes is moved by one access of its width all the same.
+    virtual bool read(std::uint64_t address, void* buffer, std::uint32_t size, std::uint32_t unitBytes) = 0;
+    virtual bool write(std::uint64_t address, const void* buffer, std::uint32_t size, std::uint32_t unitBytes) = 0;
+};
+
+// An open way to the I/O ports, for the thread that opened it. Closed by the destructor. `widthBytes` is 1, 2 or 4, and
+// all of its ports exist (0 to 0xFFFF). Every access is one access of that width.
+class KERNELMODE_EXPORT PortAccess {
+  public:
+    virtual ~PortAccess();
+    virtual bool read(std::uint16_t port, std::uint32_t widthBytes, std::uint32_t& value) = 0;
+    virtual bool write(std::uint16_t port, std::uint32_t widthBytes, std::uint32_t value) = 0;
+};
+
 // What stands behind the driver classes: the operating system's driver, or a recorded machine's answers.
 class KERNELMODE_EXPORT DriverBackend {
   public:
     virtual ~DriverBackend();
     // Null when there is no such driver or it may not be used; then `reason` says which device, why, and what to do.
     virtual std::unique_ptr<MsrAccess> openMsr(std::string& reason) = 0;
+    // The same. A backend that does not override them has none.
+    virtual std::unique_ptr<MemoryAccess> openMemory(std::string& reason);
+    virtual std::unique_ptr<PortAccess> openPorts(std::string& reason);
 };
 
 // The backend of the operating system this library was built for.
