@@ -13,6 +13,7 @@
 
 namespace libQuarrow::cpu {
 
+class CpuidReader;
 class x86_caches;
 class x86_vendor_info;
 struct x86_speed_metrics;
@@ -47,12 +48,13 @@ class QUARROW_EXPORT x86_cpu {
     bool isAmdOrIntel() const { return isAmd() || isIntel(); }
     x86_cpu_vendor getVendor() const { return m_vendor; }
     const zel::String& getVendorName() const { return m_vendorName; }
-    const zel::String& getCpuName() const { return m_cpuName; } // the brand string, blanks normalised
-    bool getApicId(unsigned int& id) const;                     // false when there is none
+    const zel::String& getCpuName() const { return m_cpuName; }             // the brand string, blanks normalised
+    bool getApicId(unsigned int& id) const;                                 // false when there is none
     unsigned int getLogicalCpuNumber() const { return m_logicalCpuNumber; } // 0xFFFFFFFF: cannot be determined
     const x86_cpu_location& getLocation() const { return m_location; }
     const x86_cpu_signature& getSignature() const { return m_signature; }
     const AffinityMask& getAffinityMask() const { return m_affinity; }
+    bool usesThreadAffinity() const { return m_useThreadAffinity; } // else the whole process is pinned
     unsigned int getNumberCoresPerPhysicalPackage() const { return m_coresPerPackage; }
     unsigned int getNumberThreadsPerPhysicalPackage() const { return m_threadsPerPackage; }
     // How many core and thread numbers the package's APIC IDs leave room for.
@@ -94,7 +96,18 @@ class QUARROW_EXPORT x86_cpu {
     const x86_vendor_info* vendorInfo() const;
 
   private:
+    // Owns the vendor object, which points back at its x86_cpu: a copied or assigned holder is therefore empty.
+    class VendorHolder {
+      public:
+        VendorHolder();
+        VendorHolder(const VendorHolder&);
+        VendorHolder& operator=(const VendorHolder&);
+        ~VendorHolder();
+        std::unique_ptr<x86_vendor_info> object;
+    };
+
     void init();
+    void getTopologyInfo(CpuidReader& cpuid);
     bool cpuidAllowed(unsigned int leaf) const;
 
     bool m_valid = false;
@@ -116,7 +129,7 @@ class QUARROW_EXPORT x86_cpu {
     std::uint32_t m_threadsPerPackage = 0;
     std::uint32_t m_maxAddressableThreads = 0;
     std::uint32_t m_maxAddressableCores = 0;
-    mutable std::unique_ptr<x86_vendor_info> m_pVendorSpecific;
+    mutable VendorHolder m_pVendorSpecific;
 };
 
 } // namespace libQuarrow::cpu
