@@ -12,15 +12,18 @@ namespace libQuarrow::cpu {
 
 class WinAffinity;
 
-// How affinities are read and set, for the calling process and thread. An implementation has no mutable state; every
-// failure of the operating system is false or none.
+// How affinities are read and set, for the calling process and thread. Every failure of the operating system is false
+// or none. A backend may be used from several threads.
 class QUARROW_EXPORT AffinityAPI {
   public:
     virtual ~AffinityAPI();
+    // True when the process, or the calling thread, runs on these processors alone from now on. What else a backend may
+    // leave out of a value of several groups is its own rule.
     virtual bool setProcessAffinity(const WinAffinity& affinity) = 0;
     virtual bool setThreadAffinity(const WinAffinity& affinity) = 0;
+    // Whether values of other groups than 0 can mean anything here.
     virtual bool supportsCpuGroups() const = 0;
-    // Processors of the system, of the process, of the thread; not necessarily sorted or merged.
+    // The processors of the system, of the process, of the thread; not necessarily sorted or merged.
     virtual boost::optional<std::vector<GroupAffinity>> systemAffinity() = 0;
     virtual boost::optional<std::vector<GroupAffinity>> processAffinity() = 0;
     virtual boost::optional<std::vector<GroupAffinity>> threadAffinity() = 0;

@@ -18,6 +18,11 @@ struct QUARROW_EXPORT GroupAffinity {
     GroupAffinity(std::uint16_t groupNumber, std::uint64_t processors) : group(groupNumber), mask(processors) {}
     // From `Group` and `Mask` of the system's record, whose fields stand in the other order. Windows only.
     GroupAffinity(const _GROUP_AFFINITY& system);
+
+    friend bool operator==(const GroupAffinity& a, const GroupAffinity& b) {
+        return a.group == b.group && a.mask == b.mask;
+    }
+    friend bool operator!=(const GroupAffinity& a, const GroupAffinity& b) { return !(a == b); }
 };
 
 } // namespace libQuarrow::cpu

@@ -26,11 +26,10 @@ class QUARROW_EXPORT ScopedAffinity {
 
   private:
     bool setAffinity(AffinityMask& mask);
-    bool apply(const AffinityMask& mask) const;
 
-    bool m_threadScope;
-    bool m_savedValid;
-    bool m_applied;
+    bool m_threadScope; // the thread, or the whole process
+    bool m_savedValid;  // m_saved could be read
+    bool m_applied;     // the last set() succeeded and has not been undone
     AffinityMask m_saved;
     AffinityMask m_target;
 };

@@ -1,0 +1,13 @@
+#include <libQuarrow/cpu/AffinityAPI.h>
+
+#include <libQuarrow/os/Machine.h>
+
+namespace libQuarrow::cpu {
+
+AffinityAPI::~AffinityAPI() = default;
+
+std::shared_ptr<AffinityAPI> AffinityAPI::create() {
+    return os::currentMachine().createAffinityAPI();
+}
+
+} // namespace libQuarrow::cpu

@@ -1,0 +1,209 @@
+#include <libQuarrow/cpu/WinAffinity.h>
+
+#include <zel/Array.h>
+
+#include <algorithm>
+#include <bitset>
+#include <map>
+
+namespace libQuarrow::cpu {
+namespace {
+
+constexpr unsigned int processorsPerGroup = 64;
+
+bool hasBit(std::uint64_t mask, unsigned int bit) {
+    return ((mask >> bit) & 1) != 0;
+}
+
+// How many processors a group has up to its highest one: 0 for an empty mask.
+unsigned int countToHighest(std::uint64_t mask) {
+    unsigned int count = 0;
+    for (; mask != 0; mask >>= 1) {
+        ++count;
+    }
+    return count;
+}
+
+} // namespace
+
+WinAffinity::WinAffinity() : WinAffinity(std::uint64_t{0}) {}
+
+WinAffinity::WinAffinity(std::uint64_t group0Mask) : WinAffinity(std::vector{GroupAffinity(0, group0Mask)}) {}
+
+WinAffinity::WinAffinity(std::vector<GroupAffinity> groups) : m_groups(std::move(groups)), m_api(getAffinityAPI()) {
+    normalize();
+}
+
+std::shared_ptr<AffinityAPI> WinAffinity::getAffinityAPI() {
+    return AffinityAPI::create();
+}
+
+void WinAffinity::normalize() {
+    std::sort(m_groups.begin(), m_groups.end(),
+              [](const GroupAffinity& a, const GroupAffinity& b) { return a.group < b.group; });
+    std::vector<GroupAffinity> merged;
+    merged.reserve(m_groups.size());
+    for (const GroupAffinity& entry : m_groups) {
+        if (entry.mask == 0) {
+            continue;
+        }
+        if (!merged.empty() && merged.back().group == entry.group) {
+            merged.back().mask |= entry.mask;
+        } else {
+            merged.push_back(entry);
+        }
+    }
+    m_groups = std::move(merged);
+}
+
+bool WinAffinity::operator==(const WinAffinity& other) const {
+    return m_groups == other.m_groups;
+}
+
+WinAffinity WinAffinity::operator|(const WinAffinity& other) const {
+    WinAffinity result(*this);
+    result |= other;
+    return result;
+}
+
+WinAffinity& WinAffinity::operator|=(const WinAffinity& other) {
+    std::vector<GroupAffinity> both = m_groups;
+    both.insert(both.end(), other.m_groups.begin(), other.m_groups.end());
+    m_groups = std::move(both);
+    normalize();
+    return *this;
+}
+
+WinAffinity WinAffinity::operator&(const WinAffinity& other) const {
+    std::map<std::uint16_t, std::uint64_t> masks;
+    for (const GroupAffinity& entry : m_groups) {
+        masks.emplace(entry.group, entry.mask);
+    }
+    std::vector<GroupAffinity> common;
+    for (const GroupAffinity& entry : other.m_groups) {
+        const auto own = masks.find(entry.group);
+        if (own != masks.end()) {
+            common.emplace_back(entry.group, own->second & entry.mask);
+        }
+    }
+    return WinAffinity(std::move(common));
+}
+
+WinAffinity& WinAffinity::operator&=(const WinAffinity& other) {
+    return *this = *this & other;
+}
+
+std::vector<WinAffinity> WinAffinity::split(SplitType type) const {
+    std::vector<WinAffinity> parts;
+    if (type == PerGroup) {
+        for (const GroupAffinity& entry : m_groups) {
+            parts.push_back(WinAffinity(std::vector{entry}));
+        }
+    } else if (type == PerLogicalCpu) {
+        parts.reserve(logicalCpuCount());
+        for (const GroupAffinity& entry : m_groups) {
+            for (unsigned int bit = 0; bit < processorsPerGroup; ++bit) {
+                if (hasBit(entry.mask, bit)) {
+                    parts.push_back(WinAffinity(std::vector{GroupAffinity(entry.group, std::uint64_t{1} << bit)}));
+                }
+            }
+        }
+    }
+    return parts;
+}
+
+std::uint32_t WinAffinity::logicalCpuCount() const {
+    std::uint32_t count = 0;
+    for (const GroupAffinity& entry : m_groups) {
+        count += static_cast<std::uint32_t>(std::bitset<processorsPerGroup>(entry.mask).count());
+    }
+    return count;
+}
+
+boost::optional<unsigned int> WinAffinity::getLogicalCpuNumber() const {
+    if (logicalCpuCount() != 1) {
+        return boost::none;
+    }
+    const GroupAffinity& processor = m_groups.front();
+    unsigned int number = countToHighest(processor.mask) - 1;
+    if (processor.group == 0) {
+        return number;
+    }
+    const auto system = m_api != nullptr ? m_api->systemAffinity() : boost::none;
+    if (!system) {
+        return boost::none;
+    }
+    // The list is taken as the backend gives it, and an earlier group counts up to its highest processor, holes
+    // included. Both are meant: the numbers are in use as they are.
+    for (const GroupAffinity& earlier : *system) {
+        if (earlier.group >= processor.group) {
+            break;
+        }
+        number += countToHighest(earlier.mask);
+    }
+    return number;
+}
+
+bool WinAffinity::supportsCpuGroups() const {
+    return m_api != nullptr && m_api->supportsCpuGroups();
+}
+
+bool WinAffinity::setProcessAffinity() const {
+    return m_api != nullptr && m_api->setProcessAffinity(*this);
+}
+
+bool WinAffinity::setThreadAffinity() const {
+    return m_api != nullptr && m_api->setThreadAffinity(*this);
+}
+
+boost::optional<WinAffinity> WinAffinity::read(boost::optional<std::vector<GroupAffinity>> (AffinityAPI::*reader)()) {
+    std::shared_ptr<AffinityAPI> api = getAffinityAPI();
+    auto groups = api != nullptr ? (*api.*reader)() : boost::none;
+    if (!groups) {
+        return boost::none;
+    }
+    WinAffinity affinity(std::move(*groups));
+    // A backend may remember more of what it read than the list can say, and needs that to put it back exactly.
+    affinity.m_api = std::move(api);
+    return affinity;
+}
+
+boost::optional<WinAffinity> WinAffinity::systemAffinity() {
+    return read(&AffinityAPI::systemAffinity);
+}
+
+boost::optional<WinAffinity> WinAffinity::processAffinity() {
+    return read(&AffinityAPI::processAffinity);
+}
+
+boost::optional<WinAffinity> WinAffinity::threadAffinity() {
+    return read(&AffinityAPI::threadAffinity);
+}
+
+zel::String WinAffinity::toString() const {
+    static const std::vector<GroupAffinity> empty{GroupAffinity()};
+    zel::Array<zel::String> pieces;
+    for (const GroupAffinity& entry : m_groups.empty() ? empty : m_groups) {
+        const zel::String mask = zel::String::SprintfFormat("%016I64Xh", entry.mask);
+        pieces.append(zel::String::SprintfFormat("%u%s%s", entry.group, ":", mask.getLowerByteString()));
+    }
+    return zel::String::join(pieces, "/");
+}
+
+boost::optional<WinAffinity> WinAffinity::fromString(const zel::String& text) {
+    std::vector<GroupAffinity> groups;
+    for (const zel::String& piece : text.split("/")) {
+        const zel::Array<zel::String> fields = piece.split(":");
+        GroupAffinity entry;
+        if (fields.size() != 2 || !fields[0].toUint16(entry.group) || !fields[1].toUint64(entry.mask)) {
+            return boost::none;
+        }
+        groups.push_back(entry);
+    }
+    if (groups.empty()) {
+        return boost::none;
+    }
+    return WinAffinity(std::move(groups));
+}
+
+} // namespace libQuarrow::cpu
