@@ -11,7 +11,19 @@ std::atomic<DriverBackend*> replacement{nullptr};
 } // namespace
 
 MsrAccess::~MsrAccess() = default;
+MemoryAccess::~MemoryAccess() = default;
+PortAccess::~PortAccess() = default;
 DriverBackend::~DriverBackend() = default;
+
+std::unique_ptr<MemoryAccess> DriverBackend::openMemory(std::string& reason) {
+    reason = "cannot open physical memory: this machine's drivers give no access to it";
+    return nullptr;
+}
+
+std::unique_ptr<PortAccess> DriverBackend::openPorts(std::string& reason) {
+    reason = "cannot open the I/O ports: this machine's drivers give no access to them";
+    return nullptr;
+}
 
 DriverBackend& currentDriverBackend() {
     DriverBackend* const backend = replacement;

@@ -1,6 +1,9 @@
 // The drivers of the Linux kernel.
 #include <libKernelMode/DriverBackend.h>
 
+#include <libKernelMode/os/linux/IoPorts.h>
+#include <libKernelMode/os/linux/MemoryDevice.h>
+
 #include <cerrno>
 #include <fcntl.h>
 #include <sched.h>
@@ -65,6 +68,10 @@ class LinuxDriverBackend : public DriverBackend {
         }
         return std::make_unique<MsrDevice>(file);
     }
+    std::unique_ptr<MemoryAccess> openMemory(std::string& reason) override {
+        return openMemoryDevice("/dev/mem", reason);
+    }
+    std::unique_ptr<PortAccess> openPorts(std::string& reason) override { return openIoPorts(reason); }
 };
 
 } // namespace
