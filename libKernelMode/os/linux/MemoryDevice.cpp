@@ -1,0 +1,157 @@
+#include <libKernelMode/os/linux/MemoryDevice.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <limits>
+#include <sys/mman.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace libKernelMode {
+
+namespace {
+
+std::string describeFailure(const std::string& device, int error) {
+    const std::string failure = "cannot open " + device + ": ";
+    switch (error) {
+    case EACCES:
+    case EPERM:
+        return failure + "permission denied; physical memory needs root and a kernel that is not locked down";
+    case ENOENT:
+    case ENXIO:
+        return failure + "no such device; physical memory needs a kernel with CONFIG_DEVMEM";
+    default:
+        return failure + std::generic_category().message(error);
+    }
+}
+
+// The pages around a range of the device, mapped until the end of the scope.
+class Mapping {
+  public:
+    Mapping(int file, std::uint64_t address, std::uint32_t size, int protection) {
+        const std::uint64_t offset = address % static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+        const std::uint64_t start = address - offset;
+        if (start > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) {
+            return;
+        }
+        m_length = offset + size;
+        m_pages = ::mmap(nullptr, m_length, protection, MAP_SHARED, file, static_cast<off_t>(start));
+        if (m_pages != MAP_FAILED) {
+            m_bytes = static_cast<volatile std::uint8_t*>(m_pages) + offset;
+        }
+    }
+    ~Mapping() {
+        if (m_bytes != nullptr) {
+            ::munmap(m_pages, m_length);
+        }
+    }
+    Mapping(const Mapping&) = delete;
+    Mapping& operator=(const Mapping&) = delete;
+
+    // Null when the pages could not be mapped.
+    volatile std::uint8_t* bytes() const { return m_bytes; }
+
+  private:
+    void* m_pages = MAP_FAILED;
+    std::size_t m_length = 0;
+    volatile std::uint8_t* m_bytes = nullptr;
+};
+
+template <class T>
+void readUnits(const volatile std::uint8_t* device, std::uint8_t* buffer, std::uint32_t size) {
+    for (std::uint32_t i = 0; i < size; i += sizeof(T)) {
+        const T value = *reinterpret_cast<const volatile T*>(device + i);
+        std::memcpy(buffer + i, &value, sizeof(T));
+    }
+}
+
+template <class T>
+void writeUnits(volatile std::uint8_t* device, const std::uint8_t* buffer, std::uint32_t size) {
+    for (std::uint32_t i = 0; i < size; i += sizeof(T)) {
+        T value = 0;
+        std::memcpy(&value, buffer + i, sizeof(T));
+        *reinterpret_cast<volatile T*>(device + i) = value;
+    }
+}
+
+// The widest access, in bytes, that the range divides into.
+std::uint32_t widestUnit(std::uint64_t address, std::uint32_t size) {
+    for (const std::uint32_t width : {8u, 4u, 2u}) {
+        if (address % width == 0 && size % width == 0) {
+            return width;
+        }
+    }
+    return 1;
+}
+
+class MemoryDevice : public MemoryAccess {
+  public:
+    MemoryDevice(int file, bool writable) : m_file(file), m_writable(writable) {}
+    ~MemoryDevice() override { ::close(m_file); }
+    MemoryDevice(const MemoryDevice&) = delete;
+    MemoryDevice& operator=(const MemoryDevice&) = delete;
+
+    bool read(std::uint64_t address, void* buffer, std::uint32_t size, std::uint32_t unitBytes) override {
+        const Mapping mapping(m_file, address, size, PROT_READ);
+        if (mapping.bytes() == nullptr) {
+            return false;
+        }
+        const auto move = unitFunction(address, size, unitBytes, readUnits<std::uint8_t>, readUnits<std::uint16_t>,
+                                       readUnits<std::uint32_t>, readUnits<std::uint64_t>);
+        move(mapping.bytes(), static_cast<std::uint8_t*>(buffer), size);
+        return true;
+    }
+
+    bool write(std::uint64_t address, const void* buffer, std::uint32_t size, std::uint32_t unitBytes) override {
+        if (!m_writable) {
+            return false;
+        }
+        const Mapping mapping(m_file, address, size, PROT_READ | PROT_WRITE);
+        if (mapping.bytes() == nullptr) {
+            return false;
+        }
+        const auto move = unitFunction(address, size, unitBytes, writeUnits<std::uint8_t>, writeUnits<std::uint16_t>,
+                                       writeUnits<std::uint32_t>, writeUnits<std::uint64_t>);
+        move(mapping.bytes(), static_cast<const std::uint8_t*>(buffer), size);
+        return true;
+    }
+
+  private:
+    template <class Function>
+    static Function unitFunction(std::uint64_t address, std::uint32_t size, std::uint32_t unitBytes, Function by1,
+                                 Function by2, Function by4, Function by8) {
+        switch (unitBytes != 0 ? unitBytes : widestUnit(address, size)) {
+        case 2:
+            return by2;
+        case 4:
+            return by4;
+        case 8:
+            return by8;
+        default:
+            return by1;
+        }
+    }
+
+    int m_file;
+    bool m_writable;
+};
+
+} // namespace
+
+std::unique_ptr<MemoryAccess> openMemoryDevice(const std::string& device, std::string& reason) {
+    // O_SYNC: the kernel maps device registers uncached.
+    bool writable = true;
+    int file = ::open(device.c_str(), O_RDWR | O_SYNC | O_CLOEXEC);
+    if (file < 0 && (errno == EACCES || errno == EPERM || errno == EROFS)) {
+        writable = false;
+        file = ::open(device.c_str(), O_RDONLY | O_SYNC | O_CLOEXEC);
+    }
+    if (file < 0) {
+        reason = describeFailure(device, errno);
+        return nullptr;
+    }
+    return std::make_unique<MemoryDevice>(file, writable);
+}
+
+} // namespace libKernelMode
