@@ -28,6 +28,12 @@ class QUARROW_EXPORT x86_vendor_info {
 
     // A new object for the processor's maker, owned by the caller. It keeps a pointer to `cpu`, which must outlive it.
     static x86_vendor_info* getVendorInfoClass(const x86_cpu& cpu);
+
+  protected:
+    // Replaces `caches` by what CPUID leaf 4 (Intel) or 0x8000001D (AMD) says, in the leaf's order. The only source that
+    // tells how many threads share a cache; for Intel with topology IDs where the APIC ID is known. False when the
+    // processor has no such leaf (then `caches` is untouched), it describes no cache, or a read fails.
+    static bool getCacheTopologyInfo(const x86_cpu& cpu, zel::Array<x86_cache>& caches);
 };
 
 } // namespace libQuarrow::cpu
