@@ -162,8 +162,8 @@ Facts quarrowFacts(const std::string& path) {
     return facts;
 }
 
-Facts expectedFacts(const Table::Row& row, const std::vector<Table::Row>& topology, const std::vector<Table::Row>& flags,
-                    bool wholeMachine) {
+Facts expectedFacts(const Table::Row& row, const std::vector<Table::Row>& topology,
+                    const std::vector<Table::Row>& flags, bool wholeMachine) {
     Facts facts;
     for (const auto& [column, fact] : std::map<std::string, std::string>{{"logical_cpus", "logical processors"},
                                                                          {"vendor", "vendor"},

@@ -1,6 +1,6 @@
 // Runs over a folder of CPUID dumps of real machines. Every dump must load and decode. Where the folder says what other
-// programs make of its machines (expected.tsv, topology.tsv, flags.tsv), Quarrow must agree, but for the differences that
-// known_differences.tsv lists with their reasons.
+// programs make of its machines (expected.tsv, topology.tsv, flags.tsv), Quarrow must agree, but for the differences
+// that known_differences.tsv lists with their reasons.
 
 #include <tests/corpus/Facts.h>
 
