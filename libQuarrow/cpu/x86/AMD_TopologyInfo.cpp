@@ -80,25 +80,19 @@ AMD_TopologyInfo::AMD_TopologyInfo(std::vector<AmdTopologyEntry> entries) {
 }
 
 void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
-    boost::optional<std::uint32_t> node;
-    boost::optional<std::uint32_t> socket;
-    boost::optional<std::uint32_t> core;
+    std::uint32_t socket = 0; // the first entry opens socket 0
     std::uint32_t remainingThreads = 0;
     std::uint32_t thread = 0;
+    const AmdTopologyEntry* previous = nullptr;
     for (AmdTopologyEntry& entry : entries) {
-        if (node != entry.nodeId) {
-            node = entry.nodeId;
-            if (!socket) {
-                socket = 0;
-            } else if (entry.nodesPerProcessor == 0) {
-                // A new node opens a socket only here, and the count, a field plus 1, is never 0: every processor lands
-                // in socket 0. The comparison is meant so and must stay.
-                ++*socket;
-                core = boost::none;
-            }
+        bool sameCore = previous != nullptr && previous->coreId == entry.coreId;
+        if (previous != nullptr && previous->nodeId != entry.nodeId && entry.nodesPerProcessor == 0) {
+            // A new node opens a socket only here, and the count, a field plus 1, is never 0: every processor lands in
+            // socket 0. The comparison is meant so and must stay.
+            ++socket;
+            sameCore = false;
         }
-        if (core != entry.coreId) {
-            core = entry.coreId;
+        if (!sameCore) {
             remainingThreads = entry.threadsPerCore;
             thread = 0;
         } else if (remainingThreads == 0) {
@@ -110,6 +104,7 @@ void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
             --remainingThreads;
             ++thread;
         }
+        previous = &entry;
         entry.socket = socket;
         entry.thread = thread;
         m_entries.emplace(entry.affinity.toString(), entry);
