@@ -1,5 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_vendor_info.h>
 
+#include <libQuarrow/cpu/x86/x86_amd_info.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 
@@ -31,6 +32,8 @@ x86_vendor_info* x86_vendor_info::getVendorInfoClass(const x86_cpu& cpu) {
     switch (cpu.getVendor()) {
     case x86_vendor_intel:
         return new x86_intel_info(cpu);
+    case x86_vendor_amd:
+        return new x86_amd_info(cpu);
     default:
         return new x86_vendor_info();
     }
