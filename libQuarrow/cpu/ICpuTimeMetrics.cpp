@@ -1,0 +1,7 @@
+#include <libQuarrow/cpu/ICpuTimeMetrics.h>
+
+namespace libQuarrow::cpu {
+
+ICpuTimeMetrics::~ICpuTimeMetrics() = default;
+
+} // namespace libQuarrow::cpu
