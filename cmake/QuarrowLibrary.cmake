@@ -30,9 +30,9 @@ function(quarrow_library)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_link_libraries(${ARG_NAME} PUBLIC ${ARG_LINK} PRIVATE ${ARG_PRIVATE_LINK} $<BUILD_INTERFACE:quarrow_headers>)
     set_target_properties(${ARG_NAME} PROPERTIES
-        PREFIX "$<$<NOT:$<BOOL:${WIN32}>>:lib>" OUTPUT_NAME "${ARG_NAME}"
-        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-    if(ARG_NAME MATCHES "^lib")
+        OUTPUT_NAME "${ARG_NAME}" VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    # libzel.so and zel.dll, but libQuarrow.so and libQuarrow.dll.
+    if(WIN32 OR ARG_NAME MATCHES "^lib")
         set_target_properties(${ARG_NAME} PROPERTIES PREFIX "")
     endif()
 endfunction()
