@@ -3,7 +3,9 @@
 namespace libKernelMode {
 namespace {
 
-bool portsExist(unsigned int port, std::size_t width) { return port <= 0x10000 - width; }
+bool portsExist(unsigned int port, std::size_t width) {
+    return port <= 0x10000 - width;
+}
 
 } // namespace
 
@@ -32,11 +34,23 @@ bool IoDriver::write(unsigned int port, T value) {
            m_access->write(static_cast<std::uint16_t>(port), sizeof(T), value);
 }
 
-bool IoDriver::readPort8(unsigned int port, unsigned char& value) { return read(port, value); }
-bool IoDriver::readPort16(unsigned int port, unsigned short& value) { return read(port, value); }
-bool IoDriver::readPort32(unsigned int port, unsigned int& value) { return read(port, value); }
-bool IoDriver::writePort8(unsigned int port, unsigned char value) { return write(port, value); }
-bool IoDriver::writePort16(unsigned int port, unsigned short value) { return write(port, value); }
-bool IoDriver::writePort32(unsigned int port, unsigned int value) { return write(port, value); }
+bool IoDriver::readPort8(unsigned int port, unsigned char& value) {
+    return read(port, value);
+}
+bool IoDriver::readPort16(unsigned int port, unsigned short& value) {
+    return read(port, value);
+}
+bool IoDriver::readPort32(unsigned int port, unsigned int& value) {
+    return read(port, value);
+}
+bool IoDriver::writePort8(unsigned int port, unsigned char value) {
+    return write(port, value);
+}
+bool IoDriver::writePort16(unsigned int port, unsigned short value) {
+    return write(port, value);
+}
+bool IoDriver::writePort32(unsigned int port, unsigned int value) {
+    return write(port, value);
+}
 
 } // namespace libKernelMode

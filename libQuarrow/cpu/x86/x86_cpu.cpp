@@ -7,6 +7,7 @@
 #include <libQuarrow/cpu/x86/x86_topology.h>
 #include <libQuarrow/cpu/x86/x86_vendor_info.h>
 #include <zel/Assertion.h>
+#include <zel/Log.h>
 
 #include <utility>
 
@@ -198,6 +199,18 @@ bool x86_cpu::getTechnologyString(zel::String& text) const {
 
 bool x86_cpu::getSocketTypeString(zel::String& text) const {
     return vendorInfo()->getSocketTypeString(text);
+}
+
+bool x86_cpu::getSpeedMetrics(x86_speed_metrics& metrics) const {
+    const x86_pin pin(*this);
+    if (!pin.pinned()) {
+        // The number that the message begins with is kept whatever happens to this source: see x86_cpu_OS.cpp.
+        constexpr unsigned int tagNotPinned = 215;
+        zel::LogFactory::channel("libQuarrow.cpu_x86.x86_cpu")
+            .log(zel::LogFailure, tagNotPinned, "Unable to set affinity mask : " + m_affinity.toString());
+        return false;
+    }
+    return vendorInfo()->getSpeedMetrics(metrics);
 }
 
 // The highest leaf of either range is the only bound: sub-leaves, and where the extended range begins, are the

@@ -83,6 +83,14 @@ class QUARROW_EXPORT x86_cpu {
     bool getRevisionString(zel::String& text) const;
     bool getTechnologyString(zel::String& text) const;
     bool getSocketTypeString(zel::String& text) const;
+    // Reads the maker's registers, where a driver gives access to them, and measures for some milliseconds.
+    bool getSpeedMetrics(x86_speed_metrics& metrics) const;
+
+    // Ticks per second of the time-stamp counter, measured against the performance counter for about 25 milliseconds,
+    // at a raised priority class of the whole process where that is allowed. Not to be run on several threads at once.
+    // False, with `hz` untouched and the reason logged, when the processor must not execute RDTSC, cannot be pinned, or
+    // the performance counter cannot be read.
+    bool calculateSpeedTSC(std::uint64_t& hz) const;
 
     // Instructions on this processor: pin, execute, put the affinity back. False, with nothing written, when the
     // processor does not have the leaf or the feature, or cannot be pinned.

@@ -1,0 +1,76 @@
+#include <libQuarrow/io/IoPort.h>
+
+#include <libKernelMode/IoDriver.h>
+
+namespace libQuarrow::io {
+
+using libKernelMode::IoDriver;
+
+bool IoPort::read8(unsigned char& value) const {
+    return imp_read8(value);
+}
+
+bool IoPort::read16(unsigned short& value) const {
+    if (!imp_read16(value)) {
+        return false;
+    }
+    value = zel::applyEndianMode(m_endianMode, value);
+    return true;
+}
+
+bool IoPort::read32(unsigned int& value) const {
+    if (!imp_read32(value)) {
+        return false;
+    }
+    value = zel::applyEndianMode(m_endianMode, value);
+    return true;
+}
+
+bool IoPort::write8(unsigned char value) const {
+    return imp_write8(value);
+}
+bool IoPort::write16(unsigned short value) const {
+    return imp_write16(zel::applyEndianMode(m_endianMode, value));
+}
+bool IoPort::write32(unsigned int value) const {
+    return imp_write32(zel::applyEndianMode(m_endianMode, value));
+}
+
+bool IoPort::reserve() {
+    return false;
+}
+bool IoPort::release() {
+    return false;
+}
+
+bool IoPort::imp_read8(unsigned char& value) const {
+    IoDriver driver;
+    return driver.openDriver() && driver.readPort8(m_port, value);
+}
+
+bool IoPort::imp_read16(unsigned short& value) const {
+    IoDriver driver;
+    return driver.openDriver() && driver.readPort16(m_port, value);
+}
+
+bool IoPort::imp_read32(unsigned int& value) const {
+    IoDriver driver;
+    return driver.openDriver() && driver.readPort32(m_port, value);
+}
+
+bool IoPort::imp_write8(unsigned char value) const {
+    IoDriver driver;
+    return driver.openDriver() && driver.writePort8(m_port, value);
+}
+
+bool IoPort::imp_write16(unsigned short value) const {
+    IoDriver driver;
+    return driver.openDriver() && driver.writePort16(m_port, value);
+}
+
+bool IoPort::imp_write32(unsigned int value) const {
+    IoDriver driver;
+    return driver.openDriver() && driver.writePort32(m_port, value);
+}
+
+} // namespace libQuarrow::io
