@@ -8,33 +8,44 @@
 
 namespace libQuarrow::os {
 
+class RecordedMachineState;
+
 // Failures that a recorded machine plays on demand. They may be changed between calls, not during them.
 struct Faults {
     static constexpr unsigned int never = 0xFFFFFFFF;
 
     // Processors, by their index in the recording, that no thread can be pinned to.
     std::set<std::size_t> unpinnable;
+    bool noAffinityBackend = false; // createAffinityAPI is null
     bool systemAffinityUnreadable = false;
     bool threadAffinityUnreadable = false;
     bool processAffinityUnreadable = false;
-    // The n-th setting of an affinity (counted from 0, over all threads) fails; with 1 after a pin: putting back fails.
+    // The n-th setting of an affinity in the machine's life (counted from 0, over all threads) fails; with 1 for the
+    // first pin of all: putting back fails.
     unsigned int failingAffinitySet = never;
     bool noMsrDriver = false;
+    bool noMemoryDriver = false;
+    bool noPortDriver = false;
     std::set<std::uint32_t> failingMsrs; // both ways
     bool counterFrequencyUnreadable = false;
-    unsigned int failingCounterRead = never; // the n-th reading of the counter, from 0
+    unsigned int failingCounterRead = never; // the n-th reading of the counter in the machine's life, from 0
     bool priorityClassRefused = false;
 };
 
 // A machine replayed from a recording.
 //
-// Pinning selects whose leaves answer; a thread that was never pinned runs on the first processor. A process affinity
-// moves every thread that has no affinity of its own. The affinity backend stands for a machine with processor groups,
-// but sets process affinities too when the recording has group 0 alone, as a machine without groups does.
+// Pinning selects whose leaves answer; a thread that was never pinned runs on the first processor, one pinned to
+// several on the lowest of them that can be pinned. A process affinity moves every thread that has no affinity of its
+// own; to set a thread's affinity to what it is without one takes its own away. The affinity backend stands for a
+// machine with processor groups, but for a machine without them, which sets process affinities too, when all are in
+// group 0.
 //
 // Differences from a real machine: an absent leaf or sub-leaf answers zeros; a leaf above the maximum answers as the
-// vendor's processors do (Intel: the highest standard leaf; others: zeros). The clock is virtual: it advances only when
-// it is read. MSR writes change this object, never a file.
+// vendor's processors do (Intel: the highest standard leaf; others: zeros). The clock is virtual: the performance
+// counter (10 MHz) moves on by one second at each reading and stands still otherwise, and the time-stamp counter with
+// it at the recorded rate (else the rate that leaf 0x15 or 0x16 states, else 1 GHz), so that a measurement ends at once
+// and is exact. Reading or writing an MSR, a byte of memory or a port that is not in the recording fails; where there
+// is none at all, so does opening the driver. Writes change this object, never a file.
 class QUARROW_EXPORT RecordedMachine : public Machine {
   public:
     explicit RecordedMachine(Recording recording);
@@ -45,12 +56,12 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     Clock& clock() override;
     libKernelMode::DriverBackend& drivers() override;
 
+    // Not to be read while another thread writes an MSR, memory or a port.
     const Recording& recording() const;
     Faults& faults();
 
   private:
-    class State;
-    std::shared_ptr<State> m_state; // shared with the affinity backends, which may outlive the machine
+    std::shared_ptr<RecordedMachineState> m_state; // shared with the affinity backends, which may outlive the machine
 };
 
 // What the machine that this process runs on looks like, as a recording: every processor that can be pinned, its leaves

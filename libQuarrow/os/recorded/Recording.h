@@ -22,14 +22,24 @@ struct RecordedProcessor {
     std::map<std::pair<std::uint32_t, std::uint32_t>, cpu::cpuid_args> leaves;
     std::map<std::uint32_t, std::uint64_t> msrs;
     boost::optional<std::uint64_t> xcr0; // absent: what leaf 0xD says can be enabled, where OSXSAVE is set
+
+    friend bool operator==(const RecordedProcessor& a, const RecordedProcessor& b) {
+        return a.group == b.group && a.bit == b.bit && a.leaves == b.leaves && a.msrs == b.msrs && a.xcr0 == b.xcr0;
+    }
+    friend bool operator!=(const RecordedProcessor& a, const RecordedProcessor& b) { return !(a == b); }
 };
 
 // A whole machine as data: what a recording file holds.
 struct Recording {
-    std::vector<RecordedProcessor> processors; // in the order of the file, no two at the same group and bit
-    boost::optional<std::uint64_t> tscHertz;   // time-stamp counter rate
-    std::map<std::uint64_t, std::uint8_t> memory;         // physical address to byte
-    std::map<std::uint16_t, std::uint8_t> ports;          // I/O port to byte
+    std::vector<RecordedProcessor> processors;    // in the order of the file, no two at the same group and bit
+    boost::optional<std::uint64_t> tscHertz;      // time-stamp counter rate; never 0
+    std::map<std::uint64_t, std::uint8_t> memory; // physical address to byte
+    std::map<std::uint16_t, std::uint8_t> ports;  // I/O port to byte
+
+    friend bool operator==(const Recording& a, const Recording& b) {
+        return a.processors == b.processors && a.tscHertz == b.tscHertz && a.memory == b.memory && a.ports == b.ports;
+    }
+    friend bool operator!=(const Recording& a, const Recording& b) { return !(a == b); }
 };
 
 // What was wrong with a recording: one line, "<file>:<line>: <what was expected>" or "<file>: <what is wrong>".
@@ -37,8 +47,10 @@ struct RecordingError {
     std::string message;
 };
 
-// The largest recording that is read: 64 MiB.
+// Bounds on what is read. No real machine comes near them; they keep the memory that a hostile file can take bounded.
 constexpr std::size_t maxRecordingBytes = std::size_t{64} << 20;
+constexpr std::size_t maxRecordedProcessors = std::size_t{1} << 18;
+constexpr std::size_t maxRecordedMemoryBytes = std::size_t{1} << 20;
 
 // Reads a recording in any of the formats of docs/recordings.md. On failure nothing is answered and `error` says why.
 // `name` is what the message calls the file.
@@ -46,7 +58,8 @@ QUARROW_EXPORT boost::optional<Recording> parseRecording(const std::string& text
                                                          RecordingError& error);
 // The same from a file, or from standard input when `path` is "-".
 QUARROW_EXPORT boost::optional<Recording> readRecording(const std::string& path, RecordingError& error);
-// Writes Quarrow's own format. Reading it back gives the same recording; writing that again gives the same text.
+// Writes Quarrow's own format. Reading it back gives the same recording; writing that again gives the same text. (A
+// recording with no leaf at all can be written but not read back.)
 QUARROW_EXPORT void writeRecording(const Recording& recording, std::ostream& out);
 
 } // namespace libQuarrow::os

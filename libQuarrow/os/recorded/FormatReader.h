@@ -1,0 +1,57 @@
+#pragma once
+
+#include <libQuarrow/os/recorded/Recording.h>
+#include <libQuarrow/os/recorded/RecordingBuilder.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+// Private to the library: the formats that a recording may have, one reader for each. docs/recordings.md describes
+// them.
+
+namespace libQuarrow::os {
+
+enum class LineKind {
+    other,     // a comment, a heading, a value that other formats have too
+    decisive,  // only a file of this format has such a line
+    malformed, // the line began as this format's lines do, but is none: see expected()
+};
+
+// Reads a file of one format line by line.
+class FormatReader {
+  public:
+    virtual ~FormatReader() = default;
+    // A line without its end.
+    virtual LineKind read(std::string_view line) = 0;
+    // Whether a last line that has no line end is no more than the beginning of a value line.
+    virtual bool breaksOff(std::string_view line) const = 0;
+    // After the last line: what should still have come. Empty when all is there.
+    virtual std::string missing() const { return {}; }
+    // What was read. Once, after the last line.
+    virtual Recording finish() { return m_builder.finish(); }
+
+    // What the malformed line should have been.
+    const std::string& expected() const { return m_expected; }
+    RecordingBuilder& builder() { return m_builder; }
+    const RecordingBuilder& builder() const { return m_builder; }
+
+  protected:
+    LineKind malformed(const char* expected) {
+        m_expected = expected;
+        return LineKind::malformed;
+    }
+
+  private:
+    std::string m_expected;
+    RecordingBuilder m_builder;
+};
+
+// The report text of most public dump collections: CPUID 00000000: 0000000D-68747541-444D4163-69746E65.
+std::unique_ptr<FormatReader> makeReportTextReader();
+// The raw output of the cpuid program, and Quarrow's own format, which adds to it.
+std::unique_ptr<FormatReader> makeQuarrowFormatReader();
+// The raw files of libcpuid: basic_cpuid[0]=0000000d 756e6547 6c65746e 49656e69.
+std::unique_ptr<FormatReader> makeLibcpuidFormatReader();
+
+} // namespace libQuarrow::os

@@ -1,0 +1,150 @@
+#include <libQuarrow/os/recorded/FormatReader.h>
+#include <libQuarrow/os/recorded/LineCursor.h>
+#include <libQuarrow/os/recorded/Recording.h>
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace libQuarrow::os {
+namespace {
+
+constexpr const char* formatsRead =
+    "it should be a Quarrow recording, the output of \"cpuid -r\", a CPUID text report or a raw file of libcpuid";
+
+// What is wrong with a text in which no format found a value.
+std::string withoutValues(std::string_view text) {
+    if (startsWith(text, "\xFF\xFE") || startsWith(text, "\xFE\xFF")) {
+        return "it is UTF-16 text, save it as UTF-8";
+    }
+    return text.find('\0') != std::string_view::npos ? "it is no text file" : "there are no CPUID values in it";
+}
+
+// Every format reads along until one finds a line that only it can have; from then on that one reads alone.
+class RecordingParser {
+  public:
+    RecordingParser(std::string_view text, const std::string& name) : m_text(text), m_rest(text), m_name(name) {
+        for (auto& make : {makeReportTextReader, makeQuarrowFormatReader, makeLibcpuidFormatReader}) {
+            m_candidates.push_back({make(), {}});
+        }
+    }
+
+    boost::optional<Recording> parse(RecordingError& error);
+
+  private:
+    struct Candidate {
+        std::unique_ptr<FormatReader> reader;
+        std::string mistake; // the first one, while the format is not settled
+    };
+
+    bool readLine(std::string_view line, bool terminated);
+    bool settle(std::size_t index);
+    bool checkEnd();
+    bool fail(const std::string& message) {
+        m_message = message;
+        return false;
+    }
+    std::string atLine(const std::string& message) const {
+        return m_name + ":" + std::to_string(m_lineNumber) + ": " + message;
+    }
+    bool settled() const { return m_candidates.size() == 1; }
+
+    std::string_view m_text;
+    std::string_view m_rest;
+    const std::string& m_name;
+    std::vector<Candidate> m_candidates;
+    std::size_t m_lineNumber = 0;
+    std::string m_message;
+};
+
+bool RecordingParser::readLine(std::string_view line, bool terminated) {
+    ++m_lineNumber;
+    for (std::size_t i = 0; i < m_candidates.size(); ++i) {
+        FormatReader& reader = *m_candidates[i].reader;
+        const bool cut = !terminated && reader.breaksOff(line);
+        const LineKind kind = cut ? LineKind::malformed : reader.read(line);
+        if (kind == LineKind::malformed) {
+            const std::string mistake =
+                atLine(cut ? "the file breaks off in the middle of a line"
+                           : (terminated ? "" : "the file breaks off in the middle of a line, or the line is wrong: ") +
+                                 reader.expected());
+            if (settled()) {
+                return fail(mistake);
+            }
+            if (m_candidates[i].mistake.empty()) {
+                m_candidates[i].mistake = mistake;
+            }
+        } else if (kind == LineKind::decisive && !settled()) {
+            return settle(i);
+        }
+        if (reader.builder().tooManyProcessors()) {
+            return fail(atLine("expected no more than " + std::to_string(maxRecordedProcessors) + " processors"));
+        }
+    }
+    return true;
+}
+
+bool RecordingParser::settle(std::size_t index) {
+    Candidate chosen = std::move(m_candidates[index]);
+    m_candidates.clear();
+    m_candidates.push_back(std::move(chosen));
+    return m_candidates.front().mistake.empty() || fail(m_candidates.front().mistake);
+}
+
+bool RecordingParser::checkEnd() {
+    if (settled()) {
+        FormatReader& reader = *m_candidates.front().reader;
+        const std::string missing = reader.missing();
+        if (!missing.empty()) {
+            return fail(atLine(missing));
+        }
+        for (const RecordedProcessor& processor : reader.builder().recording().processors) {
+            if (!processor.leaves.empty()) {
+                return true;
+            }
+        }
+    }
+    for (const Candidate& candidate : m_candidates) {
+        if (!candidate.mistake.empty()) {
+            return fail(candidate.mistake);
+        }
+    }
+    return fail(m_name + ": " + withoutValues(m_text) + "; " + formatsRead);
+}
+
+boost::optional<Recording> RecordingParser::parse(RecordingError& error) {
+    if (startsWith(m_rest, "\xEF\xBB\xBF")) {
+        m_rest.remove_prefix(3);
+    }
+    bool good = true;
+    while (good && !m_rest.empty()) {
+        const std::size_t length = m_rest.find('\n');
+        std::string_view line = m_rest.substr(0, length);
+        m_rest.remove_prefix(length == std::string_view::npos ? m_rest.size() : length + 1);
+        if (!line.empty() && line.back() == '\r') {
+            line.remove_suffix(1);
+        }
+        good = readLine(line, length != std::string_view::npos);
+    }
+    if (good && checkEnd()) {
+        return m_candidates.front().reader->finish();
+    }
+    error.message = m_message;
+    return boost::none;
+}
+
+} // namespace
+
+boost::optional<Recording> parseRecording(const std::string& text, const std::string& name, RecordingError& error) {
+    if (text.size() > maxRecordingBytes) {
+        error.message = name + ": it is larger than 64 MiB; " + formatsRead;
+        return boost::none;
+    }
+    if (text.empty()) {
+        error.message = name + ": it is empty; " + formatsRead;
+        return boost::none;
+    }
+    return RecordingParser(text, name).parse(error);
+}
+
+} // namespace libQuarrow::os
