@@ -8,7 +8,8 @@
 
 namespace libKernelMode {
 
-// An open way to the MSRs of the processor that the calling thread runs on. Closed by the destructor.
+// An open way to the MSRs of one processor: the one that the calling thread was on when it was opened. Closed by the
+// destructor. Both operations are false when the processor has no such MSR or the access is not allowed.
 class KERNELMODE_EXPORT MsrAccess {
   public:
     virtual ~MsrAccess();

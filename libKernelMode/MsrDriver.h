@@ -5,7 +5,7 @@
 
 namespace libKernelMode {
 
-// Model-specific registers of the processor that the calling thread runs on.
+// Model-specific registers of the processor that the calling thread is on when it opens the driver.
 class KERNELMODE_EXPORT MsrDriver : public Driver {
   public:
     MsrDriver();
