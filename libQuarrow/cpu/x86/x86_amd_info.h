@@ -3,11 +3,14 @@
 #include <libQuarrow/cpu/x86/x86_cache.h>
 #include <libQuarrow/cpu/x86/x86_vendor_info.h>
 #include <libQuarrow/quarrow_export.h>
+#include <zel/SharedResource.h>
 #include <zel/String.h>
 
 #include <cstdint>
 
 namespace libQuarrow::cpu {
+
+class AMD_Perf;
 
 // Dies, by the two or three letters that AMD's revision guides give them: the first half of "SH-CG".
 enum AmdCoreCode : std::uint32_t {
@@ -111,6 +114,9 @@ class QUARROW_EXPORT x86_amd_info : public x86_vendor_info {
     // Adds the caches of this processor: from CPUID leaf 0x8000001D where there is one, else from leaves 0x80000005 and
     // 0x80000006, which do not say who shares a cache. True when `caches` is not empty afterwards.
     bool getCaches(x86_caches& caches) const override;
+    // Multipliers and speeds: from the family's P-state registers where a driver gives access to them, else what CPUID
+    // leaves 0x15 and 0x16 tell. False, with `metrics` untouched, when nothing is known.
+    bool getSpeedMetrics(x86_speed_metrics& metrics) const override;
 
   private:
     AmdPackageType packageTypeByLeaf(std::uint32_t family) const;
@@ -125,6 +131,7 @@ class QUARROW_EXPORT x86_amd_info : public x86_vendor_info {
     AmdCpuRevision m_revision;
     const char* m_revisionText = nullptr; // null when not known
     AmdPackageType m_packageType = AmdPackage_other;
+    mutable zel::SharedResource<zel::PointerStorage<AMD_Perf>> m_perf; // made by the first speed query; copies share it
 };
 
 } // namespace libQuarrow::cpu

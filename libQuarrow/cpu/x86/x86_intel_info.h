@@ -123,6 +123,9 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     // The turbo ratio limits (MSR 0x1AD and following), ascending by active cores; counts without a limit are left out.
     // False, with `limits` empty, when the processor has no turbo, its registers cannot be read, or none holds a ratio.
     bool getTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limits) const;
+    // Bus clock, multipliers and speeds: from the MSRs of the generation where a driver gives access to them, else what
+    // CPUID leaves 0x15 and 0x16 and the brand string tell. False, with `metrics` untouched, when nothing is known.
+    bool getSpeedMetrics(x86_speed_metrics& metrics) const override;
 
   private:
     friend struct x86_intel_info_access; // tests of the private operations
@@ -147,6 +150,11 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     bool getAtom_TCCActivationTemp(std::uint32_t& temperature) const;
     bool readTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limits) const;
     bool getMaxTurboRatioAndSpeed(std::uint64_t busClock, std::uint32_t& maxRatio, std::uint64_t& maxSpeed) const;
+
+    void getPentium4Speed(x86_speed_metrics& metrics) const;
+    void getFrontSideBusSpeed(x86_speed_metrics& metrics) const;
+    void getSilvermontSpeed(x86_speed_metrics& metrics) const;
+    void getPlatformInfoSpeed(x86_speed_metrics& metrics) const;
 
     const x86_cpu* m_cpu; // not owned
     x86_cpu_signature m_signature;

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+
+#include <cstdint>
+
+// Private to the library: what the speed readers of all makers share.
+
+namespace libQuarrow::cpu {
+
+class x86_cpu;
+
+// Completes what a maker's registers told (bus clock, multipliers, turbo ratio): what they left open is filled from
+// CPUID leaves 0x15 and 0x16 and from `designedMHz` (0: not known), speeds are worked out from multipliers, and the
+// effective speed is measured. Hold the processor's pin around it. True when anything is known afterwards.
+bool completeSpeedMetrics(const x86_cpu& cpu, std::uint32_t designedMHz, x86_speed_metrics& metrics);
+
+} // namespace libQuarrow::cpu
