@@ -1,10 +1,9 @@
 #pragma once
 
 #include <libQuarrow/cpu/x86/x86_feature_flags.h>
-#include <libQuarrow/cpu/x86/x86_inst.h>
+#include <libQuarrow/cpu/x86/x86_table_checks.h>
 #include <libQuarrow/os/cpuid_args.h>
 
-#include <cstddef>
 #include <cstdint>
 
 // Private to the library: every feature with its name and the CPUID bit that reports it.
@@ -186,30 +185,17 @@ constexpr Row all[] = {
 };
 // clang-format on
 
-constexpr bool inOrder() {
-    for (std::uint32_t i = 0; i < x86_feature_count; ++i) {
-        if (all[i].feature != i || all[i].bit > 31) {
-            return false;
-        }
-    }
-    return true;
+constexpr bool ascend(const Row& row, const Row& next) {
+    return next.feature == row.feature + 1;
 }
 
-constexpr bool eachBitReadOncePerVendor() {
-    for (std::size_t i = 0; i < x86_feature_count; ++i) {
-        for (std::size_t j = 0; j < i; ++j) {
-            if (all[i].leaf == all[j].leaf && all[i].reg == all[j].reg && all[i].bit == all[j].bit &&
-                (all[i].vendors & all[j].vendors) != 0) {
-                return false;
-            }
-        }
-    }
-    return true;
+constexpr bool sameBitOfOneVendor(const Row& a, const Row& b) {
+    return a.leaf == b.leaf && a.reg == b.reg && a.bit == b.bit && (a.vendors & b.vendors) != 0;
 }
 
-static_assert(sizeof(all) / sizeof(all[0]) == x86_feature_count, "a row for every feature");
-static_assert(inOrder(), "row n is feature n");
-static_assert(eachBitReadOncePerVendor(), "no bit is two features of one maker");
+static_assert(rowCount(all) == x86_feature_count && all[0].feature == 0, "a row for every feature");
+static_assert(rowsAscend(all, ascend), "row n is feature n");
+static_assert(rowsDiffer(all, sameBitOfOneVendor), "no bit is two features of one maker");
 
 } // namespace feature_rows
 } // namespace libQuarrow::cpu

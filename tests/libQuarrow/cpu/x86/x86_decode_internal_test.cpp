@@ -1,0 +1,116 @@
+#include <libQuarrow/cpu/x86/x86_decode.h>
+#include <tests/support/LiteralReader.h>
+
+#include <gtest/gtest.h>
+
+using namespace libQuarrow::cpu;
+
+namespace {
+
+TEST(Decode, Vendor) {
+    const struct {
+        const char* name;
+        x86_cpu_vendor vendor;
+    } cases[] = {
+        {"GenuineIntel", x86_vendor_intel},   {"AuthenticAMD", x86_vendor_amd},
+        {"AMDisbetter!", x86_vendor_amd},     {"AMD ISBETTER", x86_vendor_amd},
+        {"CentaurHauls", x86_vendor_centaur}, {"CyriHInstead", x86_vendor_cyrix}, // so spelled on purpose
+        {"CyrixInstead", x86_vendor_unknown},                                     // what the processors answer
+        {"  Shanghai  ", x86_vendor_unknown}, {"genuineintel", x86_vendor_unknown},
+    };
+    for (const auto& c : cases) {
+        LiteralReader cpuid(c.name, 1, 0, {});
+        EXPECT_EQ(decodeVendor(cpuid), c.vendor) << c.name;
+        EXPECT_EQ(decodeVendorName(cpuid), zel::String(c.name));
+    }
+}
+
+TEST(Decode, BrandStringKeepsItsBlanksAndEndsAtAZero) {
+    const Leaf parts[] = {{0x80000002, 0, {0x20202020, 0x4D41544F, 0x20202020, 0x20202020}}, // "    OTAM..."
+                          {0x80000003, 0, {0x00423241, 0x43434343, 0x43434343, 0x43434343}}, // "A2B" and an end
+                          {0x80000004, 0, {0x44444444, 0x44444444, 0x44444444, 0x44444444}}};
+    LiteralReader full("GenuineIntel", 1, 0x80000004, {parts[0], parts[1], parts[2]});
+    EXPECT_EQ(decodeCpuName(full), zel::String("    OTAM        A2B"));
+
+    // Two thirds of a brand string are none.
+    LiteralReader partial("GenuineIntel", 1, 0x80000003, {parts[0], parts[1]});
+    EXPECT_EQ(decodeCpuName(partial), zel::String());
+}
+
+TEST(Decode, NameOfProcessorsWithoutBrandString) {
+    const zel::String pentium2("Intel\xAE Pentium\xAE II Processor");
+    const zel::String pentium3("Intel\xAE Pentium\xAE III Processor");
+    const struct {
+        const char* vendor;
+        std::uint32_t maximum, signature, brandIndex;
+        zel::String name;
+    } cases[] = {
+        {"GenuineIntel", 2, 0x633, 0, pentium2}, {"GenuineIntel", 2, 0x652, 0, pentium2},
+        {"GenuineIntel", 2, 0x672, 0, pentium3}, {"GenuineIntel", 2, 0x672, 2, {}},
+        {"GenuineIntel", 2, 0x681, 2, pentium3}, {"GenuineIntel", 2, 0x681, 0, {}},
+        {"GenuineIntel", 2, 0x665, 0, {}},       {"GenuineIntel", 2, 0x533, 0, {}},
+        {"GenuineIntel", 0, 0x633, 0, {}},       {"CyrixInstead", 1, 0x633, 0, {}},
+        {"AuthenticAMD", 1, 0x681, 2, {}},
+    };
+    for (const auto& c : cases) {
+        LiteralReader cpuid(c.vendor, c.maximum, 0, {{1, 0, {c.signature, c.brandIndex, 0, 0}}});
+        EXPECT_EQ(decodeCpuName(cpuid), c.name) << c.vendor << std::hex << " " << c.signature << " " << c.brandIndex;
+    }
+}
+
+TEST(Decode, DisplayFamilyAndModel) {
+    const struct {
+        const char* vendor;
+        std::uint32_t signature;
+        unsigned int family, model;
+        bool valid;
+    } cases[] = {
+        {"GenuineIntel", 0x000106A5, 0x06, 0x1A, true}, // extended model counts in family 6
+        {"GenuineIntel", 0x00100F24, 0x10, 0x02, true}, // and the extended family in family 15
+        {"GenuineIntel", 0x0FF30F41, 0x0E, 0x34, true}, // in eight bits
+        {"GenuineIntel", 0x00110543, 0x05, 0x04, true}, // but neither in family 5
+        {"AuthenticAMD", 0x00800F11, 0x17, 0x01, true}, {"AuthenticAMD", 0x00A20F12, 0x19, 0x21, true},
+        {"AuthenticAMD", 0x00A20E12, 0x0E, 0x01, true}, {"CentaurHauls", 0x000006D0, 0x00, 0x00, false},
+    };
+    for (const auto& c : cases) {
+        LiteralReader cpuid(c.vendor, 1, 0, {{1, 0, {c.signature, 0, 0, 0}}});
+        x86_cpu_signature s;
+        ASSERT_TRUE(decodeSignature(cpuid, s));
+        EXPECT_EQ(s.signature, c.signature);
+        EXPECT_EQ(s.displayFamily, c.family) << std::hex << c.signature;
+        EXPECT_EQ(s.displayModel, c.model) << std::hex << c.signature;
+        EXPECT_EQ(s.displayValid, c.valid);
+    }
+    LiteralReader fields("CentaurHauls", 1, 0, {{1, 0, {0x0ABCDEF9, 0, 0, 0}}});
+    x86_cpu_signature s;
+    ASSERT_TRUE(decodeSignature(fields, s));
+    EXPECT_EQ(s.extFamily, 0xAB);
+    EXPECT_EQ(s.extModel, 0xC);
+    EXPECT_EQ(s.family, 0xE);
+    EXPECT_EQ(s.model, 0xF);
+    EXPECT_EQ(s.stepping, 9);
+}
+
+TEST(Decode, WithoutLeafOne) {
+    LiteralReader cpuid("GenuineIntel", 0, 0, {});
+    x86_cpu_signature s;
+    s.family = 3;
+    EXPECT_FALSE(decodeSignature(cpuid, s));
+    EXPECT_EQ(s.family, 3);
+    EXPECT_EQ(decodeLocalApicId(cpuid), 0u);
+
+    LiteralReader with("GenuineIntel", 1, 0, {{1, 0, {0, 0xC5010800, 0, 0}}});
+    EXPECT_EQ(decodeLocalApicId(with), 0xC5u);
+}
+
+TEST(RememberingCpuidReader, ExecutesEachLeafOnce) {
+    LiteralReader source("GenuineIntel", 4, 0, {{4, 0, {1, 0, 0, 0}}, {4, 1, {2, 0, 0, 0}}});
+    RememberingCpuidReader cpuid(source);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(cpuid.read(4, 0).eax, 1u);
+        EXPECT_EQ(cpuid.read(4, 1).eax, 2u);
+    }
+    EXPECT_EQ(source.executions, 2u);
+}
+
+} // namespace

@@ -1,0 +1,106 @@
+#include <libQuarrow/cpu/x86/x86_features.h>
+#include <tests/support/LiteralReader.h>
+
+#include <gtest/gtest.h>
+
+using namespace libQuarrow::cpu;
+
+namespace {
+
+constexpr std::uint32_t bits(std::initializer_list<unsigned int> set) {
+    std::uint32_t value = 0;
+    for (const unsigned int bit : set) {
+        value |= 1U << bit;
+    }
+    return value;
+}
+
+// Every bit of every leaf that is looked at, up to the given maxima.
+LiteralReader fullProcessor(const char* vendor, std::uint32_t maximum, std::uint32_t extendedMaximum) {
+    constexpr cpuid_args ones = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF};
+    return LiteralReader(vendor, maximum, extendedMaximum,
+                         {{1, 0, ones},
+                          {6, 0, ones},
+                          {7, 0, ones},
+                          {0x80000001, 0, ones},
+                          {0x80000007, 0, ones},
+                          {0x8000000A, 0, ones},
+                          {0x8000001A, 0, ones}});
+}
+
+unsigned int count(const x86_feature_flags& features) {
+    unsigned int number = 0;
+    for (std::uint32_t i = 0; i < 256; ++i) {
+        number += features.hasFeature(static_cast<x86_cpu_features>(i)) ? 1U : 0U;
+    }
+    return number;
+}
+
+// How many features each leaf adds, by maker: a leaf above the maximum answers all ones here and must not count.
+TEST(SupportedFeatures, GuardedByMaximaAndVendor) {
+    const struct {
+        const char* vendor;
+        std::uint32_t maximum, extendedMaximum;
+        unsigned int features;
+    } cases[] = {
+        {"GenuineIntel", 0, 0, 1}, // CPUID itself
+        {"GenuineIntel", 1, 0, 47},          {"GenuineIntel", 6, 0, 48},           {"GenuineIntel", 7, 0, 64},
+        {"GenuineIntel", 7, 0x80000001, 68}, {"GenuineIntel", 7, 0x8000001A, 68},  {"AuthenticAMD", 1, 0, 40},
+        {"AuthenticAMD", 6, 0, 40},          {"AuthenticAMD", 7, 0, 42},           {"AuthenticAMD", 7, 0x80000001, 77},
+        {"AuthenticAMD", 7, 0x80000007, 88}, {"AuthenticAMD", 7, 0x8000000A, 98}, {"AuthenticAMD", 7, 0x8000001A, 100},
+        {"CentaurHauls", 7, 0x8000001A, 24},
+    };
+    for (const auto& c : cases) {
+        LiteralReader cpuid = fullProcessor(c.vendor, c.maximum, c.extendedMaximum);
+        EXPECT_EQ(count(decodeSupportedFeatures(cpuid)), c.features)
+            << c.vendor << std::hex << " " << c.maximum << " " << c.extendedMaximum;
+        EXPECT_LE(cpuid.executions, 15u);
+    }
+}
+
+TEST(SupportedFeatures, SameBitByMaker) {
+    const auto supported = [](const char* vendor) {
+        LiteralReader cpuid(
+            vendor, 1, 0x80000001,
+            {{1, 0, {0, 0, bits({0}), bits({23, 28})}}, {0x80000001, 0, {0, 0, bits({0, 6}), bits({11, 12, 20, 29})}}});
+        return decodeSupportedFeatures(cpuid).toString();
+    };
+    EXPECT_EQ(supported("GenuineIntel"), zel::String("CPUID, MMX, EM64T, SSE3, HTT, LAHF/SAHF, SYSCALL, XD"));
+    EXPECT_EQ(supported("AuthenticAMD"),
+              zel::String("CPUID, MMX, x86-64, SSE3, SSE4A, HTT, LAHF/SAHF, SYSCALL, MTRR, NX"));
+    EXPECT_EQ(supported("  Shanghai  "), zel::String("CPUID, MMX"));
+}
+
+TEST(SupportedFeatures, NoneWithoutTheInstruction) {
+    LiteralReader cpuid = fullProcessor("GenuineIntel", 7, 0x80000001);
+    cpuid.cpuidThere = false;
+    EXPECT_EQ(count(decodeSupportedFeatures(cpuid)), 0u);
+    EXPECT_EQ(cpuid.executions, 0u);
+}
+
+TEST(AllowedFeatures, WhatTheOperatingSystemEnabled) {
+    constexpr std::uint32_t avx = bits({27, 28});
+    constexpr std::uint32_t avx2 = bits({5});
+    const struct {
+        std::uint32_t leaf1, leaf7;
+        std::uint64_t enabledState;
+        const char* text;
+    } cases[] = {
+        {avx, avx2, 7, "CPUID, AVX, MSR, TSC, AVX2"},
+        {avx, 0, 6, "CPUID, AVX, MSR, TSC"},
+        {avx, avx2, 2, "CPUID, MSR, TSC"},
+        {avx, avx2, 4, "CPUID, MSR, TSC"},
+        {bits({28}), avx2, 7, "CPUID, MSR, TSC"},
+        {bits({27}), avx2, 7, "CPUID, MSR, TSC"},
+    };
+    for (const auto& c : cases) {
+        LiteralReader cpuid("GenuineIntel", 7, 0,
+                            {{1, 0, {0, 0, c.leaf1, bits({4, 5, 25})}}, {7, 0, {0, c.leaf7, 0, 0}}});
+        cpuid.enabledState = c.enabledState;
+        EXPECT_EQ(decodeAllowedFeatures(cpuid).toString(), zel::String(c.text));
+    }
+    LiteralReader bare("GenuineIntel", 1, 0, {});
+    EXPECT_EQ(decodeAllowedFeatures(bare).toString(), zel::String("CPUID"));
+}
+
+} // namespace

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <zel/Log.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace testing_support {
+
+// Collects every message as "<priority> <channel>: <text>", without the line number, as long as it lives.
+class LogCapture {
+  public:
+    explicit LogCapture(zel::LogPriority threshold = zel::LogTrace)
+        : m_sink(std::make_shared<Sink>()), m_before(zel::LogFactory::globalPriority()) {
+        zel::LogFactory::setGlobalPriority(threshold);
+        zel::LogFactory::addSink(m_sink);
+    }
+    ~LogCapture() {
+        zel::LogFactory::removeSink(m_sink);
+        zel::LogFactory::setGlobalPriority(m_before);
+    }
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    const std::vector<std::string>& messages() const { return m_sink->messages; }
+
+  private:
+    struct Sink : zel::LogSink {
+        void write(const zel::String& channel, zel::LogPriority priority, const zel::String& text) override {
+            messages.push_back(std::to_string(priority) + " " + channel.toUtf8() + ": " +
+                               text.subString(text.find(" ") + 1).toUtf8());
+        }
+        std::vector<std::string> messages;
+    };
+
+    std::shared_ptr<Sink> m_sink;
+    zel::LogPriority m_before;
+};
+
+} // namespace testing_support
