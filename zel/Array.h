@@ -48,9 +48,7 @@ class Array {
     auto end() const { return m_items.end(); }
 
   private:
-    void checkIndex(std::size_t index) const {
-        ZEL_ASSERT_TEXT(index < size(), "index < size()", "zel/Array");
-    }
+    void checkIndex(std::size_t index) const { ZEL_ASSERT_TEXT(index < size(), "index < size()", "zel/Array"); }
 
     std::vector<T> m_items;
 };

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 namespace zel {
 
@@ -25,15 +27,13 @@ void require(bool holds) {
 
 // What stands between a '%' and its conversion letter, and the letter.
 struct Conversion {
-    bool left = false;  // -
-    bool plus = false;  // +
-    bool space = false; // blank
-    bool alternate = false;
-    bool zero = false;
+    std::string flags; // of "-+ #0"
     std::size_t width = 0;
     std::optional<std::size_t> precision;
     unsigned int narrowedBits = 64; // 16 with h, 8 with hh
     char letter = '\0';
+
+    bool has(char flag) const { return flags.find(flag) != std::string::npos; }
 };
 
 bool contains(const char* set, char letter) {
@@ -79,7 +79,8 @@ class Formatter {
         if (contains("diuoxX", conversion.letter)) {
             appendInteger(conversion, argument);
         } else if (contains("eEfFgG", conversion.letter)) {
-            require(argument.kind == Kind::Double);
+            // {fmt} and the C library do not agree on %#g.
+            require(argument.kind == Kind::Double && !(conversion.has('#') && contains("gG", conversion.letter)));
             appendNumber(conversion, argument.number);
         } else if (conversion.letter == 'c') {
             appendUnit(conversion, argument);
@@ -95,16 +96,17 @@ class Formatter {
 
     Conversion parseConversion() {
         Conversion conversion;
-        parseFlags(conversion);
-        if (const std::optional<std::int64_t> width = parseCount()) {
-            conversion.left = conversion.left || *width < 0;
-            conversion.width = boundedCount(*width < 0 ? -*width : *width);
-        }
+        const std::size_t flagCount = std::strspn(m_next, "-+ #0");
+        conversion.flags.assign(m_next, flagCount);
+        m_next += flagCount;
+        const std::int64_t width = parseCount().value_or(0);
+        conversion.flags += width < 0 ? "-" : "";
+        conversion.width = static_cast<std::size_t>(width < 0 ? -width : width);
         if (*m_next == '.') {
             ++m_next;
             const std::int64_t precision = parseCount().value_or(0);
             if (precision >= 0) { // a negative one counts as none
-                conversion.precision = boundedCount(precision);
+                conversion.precision = static_cast<std::size_t>(precision);
             }
         }
         parseLength(conversion);
@@ -114,48 +116,21 @@ class Formatter {
         return conversion;
     }
 
-    void parseFlags(Conversion& conversion) {
-        for (;; ++m_next) {
-            switch (*m_next) {
-            case '-':
-                conversion.left = true;
-                break;
-            case '+':
-                conversion.plus = true;
-                break;
-            case ' ':
-                conversion.space = true;
-                break;
-            case '#':
-                conversion.alternate = true;
-                break;
-            case '0':
-                conversion.zero = true;
-                break;
-            default:
-                return;
-            }
-        }
-    }
-
-    // Digits, or a * that takes the next argument.
+    // Digits, or a * that takes the next argument. Bounded, since a slip in a format must not ask for gigabytes.
     std::optional<std::int64_t> parseCount() {
+        constexpr std::int64_t limit = 0xFFFF;
+        std::optional<std::int64_t> count;
         if (*m_next == '*') {
             ++m_next;
-            return signedValue(nextArgument());
+            count = signedValue(nextArgument());
+            require(*count >= -limit && *count <= limit);
+            return count;
         }
-        std::optional<std::int64_t> count;
         while (*m_next >= '0' && *m_next <= '9') {
             count = count.value_or(0) * 10 + (*m_next++ - '0');
-            boundedCount(*count);
+            require(*count <= limit);
         }
         return count;
-    }
-
-    // A slip in a format must not ask for gigabytes.
-    static std::size_t boundedCount(std::int64_t count) {
-        require(count >= 0 && count <= 0xFFFF);
-        return static_cast<std::size_t>(count);
     }
 
     // h and hh narrow the value. The others only say how wide an argument is, and each argument knows that itself.
@@ -197,26 +172,33 @@ class Formatter {
 
     void appendInteger(Conversion conversion, const FormatArgument& argument) {
         const unsigned int narrowedBits = conversion.narrowedBits;
-        if (conversion.letter == 'd' || conversion.letter == 'i') {
+        if (contains("di", conversion.letter)) {
             const std::int64_t value = signedValue(argument);
-            appendNumber(conversion, narrowedBits == 8    ? static_cast<std::int8_t>(value)
-                                     : narrowedBits == 16 ? static_cast<std::int16_t>(value)
-                                                          : value);
+            appendWhole(conversion, narrowedBits == 8    ? static_cast<std::int8_t>(value)
+                                    : narrowedBits == 16 ? static_cast<std::int16_t>(value)
+                                                         : value);
             return;
         }
-        conversion.plus = conversion.space = false; // signs of signed conversions only, where {fmt} would print them
+        // {fmt} would print the signs of unsigned conversions too.
+        std::string& flags = conversion.flags;
+        flags.erase(std::remove_if(flags.begin(), flags.end(), [](char c) { return contains("+ ", c); }), flags.end());
         const std::uint64_t value = unsignedValue(argument);
-        appendNumber(conversion, narrowedBits == 64 ? value : value & ((1ULL << narrowedBits) - 1));
+        appendWhole(conversion, narrowedBits == 64 ? value : value & ((1ULL << narrowedBits) - 1));
+    }
+
+    template <class T>
+    void appendWhole(const Conversion& conversion, T value) {
+        if (value == 0 && conversion.precision == std::size_t{0}) { // no digit, where {fmt} prints one
+            const bool octal = conversion.letter == 'o' && conversion.has('#');
+            appendPadded(conversion, octal ? u"0" : conversion.has('+') ? u"+" : conversion.has(' ') ? u" " : u"");
+        } else {
+            appendNumber(conversion, value);
+        }
     }
 
     template <class T>
     void appendNumber(const Conversion& conversion, T value) {
-        std::string format = "%";
-        format += conversion.left ? "-" : "";
-        format += conversion.plus ? "+" : "";
-        format += conversion.space ? " " : "";
-        format += conversion.alternate ? "#" : "";
-        format += conversion.zero ? "0" : "";
+        std::string format = '%' + conversion.flags;
         if (conversion.width != 0) {
             format += std::to_string(conversion.width);
         }
@@ -237,7 +219,8 @@ class Formatter {
 
     void appendPadded(const Conversion& conversion, std::u16string_view text) {
         const std::size_t padding = conversion.width - std::min(conversion.width, text.size());
-        m_result.append(conversion.left ? 0 : padding, u' ').append(text).append(conversion.left ? padding : 0, u' ');
+        const bool left = conversion.has('-');
+        m_result.append(left ? 0 : padding, u' ').append(text).append(left ? padding : 0, u' ');
     }
 
     const char* m_next;

@@ -35,10 +35,12 @@ class ZEL_EXPORT DiscreteMeasurement {
 class ZEL_EXPORT NonDiscreteMeasurement {
   public:
     // Codes for what a number is a multiple of. There is no other.
-    static constexpr unsigned int MagnitudeOne = 6;   // of 1: the value as it stands
-    static constexpr unsigned int MagnitudeNone = 13; // printed without a unit
+    enum : unsigned int {
+        MagnitudeOne = 6,   // of 1: the value as it stands
+        MagnitudeNone = 13, // printed without a unit
+    };
     // Code for how a number is printed: with a fixed number of decimals. There is no other.
-    static constexpr unsigned int FixedDecimals = 2;
+    enum : unsigned int { FixedDecimals = 2 };
 
     // `magnitude` is MagnitudeOne, or the assertion "magnitude == MagnitudeOne" is raised.
     NonDiscreteMeasurement(double value, unsigned int magnitude, unsigned int precision);

@@ -22,6 +22,9 @@ std::u16string widen(std::string_view bytes) {
 
 } // namespace
 
+// Inline already, but MinGW exports it from the library only where it is defined once more.
+constexpr std::size_t String::npos;
+
 String::String(const char* latin1) : m_units(latin1 == nullptr ? std::u16string() : widen(latin1)) {}
 
 String::String(const std::string& latin1) : m_units(widen(latin1)) {}

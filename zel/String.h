@@ -29,16 +29,16 @@ class ZEL_EXPORT String {
     enum PARSE_RESULT : int { PARSE_FAILED = 0, PARSE_OK = 1 };
 
     String() = default;
-    String(const char* latin1);             // each byte is one unit; a null pointer gives the empty text
-    String(const std::string& latin1);      // each byte is one unit, zero bytes included
+    String(const char* latin1);        // each byte is one unit; a null pointer gives the empty text
+    String(const std::string& latin1); // each byte is one unit, zero bytes included
     explicit String(std::u16string units);
 
     // printf-like formatting, the same on every platform. Understands `%d %i %u %o %x %X %c %s %e %f %g %E %F %G %p %%`
-    // with flags, width and precision (both up to 65535; `*` takes them from an argument) and the length prefixes h, hh,
-    // l, ll, z, j, t, L, I32 and I64. A `%s` takes a `const char*` (read byte for byte; null is "(null)"), a std::string
-    // or a String. An argument's real type decides how it is read, never the length prefix, so a wrong prefix cannot
-    // read out of bounds; h and hh still narrow the value. A wrong conversion or a missing argument raises the assertion
-    // "format matches arguments"; surplus arguments are ignored.
+    // with flags (but not `%#g`), width and precision (both up to 65535; `*` takes them from an argument) and the
+    // length prefixes h, hh, l, ll, z, j, t, L, I32 and I64. A `%s` takes a `const char*` (read byte for byte; null is
+    // "(null)"), a std::string or a String. An argument's real type decides how it is read, never the length prefix, so
+    // a wrong prefix cannot read out of bounds; h and hh still narrow the value. A wrong conversion or a missing
+    // argument raises the assertion "format matches arguments"; surplus arguments are ignored.
     template <class... Arguments>
     static String SprintfFormat(const char* format, const Arguments&... arguments);
 
@@ -81,8 +81,8 @@ class ZEL_EXPORT String {
     // was. No other option exists: it fails.
     PARSE_RESULT toUint16(std::uint16_t& value, unsigned char option = 0) const;
     PARSE_RESULT toUint64(std::uint64_t& value, unsigned char option = 0) const;
-    // The leading digits of the given base (2 to 36) after leading blanks, as strtoul reads them; 0 when there are none,
-    // 0xFFFFFFFF when the value does not fit.
+    // The leading digits of the given base (2 to 36) after leading blanks, as strtoul reads them; 0 when there are
+    // none, 0xFFFFFFFF when the value does not fit.
     unsigned int strToUInt(int base) const;
 
     String& operator+=(const String& other);
@@ -140,7 +140,5 @@ String String::SprintfFormat(const char* format, const Arguments&... arguments) 
 
 template <>
 struct std::hash<zel::String> {
-    std::size_t operator()(const zel::String& text) const noexcept {
-        return std::hash<std::u16string>()(text.units());
-    }
+    std::size_t operator()(const zel::String& text) const noexcept { return std::hash<std::u16string>()(text.units()); }
 };

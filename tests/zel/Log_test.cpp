@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <thread>
 
 namespace {
@@ -82,8 +84,8 @@ TEST(Log, TracesEntryAndExit) {
 }
 
 TEST(Log, WritesToStandardErrorAsUtf8) {
-    const auto sink = LogFactory::standardErrorSink();
     testing::internal::CaptureStderr();
+    const auto sink = LogFactory::standardErrorSink();
     LogFactory::addSink(sink);
     LogFactory::channel("test.stderr").log(LogFailure, 12, String(u"{} %s \u2026"));
     LogFactory::removeSink(sink);
