@@ -12,6 +12,11 @@
 
 namespace libQuarrow::os {
 
+// How an error ends that says that a file has none of them.
+constexpr const char* formatsRead =
+    "name a Quarrow recording, the output of \"cpuid -r\", a CPUID text report or a raw "
+    "file of libcpuid";
+
 enum class LineKind {
     other,     // a comment, a heading, a value that other formats have too
     decisive,  // only a file of this format has such a line
@@ -32,7 +37,7 @@ class FormatReader {
     virtual Recording finish() { return m_builder.finish(); }
 
     // What the malformed line should have been.
-    const std::string& expected() const { return m_expected; }
+    const char* expected() const { return m_expected; }
     RecordingBuilder& builder() { return m_builder; }
     const RecordingBuilder& builder() const { return m_builder; }
 
@@ -43,7 +48,7 @@ class FormatReader {
     }
 
   private:
-    std::string m_expected;
+    const char* m_expected = "";
     RecordingBuilder m_builder;
 };
 

@@ -55,10 +55,6 @@ constexpr std::uint32_t maxLeavesPerRange = 0x100;
 constexpr std::uint32_t hypervisorBit = 31; // leaf 1 ECX
 constexpr std::uint32_t osxsaveBit = 27;    // leaf 1 ECX
 
-bool isZero(const cpu::cpuid_args& registers) {
-    return registers == cpu::cpuid_args();
-}
-
 // Reads the processor that the thread is pinned to.
 class ProcessorRecorder {
   public:
@@ -66,6 +62,7 @@ class ProcessorRecorder {
 
   private:
     cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf);
+    void add(std::uint32_t leaf, std::uint32_t subleaf, const cpu::cpuid_args& registers);
     void recordRange(std::uint32_t first);
     void recordLeaf(std::uint32_t leaf);
     void recordSubleaves(const SubleafRow& row, const cpu::cpuid_args& subleaf0);
@@ -78,6 +75,13 @@ cpu::cpuid_args ProcessorRecorder::read(std::uint32_t leaf, std::uint32_t sublea
     cpu::cpuid_args registers{leaf, 0, subleaf, 0};
     m_instructions.cpuid(registers);
     return registers;
+}
+
+// What is all zero is left out: absent leaves and sub-leaves read so.
+void ProcessorRecorder::add(std::uint32_t leaf, std::uint32_t subleaf, const cpu::cpuid_args& registers) {
+    if (registers != cpu::cpuid_args()) {
+        m_processor.leaves[{leaf, subleaf}] = registers;
+    }
 }
 
 // A range whose first leaf does not name a leaf of the range as the highest is not there.
@@ -93,7 +97,7 @@ void ProcessorRecorder::recordRange(std::uint32_t first) {
 
 void ProcessorRecorder::recordLeaf(std::uint32_t leaf) {
     const cpu::cpuid_args subleaf0 = read(leaf, 0);
-    m_processor.leaves[{leaf, 0}] = subleaf0;
+    add(leaf, 0, subleaf0);
     for (const SubleafRow& row : subleafRows) {
         if (row.leaf == leaf) {
             recordSubleaves(row, subleaf0);
@@ -101,7 +105,7 @@ void ProcessorRecorder::recordLeaf(std::uint32_t leaf) {
     }
 }
 
-// Sub-leaves that are all zero are left out: absent ones read so. The one that ends an enumeration is kept.
+// The sub-leaf that ends an enumeration is kept.
 void ProcessorRecorder::recordSubleaves(const SubleafRow& row, const cpu::cpuid_args& subleaf0) {
     const std::uint32_t last = row.end == End::fixed ? row.last : row.end == End::maximum ? subleaf0.eax : lastSubleaf;
     cpu::cpuid_args registers = subleaf0;
@@ -112,9 +116,7 @@ void ProcessorRecorder::recordSubleaves(const SubleafRow& row, const cpu::cpuid_
             return;
         }
         registers = read(row.leaf, ++subleaf);
-        if (!isZero(registers)) {
-            m_processor.leaves[{row.leaf, subleaf}] = registers;
-        }
+        add(row.leaf, subleaf, registers);
     }
 }
 
@@ -126,6 +128,7 @@ RecordedProcessor ProcessorRecorder::record() {
         recordRange(0x40000000);
     }
     recordRange(0x80000000);
+    recordRange(0xC0000000); // Centaur's and Zhaoxin's own
     if ((featureBits >> osxsaveBit & 1) != 0) {
         m_processor.xcr0 = m_instructions.xgetbv(0);
     }

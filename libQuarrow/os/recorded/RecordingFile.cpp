@@ -1,3 +1,4 @@
+#include <libQuarrow/os/recorded/FormatReader.h>
 #include <libQuarrow/os/recorded/Recording.h>
 
 #include <cerrno>
@@ -9,7 +10,14 @@
 namespace libQuarrow::os {
 namespace {
 
-constexpr const char* whatToName = "name a recording or a CPUID dump";
+bool isFolder(const std::string& path) {
+    try {
+        std::error_code ignored;
+        return std::filesystem::is_directory(path, ignored);
+    } catch (const std::exception&) {
+        return false; // on Windows a path that is no UTF-8 is refused in this way; fopen will say what it thinks of it
+    }
+}
 
 // Everything to the end, but never much more than a recording may have. False when reading fails.
 bool readAll(std::FILE* file, std::string& text) {
@@ -27,11 +35,10 @@ boost::optional<Recording> readRecording(const std::string& path, RecordingError
     const bool standardInput = path == "-";
     const std::string name = standardInput ? "standard input" : path;
     const auto failed = [&](const std::string& what) {
-        error.message = name + ": " + what + "; " + whatToName;
+        error.message = name + ": " + what + "; " + formatsRead;
         return boost::none;
     };
-    std::error_code ignored;
-    if (!standardInput && std::filesystem::is_directory(path, ignored)) {
+    if (!standardInput && isFolder(path)) {
         return failed("it is a folder");
     }
     const auto reason = [] { return std::generic_category().message(errno); };

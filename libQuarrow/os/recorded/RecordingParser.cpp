@@ -9,8 +9,7 @@
 namespace libQuarrow::os {
 namespace {
 
-constexpr const char* formatsRead =
-    "it should be a Quarrow recording, the output of \"cpuid -r\", a CPUID text report or a raw file of libcpuid";
+constexpr const char* brokenOff = "the file breaks off in the middle of a line: ";
 
 // What is wrong with a text in which no format found a value.
 std::string withoutValues(std::string_view text) {
@@ -38,6 +37,7 @@ class RecordingParser {
     };
 
     bool readLine(std::string_view line, bool terminated);
+    bool note(Candidate& candidate, const std::string& mistake);
     bool settle(std::size_t index);
     bool checkEnd();
     bool fail(const std::string& message) {
@@ -63,24 +63,28 @@ bool RecordingParser::readLine(std::string_view line, bool terminated) {
         FormatReader& reader = *m_candidates[i].reader;
         const bool cut = !terminated && reader.breaksOff(line);
         const LineKind kind = cut ? LineKind::malformed : reader.read(line);
-        if (kind == LineKind::malformed) {
-            const std::string mistake =
-                atLine(cut ? "the file breaks off in the middle of a line"
-                           : (terminated ? "" : "the file breaks off in the middle of a line, or the line is wrong: ") +
-                                 reader.expected());
-            if (settled()) {
-                return fail(mistake);
-            }
-            if (m_candidates[i].mistake.empty()) {
-                m_candidates[i].mistake = mistake;
-            }
-        } else if (kind == LineKind::decisive && !settled()) {
-            return settle(i);
-        }
         if (reader.builder().tooManyProcessors()) {
             return fail(atLine("expected no more than " + std::to_string(maxRecordedProcessors) + " processors"));
         }
+        if (kind == LineKind::decisive && !settled()) {
+            return settle(i);
+        }
+        if (kind == LineKind::malformed && m_candidates[i].mistake.empty()) {
+            const char* expected = cut ? "expected the rest of it" : reader.expected();
+            if (!note(m_candidates[i], terminated ? expected : std::string(brokenOff) + expected)) {
+                return false;
+            }
+        }
     }
+    return true;
+}
+
+// A mistake in the line at hand. It ends the reading once the format is settled; before, the first one is kept.
+bool RecordingParser::note(Candidate& candidate, const std::string& mistake) {
+    if (settled()) {
+        return fail(atLine(mistake));
+    }
+    candidate.mistake = atLine(mistake);
     return true;
 }
 
