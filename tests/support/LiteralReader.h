@@ -35,9 +35,10 @@ class LiteralReader : public libQuarrow::cpu::CpuidReader {
         m_leaves[{0, 0}] = {maximum, registerOf(vendor, 0), registerOf(vendor, 8), registerOf(vendor, 4)};
         m_leaves[{0x80000000, 0}] = {extendedMaximum, 0, 0, 0};
         for (const Leaf& leaf : leaves) {
-            m_leaves[{leaf.leaf, leaf.subleaf}] = leaf.answer;
+            set(leaf);
         }
     }
+    void set(const Leaf& leaf) { m_leaves[{leaf.leaf, leaf.subleaf}] = leaf.answer; }
 
     libQuarrow::cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override {
         ++executions;
