@@ -1,0 +1,128 @@
+// What is recorded of a machine.
+
+#include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/os/recorded/RecordedMachine.h>
+
+#include <boost/optional/optional_io.hpp>
+#include <gtest/gtest.h>
+
+using namespace libQuarrow;
+using namespace libQuarrow::os;
+
+namespace {
+
+Recording machineOf(std::size_t count) {
+    Recording recording;
+    for (std::size_t i = 0; i < count; ++i) {
+        RecordedProcessor processor;
+        processor.bit = static_cast<std::uint8_t>(i);
+        processor.leaves[{0, 0}] = {0xD, 0x68747541, 0x444D4163, 0x69746E65};
+        processor.leaves[{1, 0}] = {static_cast<std::uint32_t>(i + 1), 0, 1U << 27, 0};
+        recording.processors.push_back(processor);
+    }
+    return recording;
+}
+
+boost::optional<Recording> recorded(RecordedMachine& machine, RecordingError& error) {
+    const ScopedMachine scope(machine);
+    return recordCurrentMachine(error);
+}
+
+TEST(MachineRecorder, LeavesOutProcessorsThatCannotBePinned) {
+    RecordedMachine machine(machineOf(3));
+    machine.faults().unpinnable = {1};
+    RecordingError error;
+    const auto recording = recorded(machine, error);
+    ASSERT_TRUE(recording) << error.message;
+    ASSERT_EQ(recording->processors.size(), 2U);
+    EXPECT_EQ(recording->processors[1].bit, 2);
+    EXPECT_EQ((recording->processors[1].leaves.at({1, 0}).eax), 3U);
+    EXPECT_EQ(recording->processors[1].xcr0, std::uint64_t{0});
+    machine.faults().unpinnable = {0, 1, 2};
+    EXPECT_FALSE(recorded(machine, error));
+    EXPECT_EQ(error.message, "this machine cannot be recorded: no thread can be pinned to any of its processors");
+    machine.faults().systemAffinityUnreadable = true;
+    EXPECT_FALSE(recorded(machine, error));
+    EXPECT_EQ(error.message, "this machine cannot be recorded: its processors cannot be listed");
+}
+
+TEST(MachineRecorder, PutsTheAffinityBack) {
+    RecordedMachine machine(machineOf(3));
+    const ScopedMachine scope(machine);
+    ASSERT_TRUE(cpu::WinAffinity(2).setThreadAffinity());
+    RecordingError error;
+    EXPECT_TRUE(recordCurrentMachine(error));
+    EXPECT_EQ(cpu::WinAffinity::threadAffinity().value(), cpu::WinAffinity(2));
+}
+
+// Asks for a leaf, then for everything that its kind of enumeration should still have and no more.
+TEST(MachineRecorder, FollowsEachEnumerationToItsEnd) {
+    Recording recording = machineOf(1);
+    auto& leaves = recording.processors[0].leaves;
+    leaves[{0, 0}].eax = 0x1F;
+    leaves[{0x80000000, 0}].eax = 0x80000026;
+    for (std::uint32_t subleaf = 0; subleaf < 70; ++subleaf) {
+        leaves[{0x4, subleaf}].eax = subleaf < 3 ? 0x121 : 0x20;            // ends with type 0
+        leaves[{0x7, subleaf}].eax = 2;                                     // the last one
+        leaves[{0xB, subleaf}].ecx = (subleaf < 2 ? 0x100U : 0U) | subleaf; // ends with level 0
+        leaves[{0xD, subleaf}].eax = subleaf % 2 == 0 ? 7 : 0;              // zeros between
+        leaves[{0x14, subleaf}].eax = 0xFFFFFFFF;                           // never ends
+        leaves[{0x1F, subleaf}].ecx = 0x100;                                // never ends
+        leaves[{0x5, subleaf}].eax = 1;                                     // has no sub-leaves
+    }
+    leaves[{0x40000000, 0}].eax = 0x40000000;
+    RecordedMachine machine(recording);
+    RecordingError error;
+    const auto result = recorded(machine, error);
+    ASSERT_TRUE(result) << error.message;
+    std::map<std::uint32_t, unsigned int> subleaves;
+    for (const auto& leaf : result->processors[0].leaves) {
+        ++subleaves[leaf.first.first];
+    }
+    const std::map<std::uint32_t, unsigned int> expected = {
+        {0, 1}, {1, 1}, {4, 4}, {5, 1}, {7, 3}, {0xB, 3}, {0xD, 32}, {0x14, 64}, {0x1F, 64}, {0x80000000, 1}};
+    EXPECT_EQ(subleaves, expected);
+}
+
+TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
+    Recording recording = machineOf(1);
+    auto& leaves = recording.processors[0].leaves;
+    leaves[{0, 0}].eax = 0x3FFFFFFF;
+    leaves[{1, 0}].ecx = 1U << 31;
+    leaves[{0x40000000, 0}].eax = 0x7FFFFFFF;
+    leaves[{0x80000000, 0}].eax = 0xFFFFFFFF; // past its range: none
+    leaves[{0xC0000000, 0}].eax = 0xC0000001;
+    for (std::uint32_t leaf = 2; leaf < 0x200; ++leaf) {
+        leaves[{leaf, 0}].ebx = 1;
+        leaves[{0x40000000 + leaf, 0}].ebx = 1;
+        leaves[{0x80000000 + leaf, 0}].ebx = 1;
+        leaves[{0xC0000000 + leaf, 0}].ebx = 1;
+    }
+    RecordedMachine machine(recording);
+    RecordingError error;
+    const auto result = recorded(machine, error);
+    ASSERT_TRUE(result) << error.message;
+    std::map<std::uint32_t, unsigned int> ranges;
+    for (const auto& leaf : result->processors[0].leaves) {
+        ++ranges[leaf.first.first & 0xC0000000];
+    }
+    const std::map<std::uint32_t, unsigned int> expected = {{0, 0x100}, {0x40000000, 0xFF}, {0xC0000000, 1}};
+    EXPECT_EQ(ranges, expected);
+}
+
+// The machine that the tests run on, recorded, says of itself what it says when asked.
+TEST(MachineRecorder, RecordsThisMachine) {
+    RecordingError error;
+    const auto native = recordCurrentMachine(error);
+    ASSERT_TRUE(native) << error.message;
+    const auto leaf0 = native->processors.at(0).leaves.at({0, 0});
+    cpu::cpuid_args asked{0, 0, 0, 0};
+    currentMachine().instructions().cpuid(asked);
+    EXPECT_EQ(leaf0, asked);
+    RecordedMachine machine(*native);
+    const auto replayed = recorded(machine, error);
+    ASSERT_TRUE(replayed) << error.message;
+    EXPECT_TRUE(*replayed == *native);
+}
+
+} // namespace

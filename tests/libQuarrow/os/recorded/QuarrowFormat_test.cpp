@@ -1,0 +1,182 @@
+// Quarrow's own format: round trips, and what is refused.
+
+#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/os/recorded/Recording.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+using namespace libQuarrow::os;
+
+namespace {
+
+std::string written(const Recording& recording) {
+    std::ostringstream out;
+    writeRecording(recording, out);
+    return out.str();
+}
+
+const std::string everything = R"(Quarrow recording 1
+tsc 2893200000
+CPU 0: group 0 bit 63
+   0x00000000 0x00: eax=0x00000001 ebx=0x756e6547 ecx=0x6c65746e edx=0x49656e69
+   0x0000000d 0x3e: eax=0xffffffff ebx=0x00000000 ecx=0x00000000 edx=0x00000000
+   0x80000000 0x12345678: eax=0x80000000 ebx=0x00000000 ecx=0x00000000 edx=0x00000000
+   xcr0 0x8000000000000007
+   msr 0x00000017: 0x0004000000000000
+   msr 0xc0010064: 0xffffffffffffffff
+CPU 1: group 65535 bit 0
+memory 0x00000000000f000e: 5f 53
+memory 0x00000000000f0010: 4d
+memory 0xffffffffffffffff: 00
+port 0x0070: 26 ff
+port 0xffff: 01
+end of recording
+)";
+
+TEST(QuarrowFormat, RoundTripsEverything) {
+    RecordingError error;
+    const auto recording = parseRecording(everything, "own", error);
+    ASSERT_TRUE(recording) << error.message;
+    EXPECT_EQ(written(*recording), everything);
+    EXPECT_EQ(recording->processors.size(), 2U);
+    EXPECT_EQ(recording->processors[0].bit, 63);
+    EXPECT_EQ(recording->processors[1].group, 65535);
+    EXPECT_EQ(recording->memory.at(0xF0010), 0x4D);
+    EXPECT_EQ(recording->memory.size(), 4U);
+    EXPECT_EQ(recording->ports.at(0x71), 0xFF);
+    EXPECT_EQ(recording->tscHertz.value_or(0), 2893200000U);
+    EXPECT_EQ(recording->processors[0].xcr0.value_or(0), 0x8000000000000007U);
+}
+
+// Whatever is cut off, at whichever byte, is noticed: only the line end after the closing line may be missing.
+TEST(QuarrowFormat, NoticesEveryCut) {
+    RecordingError error;
+    for (std::size_t length = 0; length + 1 < everything.size(); ++length) {
+        EXPECT_FALSE(parseRecording(everything.substr(0, length), "own", error)) << "cut at " << length;
+    }
+    EXPECT_TRUE(parseRecording(everything.substr(0, everything.size() - 1), "own", error)) << error.message;
+}
+
+TEST(QuarrowFormat, TakesCommentsAndBlankLines) {
+    RecordingError error;
+    const auto plain = parseRecording(everything, "own", error);
+    std::string text = "\n# about the header\n" + everything + "\n# about the end\n";
+    text.insert(text.find("CPU 0"), "  # about a processor\n\t\n");
+    const auto commented = parseRecording(text, "own", error);
+    ASSERT_TRUE(commented) << error.message;
+    EXPECT_TRUE(*commented == *plain);
+}
+
+TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
+    const struct {
+        const char* line; // in the place of the line before "end of recording"
+        const char* expected;
+    } cases[] = {
+        {"hello", "expected a line of a Quarrow recording"},
+        {"CPU 2: group 0 bit 63", "expected a group and bit that no processor before has"},
+        {"CPU 63:", "expected a group and bit that no processor before has"},
+        {"CPU 2: group 0 bit 64", "expected \"CPU NUMBER: group GROUP bit BIT\""},
+        {"CPU 2: group 65536 bit 0", "expected \"CPU NUMBER: group GROUP bit BIT\""},
+        {"CPU 4194304:", "expected \"CPU NUMBER: group GROUP bit BIT\""},
+        {"CPU 2: group 1", "expected \"CPU NUMBER: group GROUP bit BIT\""},
+        {"xcr0 0x7", "expected \"xcr0 0xVALUE\""},
+        {"msr 0x00000017: 0x1", "expected \"msr 0xNUMBER: 0xVALUE\""},
+        {"tsc 1", "expected \"tsc HERTZ\" once"},
+        {"memory 0x00000000000f0010: 00", "expected \"memory 0xADDRESS: BYTE BYTE ...\""},
+        {"memory 0xfffffffffffffffe: 00 00 00", "expected \"memory 0xADDRESS: BYTE BYTE ...\""},
+        {"memory 0x0000000000000000:", "expected \"memory 0xADDRESS: BYTE BYTE ...\""},
+        {"port 0x10000: 00", "expected \"port 0xNUMBER: BYTE BYTE ...\""},
+        {"port 0x0072: 1", "expected \"port 0xNUMBER: BYTE BYTE ...\""},
+        {"end of recording", "expected nothing after \"end of recording\""},
+    };
+    for (const auto& [line, expected] : cases) {
+        std::string text = everything;
+        text.insert(text.find("end of"), std::string(line) + "\n");
+        RecordingError error;
+        EXPECT_FALSE(parseRecording(text, "own", error)) << line;
+        const std::string where = error.message.substr(0, error.message.find(": "));
+        EXPECT_EQ(where, std::string(line) == "end of recording" ? "own:17" : "own:16") << line;
+        EXPECT_NE(error.message.find(expected), std::string::npos) << line << " gave " << error.message;
+    }
+}
+
+TEST(QuarrowFormat, RefusesOtherMistakes) {
+    const struct {
+        const char* text;
+        const char* expected;
+    } cases[] = {
+        {"Quarrow recording 2\n", "own:1: expected \"Quarrow recording 1\""},
+        {"Quarrow recording 1\nend of recording\n", "own: there are no CPUID values in it"},
+        {"Quarrow recording 1\ntsc 0\n", "own:2: expected \"tsc HERTZ\""},
+        {"Quarrow recording 1\nxcr0 0x0000000000000000\n", "own:2: expected \"xcr0"},
+        {"Quarrow recording 1\n0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n",
+         "own:2: expected \"CPU 0:\" before the values of a processor"},
+        {"Quarrow recording 1\nCPU 0:\n0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n"
+         "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n",
+         "own:4: expected each leaf and sub-leaf of a processor once"},
+    };
+    for (const auto& [text, expected] : cases) {
+        RecordingError error;
+        EXPECT_FALSE(parseRecording(text, "own", error)) << text;
+        EXPECT_EQ(error.message.substr(0, std::string(expected).size()), expected);
+    }
+}
+
+TEST(QuarrowFormat, BoundsProcessorsAndMemory) {
+    std::string processors = "Quarrow recording 1\n";
+    std::string memory = processors;
+    for (std::size_t i = 0; i <= maxRecordedProcessors; ++i) {
+        processors += "CPU " + std::to_string(i) + ":\n";
+    }
+    for (std::size_t i = 0; i <= maxRecordedMemoryBytes / 4096; ++i) {
+        char line[32];
+        std::snprintf(line, sizeof line, "memory 0x%016zx:", i * 4096);
+        memory += line;
+        for (int byte = 0; byte < 4096; ++byte) {
+            memory += " 00";
+        }
+        memory += '\n';
+    }
+    RecordingError error;
+    EXPECT_FALSE(parseRecording(processors, "own", error));
+    EXPECT_EQ(error.message, "own:262146: expected no more than 262144 processors");
+    EXPECT_FALSE(parseRecording(memory, "own", error));
+    EXPECT_EQ(error.message.substr(0, 8), "own:258:");
+}
+
+// Over a folder of dumps, where one is given: each loads, round-trips, and replayed and recorded gives the same twice.
+TEST(QuarrowFormat, RoundTripsACollection) {
+    if (std::string(QUARROW_CORPUS).empty()) {
+        GTEST_SKIP() << "no folder of dumps given (QUARROW_CORPUS)";
+    }
+    const auto recorded = [](const Recording& machine, RecordingError& error) {
+        RecordedMachine replayed(machine);
+        const ScopedMachine scope(replayed);
+        return recordCurrentMachine(error);
+    };
+    unsigned int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QUARROW_CORPUS)) {
+        if (entry.path().extension() != ".txt") {
+            continue;
+        }
+        SCOPED_TRACE(entry.path().filename().string());
+        RecordingError error;
+        const auto dump = readRecording(entry.path().string(), error);
+        ASSERT_TRUE(dump) << error.message;
+        const auto again = parseRecording(written(*dump), "again", error);
+        ASSERT_TRUE(again) << error.message;
+        EXPECT_TRUE(*again == *dump);
+        const auto first = recorded(*dump, error);
+        ASSERT_TRUE(first) << error.message;
+        const auto second = recorded(*first, error);
+        ASSERT_TRUE(second) << error.message;
+        EXPECT_EQ(written(*first), written(*second));
+        ++files;
+    }
+    EXPECT_NE(files, 0U) << "no .txt file in " QUARROW_CORPUS;
+}
+
+} // namespace

@@ -1,0 +1,336 @@
+// How a recording answers in a machine's place.
+
+#include <libKernelMode/MsrDriver.h>
+#include <libQuarrow/cpu/AffinityAPI.h>
+#include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/cpu/ScopedAffinity.h>
+#include <libQuarrow/os/recorded/RecordedMachine.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using namespace libQuarrow;
+using namespace libQuarrow::os;
+using cpu::AffinityMask;
+using cpu::WinAffinity;
+
+namespace {
+
+constexpr cpu::cpuid_args intelLeaf0{0xD, 0x756E6547, 0x6C65746E, 0x49656E69};
+constexpr cpu::cpuid_args amdLeaf0{0xD, 0x68747541, 0x444D4163, 0x69746E65};
+
+// Processors at the given places; leaf 5 EAX of each is its index.
+Recording machineAt(const std::vector<std::pair<std::uint16_t, std::uint8_t>>& places,
+                    const cpu::cpuid_args& leaf0 = amdLeaf0) {
+    Recording recording;
+    for (const auto& [group, bit] : places) {
+        RecordedProcessor processor;
+        processor.group = group;
+        processor.bit = bit;
+        processor.leaves[{0, 0}] = leaf0;
+        processor.leaves[{5, 0}].eax = static_cast<std::uint32_t>(recording.processors.size());
+        recording.processors.push_back(processor);
+    }
+    return recording;
+}
+
+cpu::cpuid_args ask(std::uint32_t leaf, std::uint32_t subleaf = 0) {
+    cpu::cpuid_args registers{leaf, 0, subleaf, 0};
+    currentMachine().instructions().cpuid(registers);
+    return registers;
+}
+
+std::uint32_t here() {
+    return ask(5).eax;
+}
+
+WinAffinity affinity(const char* text) {
+    return WinAffinity::fromString(text).value();
+}
+
+TEST(RecordedCpuid, AnswersWhatIsThereAndZerosOtherwise) {
+    for (const bool intel : {true, false}) {
+        Recording recording = machineAt({{0, 0}}, intel ? intelLeaf0 : amdLeaf0);
+        auto& leaves = recording.processors[0].leaves;
+        leaves[{4, 1}] = {0x11, 0x22, 0x33, 0x44};
+        leaves[{0xD, 0}].eax = 7;
+        leaves[{0xD, 1}].eax = 0xF;
+        leaves[{0x80000000, 0}].eax = 0x80000008;
+        leaves[{0x8FFFFFFF, 0}].eax = 0x49;
+        RecordedMachine machine(recording);
+        const ScopedMachine scope(machine);
+        const struct {
+            std::uint32_t leaf, subleaf, intelEax, otherEax;
+        } cases[] = {
+            {0x4, 1, 0x11, 0x11},  {0x4, 0, 0, 0},        {0x6, 0, 0, 0}, // within the maximum
+            {0xE, 0, 7, 0},        {0xE, 1, 0xF, 0},      {0xE, 2, 7, 0}, // above it
+            {0x40000000, 0, 7, 0}, {0xC0000000, 0, 7, 0},                 // ranges that are not there
+            {0x80000008, 0, 0, 0}, {0x80000009, 0, 7, 0}, {0x8FFFFFFF, 0, 0x49, 0x49},
+        };
+        for (const auto& row : cases) {
+            EXPECT_EQ(ask(row.leaf, row.subleaf).eax, intel ? row.intelEax : row.otherEax) << std::hex << row.leaf;
+        }
+        EXPECT_EQ(ask(4, 1), (cpu::cpuid_args{0x11, 0x22, 0x33, 0x44}));
+    }
+}
+
+TEST(RecordedCpuid, AnswersXcr0) {
+    Recording recording = machineAt({{0, 0}, {0, 1}, {0, 2}});
+    for (RecordedProcessor& processor : recording.processors) {
+        processor.leaves[{1, 0}].ecx = 1U << 27;
+        processor.leaves[{0xD, 0}] = {0xE7, 0, 0, 0x40000000};
+    }
+    recording.processors[1].xcr0 = 3;
+    recording.processors[2].leaves[{1, 0}].ecx = 0;
+    RecordedMachine machine(recording);
+    const ScopedMachine scope(machine);
+    const std::uint64_t expected[] = {0x40000000000000E7, 3, 0};
+    for (unsigned int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(WinAffinity(std::uint64_t{1} << i).setThreadAffinity());
+        EXPECT_EQ(machine.instructions().xgetbv(0), expected[i]);
+        EXPECT_EQ(machine.instructions().xgetbv(1), 0U);
+    }
+}
+
+TEST(RecordedCpuid, AMachineWithoutLeavesHasNoCpuid) {
+    Recording bare;
+    bare.processors.resize(1);
+    RecordedMachine machine(bare);
+    RecordedMachine nothing{Recording()};
+    EXPECT_FALSE(machine.instructions().cpuidBitToggles());
+    EXPECT_FALSE(nothing.instructions().cpuidBitToggles());
+    cpu::cpuid_args registers{0, 0, 0, 0};
+    nothing.instructions().cpuid(registers);
+    EXPECT_EQ(registers, cpu::cpuid_args());
+    EXPECT_EQ(nothing.createAffinityAPI()->systemAffinity()->size(), 0U);
+    std::string reason;
+    EXPECT_EQ(nothing.drivers().openMsr(reason), nullptr);
+}
+
+TEST(RecordedAffinity, WithoutGroups) {
+    RecordedMachine machine(machineAt({{0, 1}, {0, 4}, {0, 0}}));
+    const ScopedMachine scope(machine);
+    EXPECT_FALSE(affinity("0:1").supportsCpuGroups());
+    EXPECT_EQ(WinAffinity::systemAffinity().value(), affinity("0:13h"));
+    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:13h"));
+    EXPECT_EQ(here(), 0U) << "the first processor of the file";
+    EXPECT_TRUE(affinity("0:11h").setThreadAffinity());
+    EXPECT_EQ(here(), 2U) << "the lowest of several";
+    for (const char* refused : {"0:4h", "0:3Fh", "1:1", "0:1/1:1", "0:0"}) {
+        EXPECT_FALSE(affinity(refused).setThreadAffinity()) << refused;
+        EXPECT_FALSE(affinity(refused).setProcessAffinity()) << refused;
+    }
+    EXPECT_TRUE(affinity("0:10h").setProcessAffinity());
+    EXPECT_EQ(WinAffinity::processAffinity().value(), affinity("0:10h"));
+    EXPECT_EQ(here(), 2U) << "a thread with an affinity of its own stays";
+    std::thread([] { EXPECT_EQ(here(), 1U) << "all others move"; }).join();
+    EXPECT_TRUE(affinity("0:10h").setThreadAffinity()); // what it is without one of its own
+    EXPECT_TRUE(affinity("0:13h").setProcessAffinity());
+    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:13h"));
+    EXPECT_EQ(here(), 0U);
+}
+
+TEST(RecordedAffinity, WithGroupsAndHoles) {
+    RecordedMachine machine(machineAt({{0, 0}, {0, 8}, {3, 63}}));
+    const ScopedMachine scope(machine);
+    EXPECT_TRUE(affinity("0:1").supportsCpuGroups());
+    EXPECT_EQ(WinAffinity::systemAffinity().value(), affinity("0:101h/3:8000000000000000h"));
+    EXPECT_EQ(WinAffinity::processAffinity().value(), WinAffinity::systemAffinity().value());
+    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:101h")) << "a thread is in one group";
+    EXPECT_FALSE(affinity("0:1").setProcessAffinity());
+    EXPECT_TRUE(affinity("3:8000000000000000h").setThreadAffinity());
+    EXPECT_EQ(here(), 2U);
+    EXPECT_TRUE(affinity("0:100h/3:8000000000000000h").setThreadAffinity());
+    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:100h")) << "only the first group counts";
+    EXPECT_EQ(here(), 1U);
+    EXPECT_FALSE(affinity("1:1").setThreadAffinity());
+    EXPECT_EQ(here(), 1U);
+}
+
+TEST(RecordedAffinity, EveryThreadHasItsOwn) {
+    constexpr unsigned int threads = 16;
+    std::vector<std::pair<std::uint16_t, std::uint8_t>> places;
+    for (unsigned int i = 0; i < threads; ++i) {
+        places.emplace_back(static_cast<std::uint16_t>(i / 4), static_cast<std::uint8_t>(i % 4));
+    }
+    RecordedMachine machine(machineAt(places));
+    const ScopedMachine scope(machine);
+    std::atomic<unsigned int> wrong{0};
+    std::vector<std::thread> running;
+    for (unsigned int i = 0; i < threads; ++i) {
+        running.emplace_back([&wrong, i] {
+            const AffinityMask mine(WinAffinity({cpu::GroupAffinity(static_cast<std::uint16_t>(i / 4), 1U << i % 4)}));
+            for (int round = 0; round < 500; ++round) {
+                cpu::ScopedAffinity pin(mine, true);
+                wrong += pin.set() && here() == i ? 0 : 1;
+            }
+            wrong += here() == 0 ? 0 : 1;
+        });
+    }
+    for (std::thread& thread : running) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0U);
+}
+
+TEST(RecordedAffinity, FailsAsPlanted) {
+    RecordedMachine machine(machineAt({{0, 0}, {0, 1}}));
+    const ScopedMachine scope(machine);
+    machine.faults().unpinnable = {0};
+    EXPECT_FALSE(affinity("0:1").setThreadAffinity());
+    EXPECT_TRUE(affinity("0:2").setThreadAffinity());
+    EXPECT_TRUE(affinity("0:3").setThreadAffinity());
+    machine.faults() = Faults();
+    machine.faults().failingAffinitySet = 4;
+    EXPECT_TRUE(affinity("0:1").setThreadAffinity());
+    EXPECT_FALSE(affinity("0:2").setThreadAffinity());
+    EXPECT_EQ(here(), 0U);
+    EXPECT_TRUE(affinity("0:2").setThreadAffinity());
+    machine.faults().systemAffinityUnreadable = true;
+    machine.faults().processAffinityUnreadable = true;
+    machine.faults().threadAffinityUnreadable = true;
+    EXPECT_FALSE(WinAffinity::systemAffinity());
+    EXPECT_FALSE(WinAffinity::processAffinity());
+    EXPECT_FALSE(WinAffinity::threadAffinity());
+    machine.faults().noAffinityBackend = true;
+    EXPECT_EQ(cpu::AffinityAPI::create(), nullptr);
+}
+
+TEST(RecordedAffinity, BackendsMayOutliveTheMachine) {
+    std::shared_ptr<cpu::AffinityAPI> api;
+    {
+        RecordedMachine machine(machineAt({{0, 5}}));
+        api = machine.createAffinityAPI();
+    }
+    EXPECT_EQ(api->systemAffinity()->front().mask, 0x20U);
+}
+
+// The steps of a measurement of the time-stamp counter against the performance counter.
+double measuredHertz(RecordedMachine& machine) {
+    std::uint64_t frequency = 0;
+    std::uint64_t start = 0;
+    std::uint64_t end = 0;
+    EXPECT_TRUE(machine.clock().frequency(frequency));
+    const std::uint64_t tscStart = machine.instructions().rdtsc();
+    EXPECT_TRUE(machine.clock().counter(start));
+    unsigned int rounds = 0;
+    do {
+        EXPECT_TRUE(machine.clock().counter(end));
+    } while (end < start + frequency / 40 && ++rounds < 100);
+    const std::uint64_t tscEnd = machine.instructions().rdtsc();
+    EXPECT_TRUE(machine.clock().counter(end));
+    return static_cast<double>(tscEnd - tscStart) / (static_cast<double>(end - start) / static_cast<double>(frequency));
+}
+
+TEST(RecordedClock, RunsAtTheRecordedRate) {
+    for (const std::uint64_t hertz : {std::uint64_t{1}, std::uint64_t{2893202947}, std::uint64_t{1} << 50}) {
+        Recording recording = machineAt({{0, 0}});
+        recording.tscHertz = hertz;
+        RecordedMachine machine(recording);
+        EXPECT_EQ(measuredHertz(machine), static_cast<double>(hertz));
+    }
+}
+
+TEST(RecordedClock, RunsAtTheRateThatTheProcessorStates) {
+    const struct {
+        cpu::cpuid_args leaf15, leaf16;
+        double hertz;
+    } cases[] = {
+        {{2, 216, 24000000, 0}, {2600, 0, 0, 0}, 2.592e9},
+        {{2, 216, 0, 0}, {2600, 0, 0, 0}, 2.6e9},
+        {{0, 216, 24000000, 0}, {0, 0, 0, 0}, 1e9},
+    };
+    for (const auto& row : cases) {
+        Recording recording = machineAt({{0, 0}});
+        recording.processors[0].leaves[{0x15, 0}] = row.leaf15;
+        recording.processors[0].leaves[{0x16, 0}] = row.leaf16;
+        RecordedMachine machine(recording);
+        EXPECT_EQ(measuredHertz(machine), row.hertz);
+    }
+}
+
+TEST(RecordedClock, FailsAsPlanted) {
+    RecordedMachine machine(machineAt({{0, 0}}));
+    machine.faults().failingCounterRead = 1;
+    std::uint64_t value = 7;
+    EXPECT_TRUE(machine.clock().counter(value));
+    const std::uint64_t before = value;
+    EXPECT_FALSE(machine.clock().counter(value));
+    EXPECT_EQ(value, before);
+    EXPECT_TRUE(machine.clock().counter(value));
+    machine.faults().counterFrequencyUnreadable = true;
+    EXPECT_FALSE(machine.clock().frequency(value));
+    std::uint32_t priority = 0;
+    EXPECT_TRUE(machine.clock().setPriorityClass(Clock::realTimePriorityClass));
+    machine.faults().priorityClassRefused = true;
+    EXPECT_FALSE(machine.clock().setPriorityClass(1));
+    EXPECT_TRUE(machine.clock().priorityClass(priority));
+    EXPECT_EQ(priority, Clock::realTimePriorityClass);
+}
+
+TEST(RecordedDrivers, AnswerMsrsOfTheProcessorAtHand) {
+    Recording recording = machineAt({{0, 0}, {0, 1}});
+    recording.processors[0].msrs = {{0x17, 1}, {0x10, 2}};
+    recording.processors[1].msrs = {{0x17, 3}};
+    RecordedMachine machine(recording);
+    const ScopedMachine scope(machine);
+    libKernelMode::MsrDriver driver;
+    ASSERT_TRUE(driver.openDriver()) << driver.failureReason();
+    std::uint64_t value = 0;
+    EXPECT_TRUE(driver.readMsr(0x17, value));
+    EXPECT_EQ(value, 1U);
+    ASSERT_TRUE(affinity("0:2").setThreadAffinity());
+    EXPECT_TRUE(driver.writeMsr(0x17, 9));
+    EXPECT_TRUE(driver.readMsr(0x17, value));
+    EXPECT_EQ(value, 9U);
+    EXPECT_EQ(machine.recording().processors[0].msrs.at(0x17), 1U);
+    EXPECT_FALSE(driver.readMsr(0x10, value)) << "of the other processor only";
+    EXPECT_FALSE(driver.writeMsr(0x10, 1));
+    EXPECT_EQ(value, 9U);
+    machine.faults().failingMsrs = {0x17};
+    EXPECT_FALSE(driver.readMsr(0x17, value));
+    EXPECT_FALSE(driver.writeMsr(0x17, 1));
+    machine.faults().noMsrDriver = true;
+    libKernelMode::MsrDriver refused;
+    EXPECT_FALSE(refused.openDriver());
+}
+
+TEST(RecordedDrivers, SayWhyThereIsNone) {
+    RecordedMachine machine(machineAt({{0, 0}}));
+    std::string reasons[3];
+    EXPECT_EQ(machine.drivers().openMsr(reasons[0]), nullptr);
+    EXPECT_EQ(machine.drivers().openMemory(reasons[1]), nullptr);
+    EXPECT_EQ(machine.drivers().openPorts(reasons[2]), nullptr);
+    EXPECT_EQ(reasons[0], "this machine is a recording without MSRs; record one with them to ask for them");
+    EXPECT_EQ(reasons[1], "this machine is a recording without memory; record one with them to ask for them");
+    EXPECT_EQ(reasons[2], "this machine is a recording without I/O ports; record one with them to ask for them");
+}
+
+TEST(RecordedDrivers, AnswerMemoryAndPorts) {
+    Recording recording = machineAt({{0, 0}});
+    recording.memory = {{0xFFFFFFFFFFFFFFFE, 0x12}, {0xFFFFFFFFFFFFFFFF, 0x34}, {0, 0x56}};
+    recording.ports = {{0x70, 1}, {0x71, 2}, {0x72, 3}};
+    RecordedMachine machine(recording);
+    std::string reason;
+    const auto memory = machine.drivers().openMemory(reason);
+    const auto ports = machine.drivers().openPorts(reason);
+    ASSERT_TRUE(memory && ports) << reason;
+    std::uint8_t bytes[3] = {};
+    EXPECT_TRUE(memory->read(0xFFFFFFFFFFFFFFFE, bytes, 2, 0));
+    EXPECT_EQ(bytes[1], 0x34);
+    EXPECT_TRUE(memory->write(0xFFFFFFFFFFFFFFFF, bytes, 1, 0));
+    EXPECT_EQ(machine.recording().memory.at(0xFFFFFFFFFFFFFFFF), 0x12);
+    EXPECT_FALSE(memory->read(0xFFFFFFFFFFFFFFFE, bytes, 3, 0)) << "no wrap round";
+    EXPECT_FALSE(memory->read(1, bytes, 1, 0));
+    std::uint32_t value = 0;
+    EXPECT_TRUE(ports->read(0x70, 2, value));
+    EXPECT_EQ(value, 0x201U);
+    EXPECT_TRUE(ports->write(0x71, 2, 0xABCD));
+    EXPECT_EQ(machine.recording().ports.at(0x72), 0xAB);
+    EXPECT_FALSE(ports->read(0x70, 4, value));
+    EXPECT_EQ(value, 0x201U);
+}
+
+} // namespace
