@@ -1,9 +1,8 @@
 #pragma once
 
+#include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 
-#include <cstdint>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -23,25 +22,13 @@ class AmdProcessor {
         return *this;
     }
     AmdProcessor& maxExtendedLeaf(std::uint32_t number) { return leaf(0x80000000, {number, 0, 0, 0}); }
-    AmdProcessor& msr(std::uint32_t number, std::uint64_t value) {
-        recorded.msrs[number] = value;
-        return *this;
-    }
-    AmdProcessor& packageField(std::uint32_t field) {
-        recorded.leaves[{0x80000001, 0}].ebx |= field << 28;
-        return *this;
-    }
-    // Leaf 1 and leaf 0x80000008; with no cores, what a processor says whose threads are all cores but has none.
+    AmdProcessor& packageField(std::uint32_t field) { return leaf(0x80000001, {0, field << 28, 0, 0}); }
+    // With no cores: what a processor says whose threads are all cores, but which has none.
     AmdProcessor& counts(std::uint32_t cores, std::uint32_t threads) {
         recorded.leaves[{1, 0}].ebx |= threads << 16;
         recorded.leaves[{1, 0}].edx |= 1u << 28;
-        recorded.leaves[{0x80000008, 0}].ecx = cores - 1;
-        recorded.leaves[{0x80000001, 0}].ecx |= cores == 0 ? 2 : 0;
-        return *this;
-    }
-    AmdProcessor& apicId(std::uint32_t id) {
-        recorded.leaves[{1, 0}].ebx |= id << 24;
-        return *this;
+        leaf(0x80000001, {0, 0, cores == 0 ? 2u : 0u, 0});
+        return leaf(0x80000008, {0, 0, cores - 1, 0});
     }
     // Leaves 0x80000005 and 0x80000006 of a Phenom II: 64 KB L1 data and instruction, 512 KB L2, 6 MB L3.
     AmdProcessor& caches() {
@@ -52,20 +39,21 @@ class AmdProcessor {
     libQuarrow::os::RecordedProcessor recorded;
 };
 
-// The processors as a machine, in that order in group 0.
-template <class Processor>
-libQuarrow::os::Recording machineOf(const std::vector<Processor>& processors) {
-    libQuarrow::os::Recording recording;
-    for (const Processor& processor : processors) {
-        recording.processors.push_back(processor.recorded);
-        recording.processors.back().bit = static_cast<std::uint8_t>(recording.processors.size() - 1);
-    }
-    return recording;
-}
-
-// A machine that is current as long as it lives.
+// The machine of those processors, in that order in group 0, current as long as it lives.
 struct CurrentMachine {
-    explicit CurrentMachine(libQuarrow::os::Recording recording) : machine(std::move(recording)), scope(machine) {}
+    template <class Processor>
+    explicit CurrentMachine(const std::vector<Processor>& processors)
+        : machine(recording(processors)), scope(machine) {}
+
+    template <class Processor>
+    static libQuarrow::os::Recording recording(const std::vector<Processor>& processors) {
+        libQuarrow::os::Recording all;
+        for (const Processor& processor : processors) {
+            all.processors.push_back(processor.recorded);
+            all.processors.back().bit = static_cast<std::uint8_t>(all.processors.size() - 1);
+        }
+        return all;
+    }
 
     libQuarrow::os::RecordedMachine machine;
     libQuarrow::os::ScopedMachine scope;

@@ -1,7 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_physical_cpu.h>
 
 #include <libQuarrow/cpu/x86/x86_caches.h>
-#include <libQuarrow/cpu/x86/x86_vendor_info.h>
 
 #include <utility>
 
@@ -17,7 +16,7 @@ void appendCachesPerThread(const x86_cpu& cpu, zel::Array<x86_cache>& all) {
         return;
     }
     x86_caches caches;
-    cpu.vendorInfo()->getCaches(caches);
+    cpu.getCaches(caches);
     for (x86_cache cache : caches) {
         cache.setInstanceCount(cache.getInstanceCount() * threadsPerCore);
         all.append(cache);

@@ -1,0 +1,55 @@
+#include <libQuarrow/cpu/ICpuTemperatureAccessor.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+using namespace libQuarrow::cpu;
+using Reading = boost::optional<zel::Temperature>;
+
+namespace {
+
+class FixedAccessor : public ICpuTemperatureAccessor {
+  public:
+    FixedAccessor(Reading current, Reading threshold) : m_current(current), m_threshold(threshold) {}
+    ICpuTemperatureAccessor* clone() const override { return new FixedAccessor(*this); }
+    bool getCurrentTemperature(zel::Temperature& temperature) const override {
+        temperature = m_current.value_or(temperature);
+        return m_current.has_value();
+    }
+    bool getTemperatureThreshold(zel::Temperature& threshold) const override {
+        threshold = m_threshold.value_or(threshold);
+        return m_threshold || ICpuTemperatureAccessor::getTemperatureThreshold(threshold);
+    }
+
+  private:
+    Reading m_current;
+    Reading m_threshold;
+};
+
+TEST(ICpuTemperatureAccessor, offset_of_whole_degrees) {
+    const struct {
+        Reading current, threshold;
+        boost::optional<int> offset;
+    } cases[] = {
+        {zel::Temperature(60), zel::Temperature(100), 40},
+        {zel::Temperature(105), zel::Temperature(100), -5},
+        {zel::Temperature(605, 1), zel::Temperature(100), boost::none},
+        {zel::Temperature(60), zel::Temperature(1000, 1), boost::none},
+        {zel::Temperature(60), boost::none, boost::none}, // as with an accessor that leaves the threshold to the base
+        {boost::none, zel::Temperature(100), boost::none},
+        {zel::Temperature(-2), zel::Temperature(INT_MAX), boost::none}, // no int holds it
+    };
+    for (const auto& test : cases) {
+        const auto info = FixedAccessor(test.current, test.threshold).getTemperatureInfo();
+        ASSERT_TRUE(info);
+        EXPECT_EQ(info->temperature.has_value(), test.current.has_value());
+        EXPECT_EQ(info->threshold.has_value(), test.threshold.has_value());
+        EXPECT_FALSE(info->reserved);
+        ASSERT_EQ(info->thresholdOffset.has_value(), test.offset.has_value());
+        EXPECT_EQ(info->thresholdOffset.value_or(zel::Temperature(0)).getIntegerValue(), test.offset.value_or(0));
+    }
+    EXPECT_FALSE(FixedAccessor(boost::none, boost::none).getTemperatureInfo());
+}
+
+} // namespace
