@@ -1,1 +1,156 @@
-int main() { return 0; }
+#include <tools/quarrow/Commands.h>
+#include <tools/quarrow/Failure.h>
+#include <tools/quarrow/Logging.h>
+#include <tools/quarrow/Output.h>
+#include <tools/quarrow/Text.h>
+#include <tools/quarrow/os/Console.h>
+
+#include <libQuarrow/os/recorded/RecordedMachine.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+
+using namespace quarrow;
+namespace os = libQuarrow::os;
+
+namespace {
+
+struct Command {
+    const char* name;
+    const char* operand; // null: it takes none
+    const char* operandMeaning;
+    bool manyOperands;
+    const char* description;
+    std::string (*run)(const Request&);
+};
+
+const Command commands[] = {
+    {"tree", nullptr, nullptr, false,
+     "Packages, cores and threads, and each package's caches (when no command is given)", treeCommand},
+    {"cpus", "N", "Logical processor numbers, as in 0 1 12", true,
+     "Everything about each logical processor, or about those named", cpusCommand},
+    {"features", nullptr, nullptr, false, "Features that the processors support, and those allowed for use",
+     featuresCommand},
+    {"caches", nullptr, nullptr, false, "Caches of each package, and which logical processors share them",
+     cachesCommand},
+    {"affinity", "TEXT", "An affinity: group:mask, as in 0:Fh or 0:Fh/1:3h", false,
+     "Affinity of the system, the process and the thread; or what TEXT means", affinityCommand},
+    {"record", "FILE", "Where to; without it, standard output", false,
+     "Write this machine down, to be read with --machine anywhere", recordCommand},
+};
+
+struct Arguments {
+    Request request;
+    std::string machineFile;      // empty: the machine that this runs on
+    unsigned int logPriority = 0; // 0: nothing is logged
+    bool process = false;
+};
+
+constexpr const char* examples = "Examples:\n"
+                                 "  quarrow                             this machine\n"
+                                 "  quarrow cpus 0                      its first logical processor\n"
+                                 "  quarrow record mine.txt             write it down, to be sent to somebody else\n"
+                                 "  quarrow --machine mine.txt caches   read it there\n"
+                                 "  cpuid -r | quarrow --machine -      what another program recorded";
+
+void describe(CLI::App& app, Arguments& arguments) {
+    app.name("quarrow");
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("Positionals", "Arguments");
+    app.footer(examples);
+    app.fallthrough(); // options stand before or after the command
+    app.require_subcommand(0, 1);
+    app.set_help_flag("-h,--help", "Print this help, or that of a command, and exit");
+    app.set_version_flag("--version", "quarrow " QUARROW_VERSION, "Print the version and exit");
+    app.add_option("--machine", arguments.machineFile,
+                   "Report the machine recorded in FILE instead of this one; - reads standard input")
+        ->type_name("FILE");
+    app.add_flag("--json", arguments.request.json, "Print one JSON document, for programs");
+    app.add_option("--log", arguments.logPriority,
+                   "Log to standard error: 1 everything, 2 diagnostics, 3 notices, 4 failures")
+        ->type_name("PRIORITY")
+        ->check(CLI::Range(1, 4).description(""));
+    app.add_flag("--process", arguments.process, "Visit processors by moving the whole process, not just the thread");
+    for (const Command& command : commands) {
+        CLI::App* subcommand = app.add_subcommand(command.name, command.description);
+        subcommand->group("Commands")
+            ->footer("The options that 'quarrow --help' lists stand before or after the command.");
+        if (command.operand != nullptr) {
+            subcommand->add_option(command.operand, arguments.request.operands, command.operandMeaning)
+                ->type_name("")
+                ->expected(0, command.manyOperands ? CLI::detail::expected_max_vector_size : 1);
+        }
+    }
+}
+
+std::string answer(const CLI::App& app, Arguments& arguments) {
+    if (arguments.logPriority != 0) {
+        logToStandardError(static_cast<zel::LogPriority>(arguments.logPriority));
+    }
+    arguments.request.threadAffinity = !arguments.process;
+
+    std::unique_ptr<os::RecordedMachine> recorded;
+    std::unique_ptr<os::ScopedMachine> inItsPlace;
+    if (app.count("--machine") != 0) {
+        if (arguments.machineFile.empty()) {
+            throw Failure(Failure::WrongInput, "--machine needs the name of a file");
+        }
+        os::RecordingError error;
+        boost::optional<os::Recording> recording = os::readRecording(arguments.machineFile, error);
+        if (!recording) {
+            throw Failure(Failure::WrongInput, error.message);
+        }
+        recorded = std::make_unique<os::RecordedMachine>(std::move(*recording));
+        inItsPlace = std::make_unique<os::ScopedMachine>(*recorded);
+        arguments.request.machine = arguments.machineFile;
+    }
+    const auto chosen = std::find_if(std::begin(commands), std::end(commands),
+                                     [&app](const Command& command) { return app.got_subcommand(command.name); });
+    return chosen != std::end(commands) ? chosen->run(arguments.request) : treeCommand(arguments.request);
+}
+
+constexpr const char* lookAtHelp = "; 'quarrow --help' tells what there is";
+
+std::string run(std::vector<std::string> words) {
+    CLI::App app{"Quarrow tells everything about the processors of an x86-64 machine: this one, or a recorded one."};
+    Arguments arguments;
+    describe(app, arguments);
+    try {
+        std::reverse(words.begin(), words.end()); // as CLI11 takes them
+        app.parse(std::move(words));
+    } catch (const CLI::CallForHelp&) {
+        return app.help() + "\n";
+    } catch (const CLI::CallForVersion& version) {
+        return std::string(version.what()) + "\n";
+    } catch (const CLI::ExtrasError&) {
+        throw Failure(Failure::WrongInput, "no command, option or argument is expected here: " +
+                                               CLI::detail::join(app.remaining(true), " ") + lookAtHelp);
+    } catch (const CLI::ParseError& error) {
+        throw Failure(Failure::WrongInput, error.what() + std::string(lookAtHelp));
+    }
+    return answer(app, arguments);
+}
+
+int complain(const std::string& message, int status) {
+    std::fprintf(stderr, "quarrow: %s\n", oneLine(message).c_str());
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Console console;
+    try {
+        writeOutput(run(commandLine(argc, argv)));
+        return 0;
+    } catch (const Failure& failure) {
+        return complain(failure.what(), failure.status());
+    } catch (const std::exception& error) {
+        return complain(std::string("this should not have happened: ") + error.what(), Failure::CannotAnswer);
+    } catch (...) {
+        return complain("this should not have happened: an exception of an unknown type", Failure::CannotAnswer);
+    }
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <tools/quarrow/Request.h>
+
+#include <libQuarrow/cpu/x86/x86_caches.h>
+#include <libQuarrow/cpu/x86/x86_cpu.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The JSON document, as docs/json.md describes it. What is not known is null.
+
+namespace quarrow {
+
+// A document with just the version of the tool and the machine.
+nlohmann::ordered_json emptyDocument(const Request& request);
+// Indented, with a line feed at the end. Bytes that are no UTF-8 become U+FFFD.
+std::string documentText(const nlohmann::ordered_json& document);
+
+// Everything about the machine: all its processors and packages.
+std::string machineDocument(const Request& request);
+// The same of these processors alone; "packages" is null.
+std::string processorsDocument(const Request& request, const std::vector<const libQuarrow::cpu::x86_cpu*>& processors);
+
+// Null for what stands for "not known": 0 where no such number can be, and the empty text.
+nlohmann::ordered_json knownNumber(std::uint32_t number);
+nlohmann::ordered_json knownText(const zel::String& text);
+
+// One element of "processors".
+nlohmann::ordered_json processorJson(const libQuarrow::cpu::x86_cpu& cpu);
+// "caches" of a processor or a package.
+nlohmann::ordered_json cachesJson(const libQuarrow::cpu::x86_caches& caches);
+
+} // namespace quarrow

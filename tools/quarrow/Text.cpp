@@ -1,0 +1,32 @@
+#include <tools/quarrow/Text.h>
+
+#include <algorithm>
+
+namespace quarrow {
+namespace {
+
+bool isControl(char16_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+} // namespace
+
+std::string printable(const zel::String& text) {
+    std::u16string units = text.units();
+    std::replace_if(
+        units.begin(), units.end(), [](char16_t unit) { return unit != u'\n' && isControl(unit); }, u'\uFFFD');
+    return zel::String(std::move(units)).toUtf8();
+}
+
+std::string line(const zel::String& label, const zel::String& value) {
+    return printable(label.getFixedStr(20) + ": " + value.normalizeSpaces() + "\n");
+}
+
+std::string oneLine(std::string text) {
+    // Bytes above 0x7F stay: they may be parts of a file name.
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return (c >= 0 && c < 0x20) || c == 0x7F; }, ' ');
+    return text;
+}
+
+} // namespace quarrow

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace quarrow {
+
+// Sets the process up for reading and writing as the tool does, and puts the terminal back at the end: UTF-8 on a
+// terminal, bytes unchanged everywhere, and a closed pipe is a failed write that can be reported.
+class Console {
+  public:
+    Console();
+    ~Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+  private:
+    unsigned int m_codePage = 0; // to be put back; 0: nothing to put back
+};
+
+// The arguments after the program's name, in UTF-8 where the system knows what their characters are.
+std::vector<std::string> commandLine(int argc, char** argv);
+
+} // namespace quarrow
