@@ -24,14 +24,18 @@ class LogCapture {
     LogCapture& operator=(const LogCapture&) = delete;
 
     const std::vector<std::string>& messages() const { return m_sink->messages; }
+    // The same with the line number: "4 channel: 149 text".
+    const std::vector<std::string>& numberedMessages() const { return m_sink->numbered; }
 
   private:
     struct Sink : zel::LogSink {
         void write(const zel::String& channel, zel::LogPriority priority, const zel::String& text) override {
-            messages.push_back(std::to_string(priority) + " " + channel.toUtf8() + ": " +
-                               text.subString(text.find(" ") + 1).toUtf8());
+            const std::string origin = std::to_string(priority) + " " + channel.toUtf8() + ": ";
+            messages.push_back(origin + text.subString(text.find(" ") + 1).toUtf8());
+            numbered.push_back(origin + text.toUtf8());
         }
         std::vector<std::string> messages;
+        std::vector<std::string> numbered;
     };
 
     std::shared_ptr<Sink> m_sink;

@@ -51,12 +51,15 @@ bool isEnabled(std::uint64_t pstate) {
     return bits(pstate, 63, 63) != 0;
 }
 
-// Whether the first P-states are boost states: core performance boost is there (leaf 0x80000007 EDX bit 9) and on. From
+// Whether the first P-states may be boost states: core performance boost is there (leaf 0x80000007 EDX bit 9). From
 // family 0x17 on boost has no P-states of its own.
-bool hasBoostStates(const x86_cpu& cpu) {
+bool mayHaveBoostStates(const x86_cpu& cpu) {
+    return cpu.getSignature().displayFamily <= lastCofVidFamily && cpu.supportsFeature(x86_feature_CPB);
+}
+
+bool isBoostOff(const x86_cpu& cpu) {
     std::uint64_t hwcr = 0;
-    return cpu.getSignature().displayFamily <= lastCofVidFamily && cpu.supportsFeature(x86_feature_CPB) &&
-           !(cpu.callRDMSR(msrHwcr, hwcr) && bits(hwcr, 25, 25) != 0);
+    return cpu.callRDMSR(msrHwcr, hwcr) && bits(hwcr, 25, 25) != 0;
 }
 
 } // namespace
@@ -106,14 +109,14 @@ void AMD_Perf::readPStates(const x86_cpu& cpu, x86_speed_metrics& metrics) const
     }
     std::uint64_t limit = 0;
     std::uint32_t boostStates = 0;
-    if (count != 0 && hasBoostStates(cpu) && cpu.callRDMSR(msrPStateLimit, limit)) {
+    if (count != 0 && mayHaveBoostStates(cpu) && cpu.callRDMSR(msrPStateLimit, limit)) {
         boostStates = count - 1 - std::min(count - 1, bits(limit, 6, 4));
     }
     if (count != 0) {
         metrics.maxMultiplier = states[boostStates];
         metrics.minMultiplier = *std::min_element(states, states + count);
     }
-    if (boostStates != 0 && states[0] != 0) {
+    if (boostStates != 0 && states[0] != 0 && !isBoostOff(cpu)) {
         metrics.turboRatio = states[0];
     }
     std::uint64_t status = 0;

@@ -65,9 +65,8 @@ std::uint64_t measuringInterval(std::uint64_t countsPerSecond) {
 }
 
 bool spinUntil(os::Clock& clock, std::uint64_t target) {
-    // An interval takes some million reads of a fast counter. One that has not come to its end after so many times as
-    // many stands still.
-    constexpr std::uint32_t mostReads = 1u << 26;
+    // An interval takes a million reads of a fast counter, or a few. After so many more the counter stands still.
+    constexpr std::uint32_t mostReads = 1u << 24;
     std::uint64_t now = 0;
     for (std::uint32_t reads = 0; reads < mostReads; ++reads) {
         if (!clock.counter(now)) {
