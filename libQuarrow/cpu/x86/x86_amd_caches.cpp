@@ -20,6 +20,8 @@ bool x86_amd_info::getCaches(x86_caches& caches) const {
     return !caches.isEmpty();
 }
 
+// True too, on purpose, when nothing was found but `caches` held something before: then the legacy leaves are not
+// asked.
 bool x86_amd_info::getCacheTopologyInfo(x86_caches& caches) const {
     zel::Array<x86_cache> found;
     if (x86_vendor_info::getCacheTopologyInfo(*m_cpu, found)) {
