@@ -22,8 +22,8 @@ class KERNELMODE_EXPORT MsrAccess {
 class KERNELMODE_EXPORT MemoryAccess {
   public:
     virtual ~MemoryAccess();
-    // unitBytes 4: nothing but aligned 32-bit accesses, as device registers want them. 0: any accesses; an aligned value
-    // of 2, 4 or 8 bytes is moved by one access of its width all the same.
+    // unitBytes 4: nothing but aligned 32-bit accesses, as device registers want them. 0: any accesses; an aligned
+    // value of 2, 4 or 8 bytes is moved by one access of its width all the same.
     virtual bool read(std::uint64_t address, void* buffer, std::uint32_t size, std::uint32_t unitBytes) = 0;
     virtual bool write(std::uint64_t address, const void* buffer, std::uint32_t size, std::uint32_t unitBytes) = 0;
 };
