@@ -1,0 +1,180 @@
+// PawnIO, against a library that stands in for its own.
+
+#include <libKernelMode/os/windows/PawnIO.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <fstream>
+
+namespace {
+
+using namespace libKernelMode;
+namespace fs = std::filesystem;
+
+// A machine's folders, empty at first: an installation of PawnIO and one for modules.
+class PawnIOTest : public testing::Test {
+  protected:
+    PawnIOTest() {
+        const fs::path root = fs::temp_directory_path() / ("quarrow-" + std::to_string(GetCurrentProcessId()));
+        fs::remove_all(root);
+        m_folders = {root / "PawnIO", root / "modules"};
+        fs::create_directories(m_folders.installation);
+        fs::create_directories(m_folders.modules);
+    }
+    ~PawnIOTest() override {
+        std::error_code stillLoaded;
+        fs::remove_all(m_folders.installation.parent_path(), stillLoaded);
+    }
+
+    // "whole" or "incomplete".
+    void install(const char* variant) {
+        std::array<wchar_t, MAX_PATH> program{};
+        GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+        fs::copy_file(fs::path(program.data()).parent_path() / "fake_pawnio" / variant / "PawnIOLib.dll",
+                      m_folders.installation / "PawnIOLib.dll");
+    }
+    static void addModule(const fs::path& folder, const char* name, const char* behaviour) {
+        std::ofstream(folder / name, std::ios::binary) << behaviour;
+    }
+    std::unique_ptr<MsrAccess> open() {
+        m_reason.clear();
+        m_pawnIO = PawnIO::bind(m_folders, m_reason);
+        return m_pawnIO != nullptr ? m_pawnIO->openMsr(m_reason) : nullptr;
+    }
+    bool explains(const std::string& what) const {
+        return m_reason.find("cannot ") == 0 && m_reason.find(what) != std::string::npos &&
+               m_reason.find("; MSR access needs ") != std::string::npos;
+    }
+
+    PawnIOFolders m_folders;
+    std::shared_ptr<const PawnIO> m_pawnIO;
+    std::string m_reason;
+};
+
+TEST_F(PawnIOTest, ReadsAndWritesThroughEitherModuleInEitherFolder) {
+    install("whole");
+    for (const fs::path& folder : {m_folders.modules, m_folders.installation}) {
+        for (const char* name : {"AMDFamily17.bin", "IntelMSR.bin"}) {
+            addModule(folder, name, "works");
+            const auto msrs = open();
+            ASSERT_NE(msrs, nullptr) << m_reason;
+            std::uint64_t value = 7;
+            EXPECT_TRUE(msrs->read(0xC0010064, value));
+            EXPECT_EQ(value, 0xC0010064 * std::uint64_t{2});
+            EXPECT_TRUE(msrs->write(0x198, 1));
+            EXPECT_FALSE(msrs->read(0, value)) << "not in the module's list";
+            EXPECT_EQ(value, 0xC0010064 * std::uint64_t{2}) << "a failed read must leave the value alone";
+            fs::remove(folder / name);
+        }
+    }
+}
+
+TEST_F(PawnIOTest, TakesTheModuleThatTheDriverAccepts) {
+    install("whole");
+    addModule(m_folders.installation, "IntelMSR.bin", "refused");
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(explains("refused IntelMSR.bin (error 0x80070057)")) << m_reason;
+    addModule(m_folders.modules, "AMDFamily17.bin", "works");
+    EXPECT_NE(open(), nullptr) << m_reason;
+}
+
+TEST_F(PawnIOTest, SaysWhatIsMissing) {
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(explains("PawnIOLib.dll")) << m_reason;
+    m_folders.installation.clear(); // and must not search for it
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(explains("PawnIOLib.dll")) << m_reason;
+}
+
+TEST_F(PawnIOTest, SaysWhichEntryPointIsMissing) {
+    install("incomplete");
+    addModule(m_folders.modules, "IntelMSR.bin", "works");
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(explains("no pawnio_execute")) << m_reason;
+}
+
+TEST_F(PawnIOTest, SaysWhereModulesAreLookedFor) {
+    install("whole");
+    addModule(m_folders.modules, "IntelMSR.bin", ""); // an empty file is none
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(explains(m_folders.modules.u8string())) << m_reason;
+}
+
+TEST_F(PawnIOTest, SaysThatItMayNotBeOpened) {
+    install("whole");
+    addModule(m_folders.modules, "IntelMSR.bin", "works");
+    SetEnvironmentVariableW(L"FAKE_PAWNIO_CLOSED", L"1");
+    EXPECT_EQ(open(), nullptr);
+    SetEnvironmentVariableW(L"FAKE_PAWNIO_CLOSED", nullptr);
+    EXPECT_TRUE(explains("error 0x80070005")) << m_reason;
+    EXPECT_NE(open(), nullptr);
+}
+
+TEST_F(PawnIOTest, BelievesNoAnswerOfTheWrongSize) {
+    install("whole");
+    const struct {
+        const char* behaviour;
+        bool reads, writes;
+    } cases[] = {{"works", true, true}, {"fails", false, false}, {"more", false, false}, {"less", false, true}};
+    for (const auto& row : cases) {
+        addModule(m_folders.modules, "IntelMSR.bin", row.behaviour);
+        const auto msrs = open();
+        ASSERT_NE(msrs, nullptr) << m_reason;
+        std::uint64_t value = 7;
+        EXPECT_EQ(msrs->read(0x10, value), row.reads) << row.behaviour;
+        EXPECT_EQ(value, row.reads ? 0x20u : 7u) << row.behaviour;
+        EXPECT_EQ(msrs->write(0x10, 1), row.writes) << row.behaviour; // none asked for, none given
+    }
+}
+
+TEST_F(PawnIOTest, LeaksNoHandle) {
+    install("whole");
+    addModule(m_folders.installation, "IntelMSR.bin", "refused");
+    DWORD before = 0, after = 0;
+    for (const bool accepted : {false, true}) {
+        if (accepted) {
+            addModule(m_folders.modules, "AMDFamily17.bin", "works");
+        }
+        ASSERT_EQ(open() != nullptr, accepted);
+        GetProcessHandleCount(GetCurrentProcess(), &before);
+        for (int i = 0; i < 10000; ++i) {
+            ASSERT_EQ(m_pawnIO->openMsr(m_reason) != nullptr, accepted);
+        }
+        GetProcessHandleCount(GetCurrentProcess(), &after);
+        EXPECT_EQ(after, before);
+    }
+}
+
+TEST(NativeDrivers, LeakNoHandle) {
+    std::string reason;
+    nativeDriverBackend().openMsr(reason);
+    DWORD before = 0, after = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &before);
+    for (int i = 0; i < 10000; ++i) {
+        nativeDriverBackend().openMsr(reason);
+        ASSERT_EQ(nativeDriverBackend().openMemory(reason), nullptr);
+        ASSERT_EQ(nativeDriverBackend().openPorts(reason), nullptr);
+    }
+    GetProcessHandleCount(GetCurrentProcess(), &after);
+    EXPECT_EQ(after, before);
+}
+
+TEST(PawnIOFolders, ComeFromTheUninstallEntry) {
+    const wchar_t* const entry = L"Software\\QuarrowTest\\Uninstall\\PawnIO";
+    EXPECT_EQ(PawnIOFolders::installLocation(HKEY_CURRENT_USER, entry), "");
+    const std::wstring folder = L"D:\\Träger\\PawnIO";
+    const auto size = static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t));
+    RegSetKeyValueW(HKEY_CURRENT_USER, entry, L"InstallLocation", REG_SZ, folder.c_str(), size);
+    EXPECT_EQ(PawnIOFolders::installLocation(HKEY_CURRENT_USER, entry), fs::path(folder));
+    const DWORD number = 1;
+    RegSetKeyValueW(HKEY_CURRENT_USER, entry, L"InstallLocation", REG_DWORD, &number, sizeof number);
+    EXPECT_EQ(PawnIOFolders::installLocation(HKEY_CURRENT_USER, entry), "") << "no text";
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\QuarrowTest");
+
+    const PawnIOFolders folders = PawnIOFolders::ofThisMachine();
+    EXPECT_TRUE(folders.installation.is_absolute());
+    EXPECT_TRUE(folders.modules.is_absolute());
+}
+
+} // namespace
