@@ -251,7 +251,7 @@ TEST(Tool, RefusesWrongUsageAndInputInOneLine) {
         {"--log many", "--log"},
         {"--machine", "--machine"},
         {"--machine " + quoted(scratch("no such file.txt")), "no such file.txt"},
-        {"--machine " + quoted(scratch("")), "folder"},
+        {"--machine " + quoted(QUARROW_SOURCE_DIR), "folder"},
         {"--machine " + quoted(broken), "broken.txt"},
         {"--machine " + quoted(binary) + " cpus", "binary.bin"},
         {"cpus --machine " + quoted(empty), "nothing.txt"},

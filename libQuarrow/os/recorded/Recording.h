@@ -56,7 +56,7 @@ constexpr std::size_t maxRecordedMemoryBytes = std::size_t{1} << 20;
 // `name` is what the message calls the file.
 QUARROW_EXPORT boost::optional<Recording> parseRecording(const std::string& text, const std::string& name,
                                                          RecordingError& error);
-// The same from a file, or from standard input when `path` is "-".
+// The same from a file, named in UTF-8, or from standard input when `path` is "-".
 QUARROW_EXPORT boost::optional<Recording> readRecording(const std::string& path, RecordingError& error);
 // Writes Quarrow's own format. Reading it back gives the same recording; writing that again gives the same text. (A
 // recording with no leaf at all can be written but not read back.)

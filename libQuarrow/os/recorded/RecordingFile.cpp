@@ -4,29 +4,20 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <fstream>
+#include <iostream>
 #include <system_error>
 
 namespace libQuarrow::os {
 namespace {
 
-bool isFolder(const std::string& path) {
-    try {
-        std::error_code ignored;
-        return std::filesystem::is_directory(path, ignored);
-    } catch (const std::exception&) {
-        return false; // on Windows a path that is no UTF-8 is refused in this way; fopen will say what it thinks of it
-    }
-}
-
 // Everything to the end, but never much more than a recording may have. False when reading fails.
-bool readAll(std::FILE* file, std::string& text) {
+bool readAll(std::istream& file, std::string& text) {
     char buffer[1 << 16];
-    std::size_t count = 0;
-    while (text.size() <= maxRecordingBytes && (count = std::fread(buffer, 1, sizeof buffer, file)) != 0) {
-        text.append(buffer, count);
+    while (text.size() <= maxRecordingBytes && (file.read(buffer, sizeof buffer), file.gcount() != 0)) {
+        text.append(buffer, static_cast<std::size_t>(file.gcount()));
     }
-    return std::ferror(file) == 0;
+    return !file.bad();
 }
 
 } // namespace
@@ -38,18 +29,26 @@ boost::optional<Recording> readRecording(const std::string& path, RecordingError
         error.message = name + ": " + what + "; " + formatsRead;
         return boost::none;
     };
-    if (!standardInput && isFolder(path)) {
-        return failed("it is a folder");
-    }
     const auto reason = [] { return std::generic_category().message(errno); };
-    const auto close = [](std::FILE* file) { return file == stdin ? 0 : std::fclose(file); };
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(standardInput ? stdin : std::fopen(path.c_str(), "rb"),
-                                                               close);
-    if (file == nullptr) {
-        return failed("it cannot be opened: " + reason());
+    std::ifstream file;
+    if (!standardInput) {
+        try {
+            const std::filesystem::path place = std::filesystem::u8path(path);
+            std::error_code ignored;
+            if (std::filesystem::is_directory(place, ignored)) {
+                return failed("it is a folder");
+            }
+            file.open(place, std::ios::binary);
+        } catch (const std::exception&) {
+            return failed("it is no file name"); // Windows refuses one that is no UTF-8 in this way
+        }
+        if (!file.is_open()) {
+            return failed("it cannot be opened: " + reason());
+        }
     }
     std::string text;
-    if (!readAll(file.get(), text)) {
+    // std::cin takes a failure of the C stream below it for the end.
+    if (!readAll(standardInput ? std::cin : file, text) || (standardInput && std::ferror(stdin) != 0)) {
         return failed("it cannot be read: " + reason());
     }
     return parseRecording(text, name, error);
