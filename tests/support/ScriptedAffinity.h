@@ -1,6 +1,6 @@
 #pragma once
 
-#include <libQuarrow/cpu/WinAffinity.h>
+#include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/os/Machine.h>
 
 #include <memory>
@@ -8,58 +8,72 @@
 #include <string>
 #include <vector>
 
-// What an affinity backend answers, and what it was asked to do. Absent affinities cannot be read.
-struct AffinityScript {
-    using Groups = boost::optional<std::vector<libQuarrow::cpu::GroupAffinity>>;
+using AffinityGroups = boost::optional<std::vector<libQuarrow::cpu::GroupAffinity>>;
 
-    Groups system, process, thread;
-    bool cpuGroups = false;
-    bool noBackend = false;
-    std::set<std::string> refused;  // texts of affinities that cannot be set
-    std::vector<std::string> calls; // "thread <text>" and "process <text>" in the order they were set
-    unsigned int backendsMade = 0;
-};
+// An affinity in few characters, the masks hexadecimal and the groups as they stand: "0:ff 1:3"; "none" when absent.
+inline std::string brief(const AffinityGroups& groups) {
+    zel::Array<zel::String> pieces;
+    for (const auto& entry : groups.value_or(AffinityGroups::value_type())) {
+        pieces.append(zel::String::SprintfFormat("%u:%I64x", entry.group, entry.mask));
+    }
+    return groups ? zel::String::join(pieces, " ").toUtf8() : "none";
+}
+inline std::string brief(const libQuarrow::cpu::WinAffinity& affinity) {
+    return brief(affinity.groups());
+}
+inline std::string brief(const libQuarrow::cpu::AffinityMask& mask) {
+    return brief(mask.getAffinityData());
+}
+template <class T>
+std::string brief(const boost::optional<T>& affinity) {
+    return affinity ? brief(*affinity) : "none";
+}
 
-// The native machine with a scripted affinity backend, current as long as it lives. Nothing is ever really pinned.
+// The native machine with an affinity backend that answers and does what a test says, current as long as it lives.
+// Nothing is ever really pinned.
 class ScriptedAffinityMachine final : public libQuarrow::os::Machine {
   public:
-    AffinityScript script;
+    AffinityGroups system, process, thread; // absent: cannot be read
+    bool cpuGroups = false;
+    bool noBackend = false;
+    std::set<std::string> refused;  // what cannot be set, as brief() writes it
+    std::vector<std::string> calls; // what was set: "thread 0:1", "process 0:f"
+    unsigned int backendsMade = 0;
 
     libQuarrow::os::Instructions& instructions() override { return libQuarrow::os::nativeMachine().instructions(); }
     libQuarrow::os::Clock& clock() override { return libQuarrow::os::nativeMachine().clock(); }
     libKernelMode::DriverBackend& drivers() override { return libQuarrow::os::nativeMachine().drivers(); }
     std::shared_ptr<libQuarrow::cpu::AffinityAPI> createAffinityAPI() override {
-        ++script.backendsMade;
-        return script.noBackend ? nullptr : std::make_shared<Backend>(script);
+        ++backendsMade;
+        return noBackend ? nullptr : std::make_shared<Backend>(*this);
     }
 
   private:
+    using WinAffinity = libQuarrow::cpu::WinAffinity;
+
     class Backend final : public libQuarrow::cpu::AffinityAPI {
       public:
-        explicit Backend(AffinityScript& script) : m_script(script) {}
-        bool setProcessAffinity(const libQuarrow::cpu::WinAffinity& affinity) override {
-            return set("process ", affinity, m_script.process);
+        explicit Backend(ScriptedAffinityMachine& script) : m_script(script) {}
+        bool setProcessAffinity(const WinAffinity& wanted) override {
+            return set("process ", wanted, m_script.process);
         }
-        bool setThreadAffinity(const libQuarrow::cpu::WinAffinity& affinity) override {
-            return set("thread ", affinity, m_script.thread);
-        }
+        bool setThreadAffinity(const WinAffinity& wanted) override { return set("thread ", wanted, m_script.thread); }
         bool supportsCpuGroups() const override { return m_script.cpuGroups; }
-        AffinityScript::Groups systemAffinity() override { return m_script.system; }
-        AffinityScript::Groups processAffinity() override { return m_script.process; }
-        AffinityScript::Groups threadAffinity() override { return m_script.thread; }
+        AffinityGroups systemAffinity() override { return m_script.system; }
+        AffinityGroups processAffinity() override { return m_script.process; }
+        AffinityGroups threadAffinity() override { return m_script.thread; }
 
       private:
-        bool set(const char* scope, const libQuarrow::cpu::WinAffinity& affinity, AffinityScript::Groups& current) {
-            const std::string text = affinity.toString().toUtf8();
-            m_script.calls.push_back(scope + text);
-            if (m_script.refused.count(text) != 0) {
-                return false;
+        bool set(const char* scope, const WinAffinity& wanted, AffinityGroups& current) {
+            m_script.calls.push_back(scope + brief(wanted));
+            const bool allowed = m_script.refused.count(brief(wanted)) == 0;
+            if (allowed) {
+                current = wanted.groups();
             }
-            current = affinity.groups();
-            return true;
+            return allowed;
         }
 
-        AffinityScript& m_script;
+        ScriptedAffinityMachine& m_script;
     };
 
     libQuarrow::os::ScopedMachine m_current{*this};

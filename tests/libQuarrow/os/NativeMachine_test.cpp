@@ -1,0 +1,88 @@
+#include <libQuarrow/os/Machine.h>
+
+#include <tests/support/ScriptedAffinity.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <iostream>
+#include <thread>
+
+namespace libQuarrow::os {
+namespace {
+
+cpu::cpuid_args cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
+    cpu::cpuid_args registers;
+    registers.eax = leaf;
+    registers.ebx = 0xDEADBEEF; // must not show through
+    registers.ecx = subleaf;
+    registers.edx = 0xDEADBEEF;
+    nativeMachine().instructions().cpuid(registers);
+    return registers;
+}
+
+TEST(NativeInstructions, ExecuteOnTheProcessor) {
+    const cpu::cpuid_args zero = cpuid(0, 0);
+    ASSERT_GE(zero.eax, 1u);
+    for (const std::uint32_t part : {zero.ebx, zero.edx, zero.ecx}) { // the vendor string is printable
+        for (unsigned int shift = 0; shift < 32; shift += 8) {
+            EXPECT_TRUE(((part >> shift) & 0xFF) >= 0x20 && ((part >> shift) & 0xFF) < 0x7F);
+        }
+    }
+    for (const std::uint32_t level : {0u, 1u, 0xFFu}) { // leaf 0xB gives the sub-leaf back in CL
+        EXPECT_TRUE(zero.eax < 0xB || (cpuid(0xB, level).ecx & 0xFF) == level);
+    }
+    Instructions& instructions = nativeMachine().instructions();
+    EXPECT_TRUE(instructions.cpuidBitToggles());
+    EXPECT_TRUE(instructions.cpuidBitToggles()); // from the other state of the bit
+    const std::uint64_t first = instructions.rdtsc();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_GT(instructions.rdtsc(), first);
+    if ((cpuid(1, 0).ecx >> 27 & 1) != 0) {        // OSXSAVE
+        EXPECT_EQ(instructions.xgetbv(0) & 3, 3u); // x87 and SSE state, which 64-bit systems always enable
+    }
+}
+
+TEST(NativeClock, RunsAtItsFrequency) {
+    Clock& clock = nativeMachine().clock();
+    std::uint64_t frequency = 0, start = 0, end = 0;
+    ASSERT_TRUE(clock.frequency(frequency) && clock.counter(start));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ASSERT_TRUE(clock.counter(end));
+    EXPECT_GE(end - start, frequency / 60);
+    EXPECT_LT(end - start, frequency * 20);
+}
+
+TEST(NativeClock, PutsThePriorityClassBack) {
+    Clock& clock = nativeMachine().clock();
+    std::uint32_t before = 0, raised = 0, after = 0;
+    ASSERT_TRUE(clock.priorityClass(before));
+    EXPECT_FALSE(clock.setPriorityClass(0x7)); // no class
+    if (clock.setPriorityClass(Clock::realTimePriorityClass)) {
+        ASSERT_TRUE(clock.priorityClass(raised));
+        EXPECT_NE(raised, before);
+        EXPECT_TRUE(clock.setPriorityClass(before));
+    } else {
+        std::cout << "raising the priority is not allowed here\n";
+    }
+    ASSERT_TRUE(clock.priorityClass(after));
+    EXPECT_EQ(after, before);
+}
+
+TEST(NativeAffinity, PinsToEachProcessorAndPutsTheSameBack) {
+    const cpu::AffinityMask before = cpu::AffinityMask::threadAffinityMask().value();
+    const cpu::AffinityMask system = cpu::AffinityMask::systemAffinityMask().value();
+    EXPECT_EQ(brief(system | before), brief(system));
+    unsigned int pinned = 0;
+    const auto visit = [&](const cpu::AffinityMask& mask) {
+        pinned += brief(cpu::AffinityMask::threadAffinityMask()) == brief(mask) ? 1 : 0;
+    };
+    before.forEachLogicalCPU(visit, true);
+    EXPECT_EQ(pinned, before.getAffinityData().logicalCpuCount());
+    EXPECT_FALSE(cpu::AffinityMask().setThreadAffinity());
+    EXPECT_FALSE(cpu::AffinityMask(cpu::WinAffinity({{60000, 1}})).setThreadAffinity());
+    EXPECT_EQ(brief(cpu::AffinityMask::threadAffinityMask()), brief(before));
+}
+
+} // namespace
+} // namespace libQuarrow::os

@@ -1,0 +1,115 @@
+#include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
+
+#include <libQuarrow/cpu/ScopedAffinity.h>
+#include <tests/support/ScriptedAffinity.h>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <future>
+#include <thread>
+
+namespace libQuarrow::cpu {
+namespace {
+
+TEST(ProcessorSet, ReadsTheKernelsLists) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"0\n", "0:1"},
+        {"0-3,8,10-11", "0:d0f"},
+        {"63-64", "0:8000000000000000 1:1"},
+        {"0-127\n", "0:ffffffffffffffff 1:ffffffffffffffff"},
+        {"5000,4194303", "78:100 65535:8000000000000000"},
+    };
+    for (const auto& [text, groups] : cases) {
+        const auto processors = ProcessorSet::parseList(text);
+        ASSERT_TRUE(processors) << text;
+        EXPECT_EQ(brief(processors->groups()), groups) << text;
+    }
+    for (const char* text : {"", "\n", "4194304", "0-99999999999", "3-1", "1-", "1,", "-1", "0 1"}) {
+        EXPECT_FALSE(ProcessorSet::parseList(text)) << text;
+    }
+    EXPECT_EQ(brief(ProcessorSet::first(65).groups()), "0:ffffffffffffffff 1:1");
+}
+
+// A thread that runs until the end of the scope, on the processors given to it at first.
+class OtherThread {
+  public:
+    explicit OtherThread(const WinAffinity& own) {
+        std::promise<pid_t> id;
+        m_thread = std::thread([&own, &id, end = m_end.get_future()] {
+            id.set_value(own.setThreadAffinity() ? gettid() : 0);
+            end.wait();
+        });
+        m_id = id.get_future().get();
+        EXPECT_NE(m_id, 0);
+    }
+    ~OtherThread() {
+        m_end.set_value();
+        m_thread.join();
+    }
+    std::string affinity() const {
+        ProcessorSet processors;
+        EXPECT_EQ(ProcessorSet::readFrom(m_id, processors), 0);
+        return brief(processors.groups());
+    }
+
+  private:
+    std::promise<void> m_end;
+    std::thread m_thread;
+    pid_t m_id = 0;
+};
+
+class ProcessAffinity : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (processors.size() < 2) {
+            GTEST_SKIP() << "needs two processors";
+        }
+    }
+    void TearDown() override { EXPECT_EQ(brief(WinAffinity::threadAffinity()), brief(allowed)); }
+
+    const WinAffinity allowed = WinAffinity::threadAffinity().value();
+    const std::vector<WinAffinity> processors = allowed.split(WinAffinity::PerLogicalCpu);
+};
+
+TEST_F(ProcessAffinity, MovesEveryThreadAndPutsEachOnesOwnBack) {
+    const OtherThread free(allowed);
+    const OtherThread pinned(processors[1]);
+    {
+        ScopedAffinity pin(processors[0], false);
+        ASSERT_TRUE(pin.set());
+        EXPECT_EQ(free.affinity(), brief(processors[0]));
+        EXPECT_EQ(pinned.affinity(), brief(processors[0]));
+        EXPECT_EQ(brief(WinAffinity::processAffinity()), brief(processors[0]));
+        {
+            ScopedAffinity inner(processors[1], false);
+            ASSERT_TRUE(inner.set());
+            EXPECT_EQ(free.affinity(), brief(processors[1]));
+        }
+        EXPECT_EQ(free.affinity(), brief(processors[0]));
+        const OtherThread started(processors[0]);
+        EXPECT_FALSE(pin.restore());
+        EXPECT_EQ(started.affinity(), brief(allowed));
+    }
+    EXPECT_EQ(free.affinity(), brief(allowed));
+    EXPECT_EQ(pinned.affinity(), brief(processors[1]));
+}
+
+TEST_F(ProcessAffinity, MovesAllOrNobody) {
+    const OtherThread pinned(processors[1]);
+    EXPECT_FALSE(WinAffinity({{60000, 1}}).setProcessAffinity());
+    EXPECT_FALSE(WinAffinity().setProcessAffinity());
+    EXPECT_EQ(pinned.affinity(), brief(processors[1]));
+    EXPECT_TRUE(WinAffinity(allowed.groups()).setProcessAffinity());
+    EXPECT_EQ(pinned.affinity(), brief(allowed));
+}
+
+TEST(LinuxAffinityAPI, LeavesOutWhatIsNotThere) {
+    LinuxAffinityAPI api;
+    const WinAffinity before(api.threadAffinity().value());
+    EXPECT_TRUE(api.setThreadAffinity(before | WinAffinity({{60000, 1}})));
+    EXPECT_EQ(brief(api.threadAffinity()), brief(before));
+}
+
+} // namespace
+} // namespace libQuarrow::cpu

@@ -1,0 +1,142 @@
+#include <libQuarrow/os/windows/cpu/x86/WinGroupAffinityAPI.h>
+#include <libQuarrow/os/windows/cpu/x86/WinLegacyAffinityAPI.h>
+
+#include <libQuarrow/cpu/ScopedAffinity.h>
+#include <tests/support/ScriptedAffinity.h>
+
+#include <gtest/gtest.h>
+
+namespace libQuarrow::cpu {
+namespace {
+
+// What the entry points below work on. They are plain functions, so it is one for all; each test starts afresh.
+struct FakeKernel {
+    GROUP_AFFINITY threadGroup{};
+    BOOL answer = TRUE; // of the calls that answer a BOOL
+    DWORD_PTR process = 0xF, system = 0xFF, thread = 0x3;
+    unsigned int threadMaskFailsAt = 0; // the n-th setting of a thread mask, from 1
+    unsigned int threadMaskCalls = 0;
+} kernel;
+
+BOOL WINAPI getThreadGroup(HANDLE thread, PGROUP_AFFINITY affinity) {
+    EXPECT_EQ(thread, GetCurrentThread());
+    *affinity = kernel.threadGroup;
+    return kernel.answer;
+}
+BOOL WINAPI setThreadGroup(HANDLE thread, const GROUP_AFFINITY* affinity, PGROUP_AFFINITY previous) {
+    EXPECT_EQ(thread, GetCurrentThread());
+    EXPECT_EQ(affinity->Reserved[0] | affinity->Reserved[1] | affinity->Reserved[2], 0);
+    *previous = kernel.threadGroup;
+    if (kernel.answer != FALSE) {
+        kernel.threadGroup = *affinity;
+    }
+    return kernel.answer;
+}
+BOOL WINAPI getProcessMask(HANDLE process, PDWORD_PTR processMask, PDWORD_PTR systemMask) {
+    EXPECT_EQ(process, GetCurrentProcess());
+    *processMask = kernel.process;
+    *systemMask = kernel.system;
+    return kernel.answer;
+}
+BOOL WINAPI setProcessMask(HANDLE process, DWORD_PTR mask) {
+    EXPECT_EQ(process, GetCurrentProcess());
+    kernel.process = mask;
+    return kernel.answer;
+}
+DWORD_PTR WINAPI setThreadMask(HANDLE thread, DWORD_PTR mask) {
+    EXPECT_EQ(thread, GetCurrentThread());
+    return ++kernel.threadMaskCalls == kernel.threadMaskFailsAt ? 0 : std::exchange(kernel.thread, mask);
+}
+
+class WinAffinityBackends : public testing::Test {
+  protected:
+    WinAffinityBackends() { kernel = FakeKernel(); }
+
+    static CpuGroupAPI fakeGroupAPI() {
+        CpuGroupAPI api = CpuGroupAPI::create().value();
+        api.m_pGetProcessGroupAffinity = nullptr; // never called
+        api.m_pGetThreadGroupAffinity = &getThreadGroup;
+        api.m_pSetThreadGroupAffinity = &setThreadGroup;
+        return api;
+    }
+    static CpuLegacyAPI fakeLegacyAPI() {
+        CpuLegacyAPI api = CpuLegacyAPI::create().value();
+        api.m_pGetProcessAffinityMask = &getProcessMask;
+        api.m_pSetProcessAffinityMask = &setProcessMask;
+        api.m_pSetThreadAffinityMask = &setThreadMask;
+        return api;
+    }
+
+    WinGroupAffinityAPI groups{fakeGroupAPI()};
+    WinLegacyAffinityAPI legacy{fakeLegacyAPI()};
+};
+
+TEST_F(WinAffinityBackends, GroupsPinTheThreadToTheFirstEntryAndNeverTheProcess) {
+    EXPECT_TRUE(groups.supportsCpuGroups());
+    EXPECT_TRUE(groups.setThreadAffinity(WinAffinity({{2, 0x1}, {1, 0x6}})));
+    EXPECT_EQ(brief(groups.threadAffinity()), "1:6");
+    EXPECT_FALSE(groups.setThreadAffinity(WinAffinity()));
+    EXPECT_FALSE(groups.setProcessAffinity(WinAffinity(1)));
+    kernel.answer = FALSE;
+    EXPECT_FALSE(groups.setThreadAffinity(WinAffinity(1)));
+    EXPECT_EQ(brief(groups.threadAffinity()), "none");
+    EXPECT_EQ(kernel.threadGroup.Group, 1);
+}
+
+TEST_F(WinAffinityBackends, LegacyTakesOneMaskOfGroupZero) {
+    EXPECT_FALSE(legacy.supportsCpuGroups());
+    for (const WinAffinity& refused : {WinAffinity(), WinAffinity({{1, 1}}), WinAffinity({{0, 1}, {1, 1}})}) {
+        EXPECT_FALSE(legacy.setThreadAffinity(refused)) << brief(refused);
+        EXPECT_FALSE(legacy.setProcessAffinity(refused)) << brief(refused);
+    }
+    EXPECT_TRUE(legacy.setThreadAffinity(WinAffinity(5)));
+    EXPECT_TRUE(legacy.setProcessAffinity(WinAffinity(6)));
+    EXPECT_EQ(brief(legacy.systemAffinity()), "0:ff");
+    EXPECT_EQ(brief(legacy.processAffinity()), "0:6");
+    EXPECT_EQ(brief(legacy.threadAffinity()), "0:5");
+    EXPECT_EQ(kernel.thread, 5u); // read by setting it, and put back
+}
+
+TEST_F(WinAffinityBackends, LegacyFailures) {
+    kernel.threadMaskFailsAt = 1;
+    EXPECT_EQ(brief(legacy.threadAffinity()), "none");
+    EXPECT_EQ(kernel.threadMaskCalls, 1u);
+    kernel.threadMaskFailsAt = 2;
+    EXPECT_FALSE(legacy.setThreadAffinity(WinAffinity(1)));
+    for (const BOOL failed : {-1, FALSE}) { // a negative answer of the setter is no success
+        kernel.answer = failed;
+        EXPECT_FALSE(legacy.setProcessAffinity(WinAffinity(1)));
+    }
+    EXPECT_EQ(brief(legacy.systemAffinity()), "none");
+    EXPECT_EQ(brief(legacy.processAffinity()), "none");
+    EXPECT_EQ(brief(legacy.threadAffinity()), "none");
+}
+
+// On the real system both backends tell of the same processors, and what one pins the other reads.
+TEST(WinAffinityBackendsReal, AgreeWithEachOther) {
+    WinGroupAffinityAPI groups(CpuGroupAPI::create().value());
+    WinLegacyAffinityAPI legacy(CpuLegacyAPI::create().value());
+    EXPECT_EQ(brief(WinAffinity(groups.systemAffinity().value())), brief(legacy.systemAffinity()));
+    EXPECT_EQ(brief(groups.processAffinity()), brief(groups.systemAffinity()));
+    const WinAffinity before(groups.threadAffinity().value());
+    for (const WinAffinity& processor : before.split(WinAffinity::PerLogicalCpu)) {
+        EXPECT_TRUE(groups.setThreadAffinity(processor));
+        EXPECT_EQ(brief(legacy.threadAffinity()), brief(processor));
+        EXPECT_TRUE(legacy.setThreadAffinity(before));
+        EXPECT_EQ(brief(groups.threadAffinity()), brief(before));
+    }
+    const WinAffinity process(legacy.processAffinity().value());
+    const WinAffinity first = process.split(WinAffinity::PerLogicalCpu).front();
+    EXPECT_TRUE(legacy.setProcessAffinity(first));
+    EXPECT_EQ(brief(legacy.processAffinity()), brief(first));
+    EXPECT_TRUE(legacy.setProcessAffinity(process));
+    EXPECT_EQ(brief(legacy.processAffinity()), brief(process));
+}
+
+TEST(WinAffinityBackendsReal, TheNativeMachineHasProcessorGroups) {
+    EXPECT_TRUE(WinAffinity().supportsCpuGroups());
+    EXPECT_FALSE(ScopedAffinity(WinAffinity::threadAffinity().value(), false).set());
+}
+
+} // namespace
+} // namespace libQuarrow::cpu
