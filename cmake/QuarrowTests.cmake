@@ -37,6 +37,10 @@ function(quarrow_tests program)
     target_link_libraries(${program} PRIVATE ${ARG_LINK} ${QUARROW_GTEST} quarrow_headers)
     target_compile_definitions(${program} PRIVATE QUARROW_CORPUS="${QUARROW_CORPUS}"
         QUARROW_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    if(ARG_INTERNAL)
+        # The objects are linked in, so nothing of theirs is imported.
+        target_compile_definitions(${program} PRIVATE ${ARG_FOLDER}_EXPORTS)
+    endif()
     quarrow_warnings(${program})
     add_test(NAME ${program} COMMAND ${program})
 endfunction()

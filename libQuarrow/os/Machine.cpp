@@ -14,6 +14,9 @@ std::atomic<Machine*>& replacement() {
 
 } // namespace
 
+// Inline already, but MinGW exports it from the library only where it is defined once more.
+constexpr std::uint32_t Clock::realTimePriorityClass;
+
 Instructions::~Instructions() = default;
 Clock::~Clock() = default;
 Machine::Machine() = default;

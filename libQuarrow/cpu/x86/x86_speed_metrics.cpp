@@ -34,6 +34,9 @@ zel::String trimmedText(double value, unsigned int minDecimals) {
 
 } // namespace
 
+// Inline already, but MinGW exports it from the library only where it is defined once more.
+constexpr std::uint32_t x86_speed_metrics::trimmedPrecision;
+
 zel::String x86_speed_metrics::getMultiplierString(double value, unsigned int precision, unsigned int minDecimals) {
     using zel::NonDiscreteMeasurement;
     if (precision == trimmedPrecision) {
