@@ -121,6 +121,7 @@ void ProcessorRecorder::recordSubleaves(const SubleafRow& row, const cpu::cpuid_
 }
 
 RecordedProcessor ProcessorRecorder::record() {
+    m_processor.leaves[{0, 0}] = read(0, 0); // even a processor that answers zeros has this one
     recordRange(0);
     const auto features = m_processor.leaves.find({1, 0});
     const std::uint32_t featureBits = features != m_processor.leaves.end() ? features->second.ecx : 0;
