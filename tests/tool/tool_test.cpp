@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <set>
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -287,6 +289,37 @@ TEST(Tool, HelpsWithEveryCommand) {
         const ToolRun run = runTool(std::string(command) + " --help");
         EXPECT_EQ(run.status, 0) << command;
         EXPECT_THAT(run.out, HasSubstr(std::string("Usage: quarrow ") + command)) << command;
+    }
+}
+
+// The example in the manual is the one that is compiled and run.
+TEST(Readme, ShowsTheExampleProgram) {
+    const std::string example = contentOf(QUARROW_SOURCE_DIR "/examples/packages.cpp");
+    ASSERT_FALSE(example.empty());
+    EXPECT_THAT(contentOf(QUARROW_SOURCE_DIR "/README.md"), HasSubstr("```cpp\n" + example + "```\n"));
+}
+
+// Every field of the document is described, so that none can come or change its name unnoticed.
+TEST(JsonManual, DescribesEveryField) {
+    const std::string manual = contentOf(QUARROW_SOURCE_DIR "/docs/json.md");
+    std::set<std::string> names;
+    const std::function<void(const json&)> collect = [&](const json& value) {
+        for (const auto& [name, inner] : value.items()) {
+            if (value.is_object()) {
+                names.insert(name);
+            }
+            if (inner.is_structured()) {
+                collect(inner);
+            }
+        }
+    };
+    collect(runToolForJson(of(intel, "--json")));
+    collect(runToolForJson(of(amd, "--json")));
+    collect(runToolForJson(of(amd, "affinity --json")));
+    collect(runToolForJson(of(amd, "affinity 0:1 --json")));
+    EXPECT_GT(names.size(), 50u);
+    for (const std::string& name : names) {
+        EXPECT_THAT(manual, HasSubstr("`" + name + "`"));
     }
 }
 
