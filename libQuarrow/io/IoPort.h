@@ -5,11 +5,11 @@
 
 namespace libQuarrow::io {
 
-// One I/O port. Every access opens libKernelMode's driver anew and closes it; it must not be interrupted by another
-// thread's accesses where the device minds.
+// One I/O port. Every access opens libKernelMode's driver anew, closes it, and is one in or out instruction of its
+// width.
 //
 // Values of 16 and 32 bits are converted between the device's byte order (the endian mode) and the processor's. All
-// accesses are false when the driver is not there, refuses, or the port's last byte lies above 0xFFFF.
+// accesses are false when the driver is not there or refuses, and when a byte of the access lies above port 0xFFFF.
 class QUARROW_EXPORT IoPort {
   public:
     IoPort(unsigned int port, zel::EndianMode endianMode) : m_port(port), m_endianMode(endianMode) {}

@@ -112,7 +112,9 @@ TEST(calculateSpeedTSC, says_what_went_wrong_and_puts_everything_back) {
         {[](SpoiltMachine& m) { m.readCounter = [](std::uint64_t& counts) { return counts = 7, true; }; },
          "121 Problem reading performance counter while busy waiting", true}, // stands still: must not hang
         {[](SpoiltMachine& m) {
-             m.readCounter = [n = 0](std::uint64_t& counts) mutable { return counts = n++ % 2 * 1000000, true; };
+             m.readCounter = [n = std::uint64_t{0}](std::uint64_t& counts) mutable {
+                 return counts = n++ % 2 * 1000000, true;
+             };
          },
          "", true}, // back where it began at the end: no time went by
         {[](SpoiltMachine& m) { m.faults().unpinnable = {1}; }, "158 Unable to set affinity mask : 0:0000000000000002h",
@@ -164,12 +166,12 @@ TEST(calculateSpeedTSC, does_without_a_raised_priority) {
 TEST(calculateSpeedTSC, accepts_a_counter_of_40_counts_a_second) {
     SpoiltMachine machine;
     machine.countsPerSecond = 40;
-    int readings = 0;
+    std::uint64_t readings = 0;
     machine.readCounter = [&](std::uint64_t& counts) { return counts = 100 + readings++, true; };
     std::uint64_t hz = 0;
     EXPECT_TRUE(machine.cpu.calculateSpeedTSC(hz)); // the recorded counter stands still meanwhile
     EXPECT_EQ(hz, 0u);
-    EXPECT_EQ(readings, 3) << "waits for one count: the first reading, the next one, the last";
+    EXPECT_EQ(readings, 3u) << "waits for one count: the first reading, the next one, the last";
 }
 
 TEST(calculateSpeedTSC, traces_its_entry_and_exit) {
