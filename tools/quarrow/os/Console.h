@@ -15,7 +15,7 @@ class Console {
     Console& operator=(const Console&) = delete;
 
   private:
-    unsigned int m_codePage = 0; // to be put back; 0: nothing to put back
+    [[maybe_unused]] unsigned int m_codePage = 0; // on Windows, to be put back; 0: nothing to put back
 };
 
 // The arguments after the program's name, in UTF-8 where the system knows what their characters are.
