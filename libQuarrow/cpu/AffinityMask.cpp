@@ -72,7 +72,7 @@ std::vector<WinAffinity> AffinityMask::maskPerLogicalCPU() const {
     return m_affinity.split(WinAffinity::PerLogicalCpu);
 }
 
-void AffinityMask::forEachLogicalCPU(const std::function<void(const AffinityMask&)>& visitor, bool thread) const {
+void AffinityMask::forEachLogicalCPU(std::function<void(const AffinityMask&)> visitor, bool thread) const {
     for (const WinAffinity& processor : maskPerLogicalCPU()) {
         const AffinityMask mask(processor);
         ScopedAffinity pin(mask, thread);

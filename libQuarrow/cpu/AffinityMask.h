@@ -38,7 +38,7 @@ class QUARROW_EXPORT AffinityMask {
     std::vector<WinAffinity> maskPerLogicalCPU() const;
     // Calls `visitor` once for every processor of this mask, with the thread (or, `thread` false, the process) pinned
     // to it. It is called for a processor that could not be pinned too, and cannot tell.
-    void forEachLogicalCPU(const std::function<void(const AffinityMask&)>& visitor, bool thread) const;
+    void forEachLogicalCPU(std::function<void(const AffinityMask&)> visitor, bool thread) const;
 
     bool setProcessAffinity() const { return m_affinity.setProcessAffinity(); }
     bool setThreadAffinity() const { return m_affinity.setThreadAffinity(); }

@@ -88,8 +88,8 @@ ProcessorSet& ProcessorSet::operator|=(const ProcessorSet& other) {
 
 int ProcessorSet::readFrom(pid_t thread, ProcessorSet& processors) {
     // The kernel refuses a mask shorter than its own (EINVAL) and does not say how long that is. What was long enough
-    // once is kept, so that one call does it from then on.
-    static std::atomic<std::size_t> enoughWords{CPU_SETSIZE / processorsPerGroup};
+    // once is kept, so that one call does it from then on. It starts at the least, so that growing is no rare event.
+    static std::atomic<std::size_t> enoughWords{1};
     for (std::size_t words = enoughWords; words <= mostGroups; words *= 2) {
         processors.m_words.assign(words, 0);
         auto* const mask = reinterpret_cast<cpu_set_t*>(processors.m_words.data());

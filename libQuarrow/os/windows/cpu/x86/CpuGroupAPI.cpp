@@ -38,7 +38,7 @@ boost::optional<CpuGroupAPI> CpuGroupAPI::create() {
 }
 
 void CpuGroupAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
-                                     const std::function<void(const Record&)>& visitor) const {
+                                     std::function<void(const Record&)> visitor) const {
     DWORD length = 0;
     if (m_pGetLogicalProcessorInformationEx(relationship, nullptr, &length) != FALSE || length == 0) {
         return;

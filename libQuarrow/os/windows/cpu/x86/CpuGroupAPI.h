@@ -24,7 +24,7 @@ class QUARROW_EXPORT CpuGroupAPI {
     // Calls `visitor` with each record of that relationship, in the system's order; with none when the system cannot
     // tell. The records live during the call only.
     void walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
-                            const std::function<void(const _SYSTEM_LOGICAL_PROCESSOR_INFORMATION_EX&)>& visitor) const;
+                            std::function<void(const _SYSTEM_LOGICAL_PROCESSOR_INFORMATION_EX&)> visitor) const;
     // The groups and masks of all packages in record order, a group once for every package that it reaches into. (Not
     // what the entry point of this name answers, which is not called.)
     std::vector<_GROUP_AFFINITY> getProcessGroupAffinity() const;

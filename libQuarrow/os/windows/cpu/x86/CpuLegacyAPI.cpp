@@ -20,7 +20,7 @@ boost::optional<CpuLegacyAPI> CpuLegacyAPI::create() {
 }
 
 void CpuLegacyAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
-                                      const std::function<void(const Record&)>& visitor) const {
+                                      std::function<void(const Record&)> visitor) const {
     DWORD length = 0;
     if (m_pGetLogicalProcessorInformation(nullptr, &length) != FALSE || GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
         return;

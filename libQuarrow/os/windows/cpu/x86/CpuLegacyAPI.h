@@ -22,7 +22,7 @@ class QUARROW_EXPORT CpuLegacyAPI {
     // Calls `visitor` with each record of that relationship but the last record of the system's buffer, which is never
     // visited: see CpuLegacyAPI.cpp. The records live during the call only.
     void walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
-                            const std::function<void(const _SYSTEM_LOGICAL_PROCESSOR_INFORMATION&)>& visitor) const;
+                            std::function<void(const _SYSTEM_LOGICAL_PROCESSOR_INFORMATION&)> visitor) const;
 
     // May be replaced, as tests do.
     decltype(&::GetProcessAffinityMask) m_pGetProcessAffinityMask;
