@@ -185,7 +185,7 @@ zel::String x86_cpu::toString() const {
 }
 
 bool x86_cpu::getCaches(x86_caches& caches) const {
-    const x86_pin pin(*this); // an enumeration takes many leaves
+    const x86_pin pin(*this); // around both the making of the vendor object and its enumeration
     return vendorInfo()->getCaches(caches);
 }
 

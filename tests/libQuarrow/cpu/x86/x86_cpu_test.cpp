@@ -245,8 +245,9 @@ TEST(Cpu, CopiesMakeAVendorObjectOfTheirOwn) {
     EXPECT_TRUE(moved.getRevisionString(text));
 }
 
+// A Core 2, whose vendor object reads an MSR when it is made.
 TEST(Cpu, CacheQueryMovesTheThreadOnceEachWay) {
-    Cpus<IntelProcessor> intel({nehalem(0)});
+    Cpus<IntelProcessor> intel({IntelProcessor(0x6F6).leaf(4, {0x1C004121, 0x01C0003F, 0x3F, 0}).msr(0x17, 0)});
     const x86_cpu cpu(maskOf(0), true, 0, 0);
     intel.machine.counts = {};
     x86_caches caches;
