@@ -17,16 +17,6 @@ const std::string fallback = std::string("1") + channel +
                              "Unable to determine topology information or this CPU does not support it. Interpreting "
                              "each logical CPU as a physical CPU.";
 
-// A processor, the MSR 0x1A0 that it may have, and what is expected of it.
-struct Case {
-    const char* what;
-    LiteralReader cpuid;
-    boost::optional<std::uint64_t> msr;
-    const char* location; // chassis, node, cpu, core, thread
-    std::uint32_t cores, threads, addressableCores, addressableThreads;
-    boost::optional<std::uint32_t> apicId;
-};
-
 x86_topology::Processor processorOf(CpuidReader& cpuid) {
     x86_topology::Processor processor;
     processor.vendor = decodeVendor(cpuid);
@@ -73,166 +63,107 @@ LiteralReader intelLevels(std::initializer_list<cpuid_args> levels) {
     return cpuid;
 }
 
-LiteralReader amd(std::uint32_t extendedMaximum, std::uint32_t signature, std::uint32_t leaf1Edx,
-                  std::initializer_list<Leaf> leaves) {
-    LiteralReader cpuid("AuthenticAMD", 1, extendedMaximum, {{1, 0, {signature, ids(0x0D, 12), 0, leaf1Edx}}});
-    for (const Leaf& leaf : leaves) {
-        cpuid.set(leaf);
-    }
-    return cpuid;
-}
-
 constexpr std::uint32_t topologyExtensions = 1U << 22;
 constexpr std::uint32_t cmpLegacy = 2;
 
+// APIC ID 0x0D and 12 threads in leaf 1; ECX of leaves 0x80000001 and 0x80000008.
+LiteralReader amd(std::uint32_t extendedMaximum, std::uint32_t signature, std::uint32_t leaf1Edx,
+                  std::uint32_t features = 0, std::uint32_t sizes = 0) {
+    return LiteralReader("AuthenticAMD", 1, extendedMaximum,
+                         {{1, 0, {signature, ids(0x0D, 12), 0, leaf1Edx}},
+                          {0x80000001, 0, {0, 0, features, 0}},
+                          {0x80000008, 0, {0, 0, sizes, 0}}});
+}
+
+// EBX of leaf 0x8000001E: core and threads per core; node 1.
+LiteralReader zen(std::uint32_t apicId, std::uint32_t packageThreads, std::uint32_t core) {
+    LiteralReader cpuid = amd(0x8000001E, 0x800F11, htt, topologyExtensions, packageThreads - 1);
+    cpuid.set({1, 0, {0x800F11, ids(apicId, packageThreads), 0, htt}});
+    cpuid.set({0x8000001E, 0, {apicId, core, 0x0301, 0}});
+    return cpuid;
+}
+
+LiteralReader leafOne(const char* vendor, std::uint32_t maximum, std::uint32_t signature, std::uint32_t edx) {
+    return LiteralReader(vendor, maximum, 0, {{1, 0, {signature, ids(3, 2), 0, edx}}});
+}
+
+// Location, cores / threads per package, addressable cores / threads, APIC ID.
+std::string brief(const x86_topology_facts& f) {
+    const zel::String id = f.apicIdValid ? zel::String::SprintfFormat("%X", f.apicId) : zel::String("none");
+    return (f.location.toString(true) +
+            zel::String::SprintfFormat(" %u/%u %u/%u ", f.coresPerPackage, f.threadsPerPackage, f.maxAddressableCores,
+                                       f.maxAddressableThreads) +
+            id)
+        .toUtf8();
+}
+
 TEST(Topology, OfProcessors) {
-    const Case cases[] = {
+    const struct {
+        const char* what;
+        LiteralReader cpuid;
+        boost::optional<std::uint64_t> msr; // 0x1A0
+        const char* found;
+    } cases[] = {
+        // clang-format off
         // Intel by initial APIC ID and the counts of leaves 1 and 4.
-        {"8 threads, 4 cores", intel(4, 0x106A5, 0x06, 8, 4), {}, "0:0:0:3:0", 4, 8, 4, 8, 0x06u},
-        {"12 threads, 6 cores", intel(4, 0x106A5, 0x1B, 12, 6), {}, "0:0:1:5:1", 6, 12, 6, 12, 0x1Bu},
-        {"3 threads per core take 2 bits", intel(4, 0x106A5, 0x36, 12, 4), {}, "0:0:3:1:2", 4, 12, 4, 12, 0x36u},
-        {"fewer threads than cores", intel(4, 0x106A5, 0x13, 2, 8), {}, "0:0:2:3:0", 8, 2, 8, 2, 0x13u},
-        {"no HTT",
-         LiteralReader("GenuineIntel", 4, 0, {{1, 0, {0x106A5, ids(3, 2), 0, 0}}}),
-         {},
-         "0:0:3:0:0",
-         1,
-         1,
-         1,
-         1,
-         3u},
-        {"family 6 model 8 has no APIC ID", intel(4, 0x681, 3, 2, 1), {}, "0:0:5:0:0", 1, 2, 1, 2, {}},
+        {"8 threads, 4 cores",            intel(4, 0x106A5, 0x06, 8, 4),   {}, "CPU:0:0:0:3:0 4/8 4/8 6"},
+        {"12 threads, 6 cores",           intel(4, 0x106A5, 0x1B, 12, 6),  {}, "CPU:0:0:1:5:1 6/12 6/12 1B"},
+        {"3 threads per core: 2 bits",    intel(4, 0x106A5, 0x36, 12, 4),  {}, "CPU:0:0:3:1:2 4/12 4/12 36"},
+        {"fewer threads than cores",      intel(4, 0x106A5, 0x13, 2, 8),   {}, "CPU:0:0:2:3:0 8/2 8/2 13"},
+        {"no HTT",                        leafOne("GenuineIntel", 4, 0x106A5, 0), {}, "CPU:0:0:3:0:0 1/1 1/1 3"},
+        {"no APIC ID",                    intel(4, 0x681, 3, 2, 1),        {}, "CPU:0:0:5:0:0 1/2 1/2 none"},
         // Without leaf 4: limited by the firmware, but for a Pentium 4 that the MSR or the model clears.
-        {"old, one thread", intel(2, 0xF12, 3, 1, 9), {}, "0:0:3:0:0", 1, 1, 1, 1, 3u},
-        {"limit in force", intel(3, 0xF29, 3, 2, 9), 0x00400000, "0:0:3:0:0", 1, 1, 1, 1, 3u},
-        {"limit not in force", intel(2, 0xF29, 3, 2, 9), 0xFFBFFFFF, "0:0:1:0:1", 1, 2, 1, 2, 3u},
-        {"MSR unreadable, model 2", intel(2, 0xF29, 3, 2, 9), {}, "0:0:1:0:1", 1, 2, 1, 2, 3u},
-        {"MSR unreadable, model 3", intel(3, 0xF34, 3, 2, 9), {}, "0:0:3:0:0", 1, 1, 1, 1, 3u},
-        {"MSR not asked of family 6", intel(2, 0x6D8, 3, 2, 9), 0, "0:0:3:0:0", 1, 1, 1, 1, 3u},
+        {"old, one thread",               intel(2, 0xF12, 3, 1, 9),        {}, "CPU:0:0:3:0:0 1/1 1/1 3"},
+        {"limit in force",                intel(3, 0xF29, 3, 2, 9), 0x00400000, "CPU:0:0:3:0:0 1/1 1/1 3"},
+        {"limit not in force",            intel(2, 0xF29, 3, 2, 9), 0xFFBFFFFF, "CPU:0:0:1:0:1 1/2 1/2 3"},
+        {"MSR unreadable, model 2",       intel(2, 0xF29, 3, 2, 9),        {}, "CPU:0:0:1:0:1 1/2 1/2 3"},
+        {"MSR unreadable, model 3",       intel(3, 0xF34, 3, 2, 9),        {}, "CPU:0:0:3:0:0 1/1 1/1 3"},
+        {"MSR not asked of family 6",     intel(2, 0x6D8, 3, 2, 9),         0, "CPU:0:0:3:0:0 1/1 1/1 3"},
         // Intel by leaf 0xB.
-        {"two levels", intelLevels({{1, 2, 0x100, 0x13}, {4, 16, 0x201, 0x13}}), {}, "0:0:1:1:1", 8, 16, 8, 16, 0x13u},
-        {"threads only", intelLevels({{1, 2, 0x100, 0x13}}), {}, "0:0:9:0:1", 0, 0, 8, 16, 0x13u},
-        {"the last of a kind counts",
-         intelLevels({{1, 2, 0x100, 0x13}, {2, 4, 0x201, 0x13}, {4, 16, 0x202, 0x13}}),
-         {},
-         "0:0:1:0:1",
-         8,
-         16,
-         8,
-         16,
-         0x13u},
-        {"no thread level", intelLevels({{4, 16, 0x200, 0x13}}), {}, "0:0:119:0:0", 1, 1, 1, 1, 0x77u},
-        {"no threads in a thread level",
-         intelLevels({{1, 0x10000, 0x100, 0x13}, {4, 16, 0x201, 0x13}}),
-         {},
-         "0:0:1:1:1",
-         0,
-         16,
-         8,
-         16,
-         0x13u},
-        {"shrinking shifts",
-         intelLevels({{9, 2, 0x100, 0x81}, {1, 16, 0x201, 0x81}}),
-         {},
-         "0:0:64:0:129",
-         8,
-         16,
-         8,
-         16,
-         0x81u},
-        // AMD family 0x17 up to model 15: fixed bits of the APIC ID, here 0x49 and 0x0D.
-        {"Zen",
-         amd(0x8000001E, 0x800F11, htt,
-             {{1, 0, {0x800F11, ids(0x49, 16), 0, htt}},
-              {0x80000001, 0, {0, 0, topologyExtensions, 0}},
-              {0x80000008, 0, {0, 0, 0x0F, 0}},
-              {0x8000001E, 0, {0x49, 0x0104, 0x0301, 0}}}),
-         {},
-         "0:0:1:4:1",
-         8,
-         16,
-         8,
-         16,
-         0x49u},
-        {"Zen without SMT",
-         amd(0x8000001E, 0x800F11, htt,
-             {{0x80000001, 0, {0, 0, topologyExtensions, 0}},
-              {0x80000008, 0, {0, 0, 0x03, 0}},
-              {0x8000001E, 0, {0x0D, 0x0003, 0x0301, 0}}}),
-         {},
-         "0:0:0:3:0",
-         4,
-         4,
-         4,
-         4,
-         0x0Du},
+        {"two levels",     intelLevels({{1, 2, 0x100, 0x13}, {4, 16, 0x201, 0x13}}), {}, "CPU:0:0:1:1:1 8/16 8/16 13"},
+        {"threads only",   intelLevels({{1, 2, 0x100, 0x13}}),                       {}, "CPU:0:0:9:0:1 0/0 8/16 13"},
+        {"last of a kind", intelLevels({{1, 2, 0x100, 0x13}, {2, 4, 0x201, 0x13}, {4, 16, 0x202, 0x13}}), {},
+         "CPU:0:0:1:0:1 8/16 8/16 13"},
+        {"no thread level", intelLevels({{4, 16, 0x200, 0x13}}),                     {}, "CPU:0:0:119:0:0 1/1 1/1 77"},
+        {"a level of none", intelLevels({{1, 0x10000, 0x100, 0x13}, {4, 16, 0x201, 0x13}}), {},
+         "CPU:0:0:1:1:1 0/16 8/16 13"},
+        {"shrinking shifts", intelLevels({{9, 2, 0x100, 0x81}, {1, 16, 0x201, 0x81}}), {},
+         "CPU:0:0:64:0:129 8/16 8/16 81"},
+        // AMD family 0x17 up to model 15: fixed bits of the APIC ID, on purpose.
+        {"Zen",                      zen(0x49, 16, 0x0104),                       {}, "CPU:0:0:1:4:1 8/16 8/16 49"},
+        {"Zen without SMT",          zen(0x0D, 4, 0x0003),                        {}, "CPU:0:0:0:3:0 4/4 4/4 D"},
         // AMD otherwise, by HTT, CmpLegacy and leaf 0x80000008.
-        {"no HTT", amd(0x80000008, 0x60F82, 0, {}), {}, "0:0:13:0:0", 1, 1, 1, 1, 0x0Du},
-        {"CmpLegacy",
-         amd(0x80000001, 0x100F42, htt, {{0x80000001, 0, {0, 0, cmpLegacy, 0}}}),
-         {},
-         "0:0:0:13:0",
-         12,
-         12,
-         12,
-         12,
-         0x0Du},
-        {"cores of leaf 0x80000008",
-         amd(0x80000008, 0xA20F12, htt,
-             {{0x80000001, 0, {0, 0, topologyExtensions, 0}}, {0x80000008, 0, {0, 0, 5, 0}}}),
-         {},
-         "0:0:0:6:1",
-         6,
-         12,
-         6,
-         12,
-         0x0Du},
-        {"no leaf 0x80000008", amd(0x80000001, 0x100F42, htt, {}), {}, "0:0:13:0:0", 1, 1, 1, 1, 0x0Du},
-        {"no extended leaves", amd(0, 0x100F42, htt, {}), {}, "0:0:13:0:0", 1, 1, 1, 1, 0x0Du},
-        {"K7 has no APIC ID", amd(0, 0x6A0, 0, {}), {}, "0:0:5:0:0", 1, 1, 1, 1, {}},
-        {"others",
-         LiteralReader("CentaurHauls", 4, 0, {{1, 0, {0x6D0, ids(3, 2), 0, htt}}}),
-         {},
-         "0:0:5:0:0",
-         1,
-         1,
-         1,
-         1,
-         {}},
+        {"AMD, no HTT",              amd(0x80000008, 0x60F82, 0),                 {}, "CPU:0:0:13:0:0 1/1 1/1 D"},
+        {"CmpLegacy",                amd(0x80000001, 0x100F42, htt, cmpLegacy),   {}, "CPU:0:0:0:13:0 12/12 12/12 D"},
+        {"cores of leaf 0x80000008", amd(0x80000008, 0xA20F12, htt, topologyExtensions, 5), {},
+         "CPU:0:0:0:6:1 6/12 6/12 D"},
+        {"no leaf 0x80000008",       amd(0x80000001, 0x100F42, htt),              {}, "CPU:0:0:13:0:0 1/1 1/1 D"},
+        {"no extended leaves",       amd(0, 0x100F42, htt),                       {}, "CPU:0:0:13:0:0 1/1 1/1 D"},
+        {"K7 has no APIC ID",        amd(0, 0x6A0, 0),                            {}, "CPU:0:0:5:0:0 1/1 1/1 none"},
+        {"others",                   leafOne("CentaurHauls", 4, 0x6D0, htt),      {}, "CPU:0:0:5:0:0 1/1 1/1 none"},
+        // clang-format on
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         LiteralReader cpuid = c.cpuid;
-        const x86_topology_facts facts = decode(cpuid, c.msr);
-        EXPECT_EQ(facts.location.toString(true), "CPU:" + zel::String(c.location)) << c.what;
-        EXPECT_EQ(facts.coresPerPackage, c.cores) << c.what;
-        EXPECT_EQ(facts.threadsPerPackage, c.threads) << c.what;
-        EXPECT_EQ(facts.maxAddressableCores, c.addressableCores) << c.what;
-        EXPECT_EQ(facts.maxAddressableThreads, c.addressableThreads) << c.what;
-        ASSERT_EQ(facts.apicIdValid, c.apicId.has_value()) << c.what;
-        EXPECT_EQ(facts.apicId, c.apicId.value_or(0)) << c.what;
+        EXPECT_EQ(brief(decode(cpuid, c.msr)), c.found) << c.what;
     }
 }
 
+// Which Intel signatures have an APIC ID in leaf 1; that models 5 and 6 do and model 3 does not is meant so.
 TEST(Topology, FirstApicId) {
-    const struct {
-        const char* vendor;
-        std::uint32_t signature;
-        bool valid;
-    } cases[] = {
-        {"GenuineIntel", 0x399, true},  {"GenuineIntel", 0x480, false},  {"GenuineIntel", 0x543, false},
-        {"GenuineIntel", 0x619, false}, {"GenuineIntel", 0x633, false},  {"GenuineIntel", 0x652, true},
-        {"GenuineIntel", 0x660, true},  {"GenuineIntel", 0x672, false},  {"GenuineIntel", 0x686, false},
-        {"GenuineIntel", 0x695, false}, {"GenuineIntel", 0x6A1, false},  {"GenuineIntel", 0x6B1, false},
-        {"GenuineIntel", 0x6D6, true},  {"GenuineIntel", 0x10676, true}, {"GenuineIntel", 0xF12, true},
-        {"AuthenticAMD", 0xF4A, true},  {"AuthenticAMD", 0x6A0, false},  {"CentaurHauls", 0xF4A, false},
-    };
-    for (const auto& c : cases) {
-        LiteralReader cpuid(c.vendor, 1, 0, {{1, 0, {c.signature, ids(9, 0), 0, 0}}});
+    const auto has = [](std::uint32_t signature) {
+        LiteralReader cpuid = intel(1, signature, 9, 1, 1);
         x86_topology_facts facts;
         std::uint32_t id = 1;
-        EXPECT_EQ(x86_topology(processorOf(cpuid), cpuid, {}, facts).getInitialAPICID(id), c.valid)
-            << c.vendor << std::hex << " " << c.signature;
-        EXPECT_EQ(id, c.valid ? 9u : 1u);
+        const bool valid = x86_topology(processorOf(cpuid), cpuid, {}, facts).getInitialAPICID(id);
+        EXPECT_EQ(id, valid ? 9u : 1u);
+        return valid;
+    };
+    for (const std::uint32_t with : {0x399, 0x652, 0x660, 0x6C0, 0x6D6, 0x10676, 0xF12}) {
+        EXPECT_TRUE(has(with)) << std::hex << with;
+    }
+    for (const std::uint32_t without : {0x480, 0x543, 0x619, 0x633, 0x672, 0x686, 0x695, 0x6A1, 0x6B1}) {
+        EXPECT_FALSE(has(without)) << std::hex << without;
     }
 }
 
@@ -271,11 +202,7 @@ TEST(Topology, Messages) {
          {std::string("3") + channel +
           "CPUID Limit is enabled on CPU making all CPUID leafs above 3 inaccessible. Treating each logical CPU as a "
           "physical CPU."}},
-        {amd(0x8000001E, 0x800F11, htt,
-             {{1, 0, {0x800F11, ids(0x49, 16), 0, htt}},
-              {0x80000001, 0, {0, 0, topologyExtensions, 0}},
-              {0x8000001E, 0, {0x49, 0x0104, 0x0301, 0}}}),
-         {std::string("1") + channel + "CPU - socket[1]:node[1]:ccx[1]:core[4]:thread[1]"}},
+        {zen(0x49, 16, 0x0104), {std::string("1") + channel + "CPU - socket[1]:node[1]:ccx[1]:core[4]:thread[1]"}},
     };
     for (const auto& c : cases) {
         LiteralReader cpuid = c.cpuid;
@@ -283,11 +210,6 @@ TEST(Topology, Messages) {
         decode(cpuid);
         EXPECT_EQ(log.messages(), c.messages);
     }
-    LiteralReader empty = intelLevels({});
-    x86_topology_facts facts;
-    zel::Array<IntelExtendedTopologyLeaf> levels;
-    std::uint32_t id = 0;
-    EXPECT_FALSE(x86_topology(processorOf(empty), empty, {}, facts).getIntelExtendedTopologyInfo(levels, id));
 }
 
 } // namespace
