@@ -47,7 +47,7 @@ fuzz:
 	@tests/fuzz/run.sh build/fuzz $(SECONDS) $(CORPUS)
 
 install: all
-	cmake --install build/release --prefix "$(PREFIX)"
+	cmake --install build/release --prefix "$(PREFIX)" --strip
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -2,7 +2,7 @@
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 
-#include <cstdio>
+#include <iostream>
 #include <memory>
 #include <utility>
 
@@ -18,7 +18,7 @@ class MachineArgument {
         libQuarrow::os::RecordingError error;
         boost::optional<libQuarrow::os::Recording> recording = libQuarrow::os::readRecording(argv[1], error);
         if (!recording) {
-            std::fprintf(stderr, "%s\n", error.message.c_str());
+            std::cerr << error.message << "\n";
             return false;
         }
         m_machine = std::make_unique<libQuarrow::os::RecordedMachine>(std::move(*recording));

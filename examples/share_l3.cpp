@@ -8,7 +8,7 @@
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 
-#include <cstdio>
+#include <iostream>
 #include <thread>
 
 using namespace libQuarrow::cpu;
@@ -43,7 +43,7 @@ bool findL3(const x86_cpu& cpu, x86_cache& l3) {
 
 void work() {
     if (const boost::optional<AffinityMask> mine = AffinityMask::threadAffinityMask()) {
-        std::printf("The thread runs on %s\n", mine->toString().toUtf8().c_str());
+        std::cout << "The thread runs on " << mine->toString() << "\n";
     }
 }
 
@@ -56,13 +56,13 @@ int main(int argc, char** argv) {
     }
     zel::Array<x86_cpu> cpus;
     if (!x86_cpu::findLogicalCpus(cpus, true) || cpus.isEmpty()) {
-        std::fputs("The processors of the system cannot be read.\n", stderr);
+        std::cerr << "The processors of the system cannot be read.\n";
         return 1;
     }
     x86_cache l3;
     if (!findL3(cpus[0], l3)) {
-        std::fprintf(stderr, "It is not known which processors share an L3 cache with processor %u.\n",
-                     cpus[0].getLogicalCpuNumber());
+        std::cerr << "It is not known which processors share an L3 cache with processor "
+                  << cpus[0].getLogicalCpuNumber() << ".\n";
         return 1;
     }
     AffinityMask neighbours;
@@ -72,8 +72,7 @@ int main(int argc, char** argv) {
             neighbours |= cpu.getAffinityMask();
         }
     }
-    std::printf("%s of L3 cache are shared by %s\n", l3.getCacheSizeFormatted(false).toUtf8().c_str(),
-                neighbours.toString().toUtf8().c_str());
+    std::cout << l3.getCacheSizeFormatted(false) << " of L3 cache are shared by " << neighbours.toString() << "\n";
 
     bool pinned = false;
     std::thread worker([&neighbours, &pinned] {
@@ -84,7 +83,7 @@ int main(int argc, char** argv) {
     });
     worker.join();
     if (!pinned) {
-        std::fputs("The thread could not be pinned there.\n", stderr);
+        std::cerr << "The thread could not be pinned there.\n";
     }
     return pinned ? 0 : 1;
 }

@@ -10,7 +10,7 @@
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 
 #include <chrono>
-#include <cstdio>
+#include <iostream>
 #include <thread>
 
 using namespace libQuarrow::cpu;
@@ -63,14 +63,13 @@ bool printTemperatures(const x86_physical_cpus& tree) {
         if (!info || !info->temperature) {
             continue;
         }
-        std::printf("package %u: %s", tree[p].getCpuNumber(), info->temperature->toString().toUtf8().c_str());
+        std::cout << "package " << tree[p].getCpuNumber() << ": " << info->temperature->toString();
         if (info->thresholdOffset) {
-            std::printf(", throttles %s above", info->thresholdOffset->toString().toUtf8().c_str());
+            std::cout << ", throttles " << info->thresholdOffset->toString() << " above";
         }
-        std::printf("\n");
+        std::cout << std::endl;
         any = true;
     }
-    std::fflush(stdout);
     return any;
 }
 
@@ -83,7 +82,7 @@ int main(int argc, char** argv) {
     }
     libKernelMode::MsrDriver driver;
     if (!driver.openDriver()) {
-        std::fprintf(stderr, "No temperature: %s\n", driver.failureReason().c_str());
+        std::cerr << "No temperature: " << driver.failureReason() << "\n";
         return 1;
     }
     x86_physical_cpus tree(true);
@@ -96,7 +95,7 @@ int main(int argc, char** argv) {
             std::this_thread::sleep_for(std::chrono::seconds(1));
         }
         if (!printTemperatures(tree)) {
-            std::fputs("No temperature: no package has the register that this program reads.\n", stderr);
+            std::cerr << "No temperature: no package has the register that this program reads.\n";
             return 1;
         }
     }

@@ -1,0 +1,31 @@
+# What CPack makes of the installed files: on Linux the Debian packages quarrow (libraries and tool) and quarrow-dev, on
+# Windows one ZIP archive with everything in it.
+set(CPACK_PACKAGE_NAME quarrow)
+set(CPACK_PACKAGE_VENDOR "Quarrow maintainers")
+set(CPACK_PACKAGE_CONTACT "Quarrow maintainers <maintainers@quarrow.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+    set(CPACK_PACKAGE_FILE_NAME quarrow-${PROJECT_VERSION}-windows-x86_64)
+else()
+    set(CPACK_GENERATOR DEB)
+    set(CPACK_DEB_COMPONENT_INSTALL ON)
+    set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+    set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME quarrow)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION utils)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The command quarrow and the libraries that it stands on.")
+
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME quarrow-dev)
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+    set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "quarrow (= ${PROJECT_VERSION}), libboost-dev")
+    set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, CMake package and pkg-config file of the Quarrow libraries.")
+endif()
+include(CPack)
