@@ -30,29 +30,23 @@ boost::optional<Recording> recorded(RecordedMachine& machine, RecordingError& er
 
 TEST(MachineRecorder, LeavesOutProcessorsThatCannotBePinned) {
     RecordedMachine machine(machineOf(3));
+    const ScopedMachine scope(machine);
+    ASSERT_TRUE(cpu::WinAffinity(4).setThreadAffinity());
     machine.faults().unpinnable = {1};
     RecordingError error;
-    const auto recording = recorded(machine, error);
+    const auto recording = recordCurrentMachine(error);
     ASSERT_TRUE(recording) << error.message;
+    EXPECT_EQ(cpu::WinAffinity::threadAffinity().value(), cpu::WinAffinity(4)) << "put back";
     ASSERT_EQ(recording->processors.size(), 2U);
     EXPECT_EQ(recording->processors[1].bit, 2);
     EXPECT_EQ((recording->processors[1].leaves.at({1, 0}).eax), 3U);
     EXPECT_EQ(recording->processors[1].xcr0, std::uint64_t{0});
     machine.faults().unpinnable = {0, 1, 2};
-    EXPECT_FALSE(recorded(machine, error));
+    EXPECT_FALSE(recordCurrentMachine(error));
     EXPECT_EQ(error.message, "this machine cannot be recorded: no thread can be pinned to any of its processors");
     machine.faults().systemAffinityUnreadable = true;
-    EXPECT_FALSE(recorded(machine, error));
+    EXPECT_FALSE(recordCurrentMachine(error));
     EXPECT_EQ(error.message, "this machine cannot be recorded: its processors cannot be listed");
-}
-
-TEST(MachineRecorder, PutsTheAffinityBack) {
-    RecordedMachine machine(machineOf(3));
-    const ScopedMachine scope(machine);
-    ASSERT_TRUE(cpu::WinAffinity(2).setThreadAffinity());
-    RecordingError error;
-    EXPECT_TRUE(recordCurrentMachine(error));
-    EXPECT_EQ(cpu::WinAffinity::threadAffinity().value(), cpu::WinAffinity(2));
 }
 
 // Asks for a leaf, then for everything that its kind of enumeration should still have and no more.

@@ -38,7 +38,7 @@ end of recording
 
 TEST(QuarrowFormat, RoundTripsEverything) {
     RecordingError error;
-    const auto recording = parseRecording(everything, "own", error);
+    const auto recording = parseRecording("\n# a comment\n" + everything + "\t\n # the end", "own", error);
     ASSERT_TRUE(recording) << error.message;
     EXPECT_EQ(written(*recording), everything);
     EXPECT_EQ(recording->processors.size(), 2U);
@@ -58,16 +58,6 @@ TEST(QuarrowFormat, NoticesEveryCut) {
         EXPECT_FALSE(parseRecording(everything.substr(0, length), "own", error)) << "cut at " << length;
     }
     EXPECT_TRUE(parseRecording(everything.substr(0, everything.size() - 1), "own", error)) << error.message;
-}
-
-TEST(QuarrowFormat, TakesCommentsAndBlankLines) {
-    RecordingError error;
-    const auto plain = parseRecording(everything, "own", error);
-    std::string text = "\n# about the header\n" + everything + "\n# about the end\n";
-    text.insert(text.find("CPU 0"), "  # about a processor\n\t\n");
-    const auto commented = parseRecording(text, "own", error);
-    ASSERT_TRUE(commented) << error.message;
-    EXPECT_TRUE(*commented == *plain);
 }
 
 TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
@@ -126,25 +116,21 @@ TEST(QuarrowFormat, RefusesOtherMistakes) {
 }
 
 TEST(QuarrowFormat, BoundsProcessorsAndMemory) {
-    std::string processors = "Quarrow recording 1\n";
-    std::string memory = processors;
+    std::ostringstream processors;
+    std::ostringstream memory;
+    processors << "Quarrow recording 1\n";
+    memory << "Quarrow recording 1\nmemory 0x0000000000000000:";
     for (std::size_t i = 0; i <= maxRecordedProcessors; ++i) {
-        processors += "CPU " + std::to_string(i) + ":\n";
+        processors << "CPU " << i << ":\n";
     }
-    for (std::size_t i = 0; i <= maxRecordedMemoryBytes / 4096; ++i) {
-        char line[32];
-        std::snprintf(line, sizeof line, "memory 0x%016zx:", i * 4096);
-        memory += line;
-        for (int byte = 0; byte < 4096; ++byte) {
-            memory += " 00";
-        }
-        memory += '\n';
+    for (std::size_t i = 0; i <= maxRecordedMemoryBytes; ++i) {
+        memory << " 00";
     }
     RecordingError error;
-    EXPECT_FALSE(parseRecording(processors, "own", error));
+    EXPECT_FALSE(parseRecording(processors.str(), "own", error));
     EXPECT_EQ(error.message, "own:262146: expected no more than 262144 processors");
-    EXPECT_FALSE(parseRecording(memory, "own", error));
-    EXPECT_EQ(error.message.substr(0, 8), "own:258:");
+    EXPECT_FALSE(parseRecording(memory.str(), "own", error));
+    EXPECT_NE(error.message.find("1 MiB in all at most"), std::string::npos) << error.message;
 }
 
 // Over a folder of dumps, where one is given: each loads, round-trips, and replayed and recorded gives the same twice.
