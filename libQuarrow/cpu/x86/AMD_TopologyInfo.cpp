@@ -62,6 +62,10 @@ AMD_TopologyInfo AMD_TopologyInfo::collect(CpuidReader& cpuid) {
     std::vector<AmdTopologyEntry> entries;
     if (const boost::optional<AffinityMask> system = AffinityMask::systemAffinityMask()) {
         const auto readEntry = [&entries](const AffinityMask& processor) {
+            // One that cannot be pinned is visited all the same, but what is read then is another processor's.
+            if (AffinityMask::threadAffinityMask() != processor) {
+                return;
+            }
             LiveCpuidReader live;
             entries.push_back(AmdTopologyEntry::read(live, processor.getAffinityData()));
         };

@@ -273,6 +273,17 @@ TEST(Cpu, LaterFamily17hByTheTableOfTheMachine) {
     EXPECT_EQ(log.messages()[0], "2 libQuarrow.cpu_x86.x86_cpu: Topology Leaf Info Supported");
 }
 
+// A processor that cannot be reached must not stand in the table with the answers of another one.
+TEST(Cpu, TableOfTheProcessorsThatCanBePinned) {
+    Cpus<AmdProcessor> amd({zen2(0), zen2(1), zen2(2), zen2(3)});
+    amd.recorded.faults().unpinnable = {0, 1};
+    zel::Array<x86_cpu> cpus;
+    ASSERT_TRUE(x86_cpu::findLogicalCpus(cpus, true));
+    ASSERT_EQ(cpus.size(), 2u);
+    EXPECT_EQ(cpus[0].getLocation().toString(true), zel::String("CPU:0:0:0:1:0"));
+    EXPECT_EQ(cpus[1].getLocation().toString(true), zel::String("CPU:0:0:0:1:1"));
+}
+
 TEST(Cpu, ProcessAffinity) {
     Cpus<IntelProcessor> intel({nehalem(0), nehalem(1)});
     const x86_cpu cpu(maskOf(1), false, 0, 0);
