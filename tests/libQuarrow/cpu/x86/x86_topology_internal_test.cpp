@@ -159,10 +159,10 @@ TEST(Topology, FirstApicId) {
         EXPECT_EQ(id, valid ? 9u : 1u);
         return valid;
     };
-    for (const std::uint32_t with : {0x399, 0x652, 0x660, 0x6C0, 0x6D6, 0x10676, 0xF12}) {
+    for (const std::uint32_t with : {0x399u, 0x652u, 0x660u, 0x6C0u, 0x6D6u, 0x10676u, 0xF12u}) {
         EXPECT_TRUE(has(with)) << std::hex << with;
     }
-    for (const std::uint32_t without : {0x480, 0x543, 0x619, 0x633, 0x672, 0x686, 0x695, 0x6A1, 0x6B1}) {
+    for (const std::uint32_t without : {0x480u, 0x543u, 0x619u, 0x633u, 0x672u, 0x686u, 0x695u, 0x6A1u, 0x6B1u}) {
         EXPECT_FALSE(has(without)) << std::hex << without;
     }
 }
