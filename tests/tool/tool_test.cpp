@@ -294,7 +294,7 @@ TEST(Tool, HelpsWithEveryCommand) {
 
 // The example in the manual is the one that is compiled and run.
 TEST(Readme, ShowsTheExampleProgram) {
-    const std::string example = contentOf(QUARROW_SOURCE_DIR "/examples/packages.cpp");
+    const std::string example = contentOf(QUARROW_SOURCE_DIR "/examples/print_tree.cpp");
     ASSERT_FALSE(example.empty());
     EXPECT_THAT(contentOf(QUARROW_SOURCE_DIR "/README.md"), HasSubstr("```cpp\n" + example + "```\n"));
 }
