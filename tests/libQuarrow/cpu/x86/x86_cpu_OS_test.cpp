@@ -1,5 +1,6 @@
 // The time-stamp counter's rate: what it says, and that it leaves everything as it found it.
 
+#include <libQuarrow/cpu/ScopedAffinity.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
@@ -198,25 +199,25 @@ TEST(getSpeedMetrics, says_that_it_cannot_pin) {
 
 // Against an interval four times as long and a clock of the standard library. The middle one of five, since on a busy
 // machine anything may come between two readings.
-// A wrong unit or scale shows at once; how exact the rate is is the benchmarks' to say. The best of five, since a loaded
-// machine may stop this thread between a clock and a counter.
+// A wrong unit or scale shows at once; how exact the rate is is the benchmarks' to say. The best of five, since a
+// loaded machine may stop this thread between a clock and a counter.
 TEST(NativeTSC, runs_at_the_measured_rate) {
     using Clock = std::chrono::steady_clock;
     zel::Array<x86_cpu> cpus;
     ASSERT_TRUE(x86_cpu::findLogicalCpus(cpus, true));
     ASSERT_FALSE(cpus.isEmpty());
-    ScopedAffinity pin(cpus[0].getAffinityMask(), true);
+    cpu::ScopedAffinity pin(cpus[0].getAffinityMask(), true);
     ASSERT_TRUE(pin.set());
     double best = 1;
     for (int i = 0; i < 5; ++i) {
         std::uint64_t hz = 0;
         ASSERT_TRUE(cpus[0].calculateSpeedTSC(hz));
         const Clock::time_point start = Clock::now();
-        const std::uint64_t first = x86_inst::callRDTSC();
+        const std::uint64_t first = cpu::x86_inst::callRDTSC();
         while (Clock::now() - start < std::chrono::milliseconds(20)) {
         }
         const Clock::time_point end = Clock::now();
-        const std::uint64_t last = x86_inst::callRDTSC();
+        const std::uint64_t last = cpu::x86_inst::callRDTSC();
         const double expected = static_cast<double>(last - first) / std::chrono::duration<double>(end - start).count();
         best = std::min(best, std::abs(static_cast<double>(hz) / expected - 1));
     }
