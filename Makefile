@@ -5,16 +5,16 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 ccache := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 export WINEPREFIX ?= $(CURDIR)/build/wine
-# $(call build,PRESET[,OPTIONS]): configures, quietly unless it fails, and builds.
+# $(call build,PRESET[,OPTIONS[,TARGETS]]): configures, quietly unless it fails, and builds all, or those targets.
 define build
 @mkdir -p build
 @cmake --preset $(1) $(ccache) $(2) >build/$(1).log 2>&1 || { cat build/$(1).log; exit 1; }
-@cmake --build build/$(1) --parallel $(JOBS)
+@cmake --build build/$(1) --parallel $(JOBS) $(if $(3),--target $(3))
 endef
 corpus_option = -DQUARROW_CORPUS="$(abspath $(CORPUS))"
 
 .NOTPARALLEL:
-.PHONY: all report test test-linux test-linux-asan test-windows fuzz install format clean
+.PHONY: all report test test-linux test-linux-asan test-windows bench fuzz install package docs format clean
 
 # The libraries and the tool, as they are installed.
 all:
@@ -39,6 +39,12 @@ test-windows:
 	@scripts/run-under-wine.sh wineboot --init
 	ctest --preset windows --parallel $(JOBS)
 
+# Measures what the library costs, and prints how that compares with what it must cost. On an idle machine.
+bench:
+	@scripts/install-packages.sh bench
+	$(call build,release,-DQUARROW_BUILD_BENCHMARKS=ON)
+	@build/release/bin/quarrow_bench
+
 # Runs each fuzz target for SECONDS, seeded with the project's own machines and those of CORPUS.
 SECONDS ?= 60
 fuzz:
@@ -48,6 +54,23 @@ fuzz:
 
 install: all
 	cmake --install build/release --prefix "$(PREFIX)" --strip
+
+# Debian packages and a ZIP archive for Windows, in build/packages/.
+package: all
+	@scripts/install-packages.sh test
+	$(call build,windows,,quarrow)
+	@for preset in release windows; do \
+	    cpack --config build/$$preset/CPackConfig.cmake -B build/$$preset/packages >build/package.log \
+	        || { cat build/package.log; exit 1; }; \
+	done
+	@rm -rf build/packages && mkdir build/packages
+	@cp build/release/packages/*.deb build/windows/packages/*.zip build/packages/
+	@ls -l build/packages
+
+# The reference documentation of the public headers, in build/release/docs/html/.
+docs:
+	@scripts/install-packages.sh docs
+	$(call build,release,,docs)
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -1,19 +1,23 @@
 #!/bin/sh
 # Installs from Debian what building needs and this machine lacks; with "test" what testing on both platforms needs too,
-# with "fuzz" what the fuzz targets need.
+# with "bench", "fuzz" or "docs" what the benchmarks, the fuzz targets or the reference documentation need.
 # Asks nothing; needs root only when something is missing.
 set -eu
 
 build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev"
-test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev python3-jsonschema"
+bench="libbenchmark-dev libhwloc-dev"
 fuzz="clang libclang-rt-14-dev"
+docs="doxygen"
 
 case "${1:-build}" in
     build) wanted="$build" ;;
     test) wanted="$build $test" ;;
+    bench) wanted="$build $bench" ;;
     fuzz) wanted="$build $fuzz" ;;
+    docs) wanted="$build $docs" ;;
     *)
-        echo "usage: $0 [build|test|fuzz]" >&2
+        echo "usage: $0 [build|test|bench|fuzz|docs]" >&2
         exit 2
         ;;
 esac

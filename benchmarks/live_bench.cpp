@@ -1,0 +1,165 @@
+// The machine that this runs on.
+
+#include <benchmarks/Ratios.h>
+
+#include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/cpu/x86/x86_caches.h>
+#include <libQuarrow/cpu/x86/x86_physical_cpus.h>
+#include <tests/support/CountingMachine.h>
+
+#include <sched.h>
+#include <vector>
+
+using namespace libQuarrow;
+using benchmark::State;
+
+namespace quarrow_bench {
+namespace {
+
+// What `work` asks of the machine.
+template <class Work>
+CountingMachine::Counts countsOf(Work work) {
+    CountingMachine counting(os::nativeMachine());
+    const os::ScopedMachine scope(counting);
+    work();
+    return counting.counts;
+}
+
+// A pin is two settings: there and back.
+void report(State& state, const CountingMachine::Counts& counts) {
+    state.counters["cpuids"] = counts.cpuid;
+    state.counters["pins"] = counts.affinitySets / 2.0;
+}
+
+boost::optional<double> floorOf(const Results& results, const char* name) {
+    const auto cpuids = results.counter(name, "cpuids");
+    const auto pins = results.counter(name, "pins");
+    const auto cpuid = results.nanosecondsPer("live/cpuid", "cpuids");
+    const auto migration = results.nanosecondsPer("live/migration", "pins");
+    return cpuids && pins && cpuid && migration ? boost::make_optional(*cpuids * *cpuid + *pins * *migration)
+                                                : boost::none;
+}
+
+boost::optional<double> overFloor(const Results& results, const char* name) {
+    const auto time = results.nanoseconds(name);
+    const auto floor = floorOf(results, name);
+    return time && floor ? boost::make_optional(*time / *floor) : boost::none;
+}
+
+// The instruction alone: each leaf and sub-leaf that a tree build executes, as often as it does.
+void bareCpuid(State& state) {
+    std::vector<cpu::cpuid_args> all;
+    for (const auto& [leaf, count] : countsOf([] { cpu::x86_physical_cpus(true); }).cpuidOf) {
+        all.insert(all.end(), count, cpu::cpuid_args{leaf.first, 0, leaf.second, 0});
+    }
+    os::Instructions& instructions = os::nativeMachine().instructions();
+    for (auto _ : state) {
+        for (cpu::cpuid_args registers : all) {
+            instructions.cpuid(registers);
+            benchmark::DoNotOptimize(registers.eax);
+        }
+    }
+    state.counters["cpuids"] = static_cast<double>(all.size());
+}
+BENCHMARK(bareCpuid)->Name("live/cpuid")->UseRealTime();
+
+// The system call alone, there and back, to each processor in turn.
+void migration(State& state) {
+    cpu_set_t before;
+    if (sched_getaffinity(0, sizeof before, &before) != 0) {
+        state.SkipWithError("more processors than a fixed mask holds");
+        return;
+    }
+    std::vector<cpu_set_t> single;
+    for (unsigned int processor = 0; processor < CPU_SETSIZE; ++processor) {
+        if (CPU_ISSET(processor, &before)) {
+            CPU_ZERO(&single.emplace_back());
+            CPU_SET(processor, &single.back());
+        }
+    }
+    for (auto _ : state) {
+        for (const cpu_set_t& processor : single) {
+            sched_setaffinity(0, sizeof processor, &processor);
+            sched_setaffinity(0, sizeof before, &before);
+        }
+    }
+    state.counters["pins"] = static_cast<double>(single.size());
+}
+BENCHMARK(migration)->Name("live/migration")->UseRealTime();
+
+void tree(State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(cpu::x86_physical_cpus(true).size());
+    }
+    report(state, countsOf([] { cpu::x86_physical_cpus(true); }));
+}
+BENCHMARK(tree)->Name("live/tree")->UseRealTime();
+
+// Queries on a tree that is there. An affinity is set by the machine that it was made on, so counting takes a tree of
+// its own.
+template <class Work>
+void queries(State& state, Work work) {
+    const cpu::x86_physical_cpus machine(true);
+    for (auto _ : state) {
+        work(machine);
+    }
+    CountingMachine counting(os::nativeMachine());
+    const os::ScopedMachine scope(counting);
+    const cpu::x86_physical_cpus counted(true);
+    counting.counts = {};
+    work(counted);
+    report(state, counting.counts);
+}
+
+void guardedCpuid(State& state) {
+    queries(state, [](const cpu::x86_physical_cpus& machine) {
+        for (std::size_t i = 0; i < machine.getThreadCount(); ++i) {
+            unsigned int eax = 0;
+            machine.getThread(i).callCPUID(0, &eax, nullptr, nullptr, nullptr);
+            benchmark::DoNotOptimize(eax);
+        }
+    });
+}
+BENCHMARK(guardedCpuid)->Name("live/guarded_cpuid")->UseRealTime();
+
+void cachesOfEachCore(State& state) {
+    queries(state, [](const cpu::x86_physical_cpus& machine) {
+        for (std::size_t i = 0; i < machine.size(); ++i) {
+            for (std::size_t k = 0; k < machine[i].getCoreCount(); ++k) {
+                cpu::x86_caches caches;
+                machine[i].getCore(k).get().getCaches(caches);
+                benchmark::DoNotOptimize(caches.size());
+            }
+        }
+    });
+}
+BENCHMARK(cachesOfEachCore)->Name("live/caches_of_each_core")->UseRealTime();
+
+void copyOfTree(State& state) {
+    const cpu::x86_physical_cpus machine(true);
+    for (auto _ : state) {
+        const cpu::x86_physical_cpus copy(machine);
+        benchmark::DoNotOptimize(copy.size());
+    }
+}
+BENCHMARK(copyOfTree)->Name("live/copy_of_tree")->UseRealTime();
+
+const AddRatio ratios[] = {
+    {"one CPUID, ns", "", [](const Results& r) { return r.nanosecondsPer("live/cpuid", "cpuids"); }},
+    {"one migration there and back, ns", "",
+     [](const Results& r) { return r.nanosecondsPer("live/migration", "pins"); }},
+    {"tree build / its CPUIDs and migrations", "<= 1.15", [](const Results& r) { return overFloor(r, "live/tree"); }},
+    {"guarded CPUID / bare CPUID", "",
+     [](const Results& r) -> boost::optional<double> {
+         const auto guarded = r.nanosecondsPer("live/guarded_cpuid", "cpuids");
+         const auto bare = r.nanosecondsPer("live/cpuid", "cpuids");
+         return guarded && bare ? boost::make_optional(*guarded / *bare) : boost::none;
+     }},
+    {"guarded CPUID / its CPUID and migration", "",
+     [](const Results& r) { return overFloor(r, "live/guarded_cpuid"); }},
+    {"one cache query per core / its CPUIDs and migrations", "",
+     [](const Results& r) { return overFloor(r, "live/caches_of_each_core"); }},
+};
+
+} // namespace
+} // namespace quarrow_bench
