@@ -55,9 +55,22 @@ install(TARGETS zel libKernelMode libQuarrow EXPORT QuarrowTargets
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
         ARCHIVE COMPONENT development)
 install(TARGETS quarrow RUNTIME COMPONENT runtime)
-if(QUARROW_RUNTIME_DLLS)
-    install(FILES ${QUARROW_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+# MinGW's libraries come with debugging information, many times their own size.
+foreach(dll ${QUARROW_RUNTIME_DLLS})
+    get_filename_component(name ${dll} NAME)
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/stripped)
+    execute_process(COMMAND ${CMAKE_STRIP} -o ${PROJECT_BINARY_DIR}/stripped/${name} ${dll} COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES ${PROJECT_BINARY_DIR}/stripped/${name} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+endforeach()
+# The licences of what is built in or comes along ask to be handed on; Debian keeps them with the packages.
+set(licensed libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev)
+if(MINGW)
+    list(APPEND licensed gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev)
 endif()
+foreach(package ${licensed})
+    install(FILES /usr/share/doc/${package}/copyright RENAME ${package} OPTIONAL
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow/licenses COMPONENT runtime)
+endforeach()
 if(NOT WIN32)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/quarrow.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/quarrow/quarrow.bash-completion RENAME quarrow
@@ -81,3 +94,11 @@ if(WIN32) # the import libraries keep the whole names of their DLLs
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quarrow.pc.in ${PROJECT_BINARY_DIR}/quarrow.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quarrow.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# The reference documentation of the public headers: build/<preset>/docs/html.
+list(JOIN headers " " headers_for_doxygen)
+add_custom_target(docs
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/docs
+    COMMAND ${CMAKE_COMMAND} -E env QUARROW_VERSION=${PROJECT_VERSION} QUARROW_DOCS=${PROJECT_BINARY_DIR}/docs
+            "QUARROW_HEADERS=${headers_for_doxygen}" doxygen docs/Doxyfile
+    COMMENT "Documenting the public headers" WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} VERBATIM)

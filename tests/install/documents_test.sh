@@ -1,0 +1,57 @@
+#!/bin/bash
+# The manual page and the completion know every command and option that `quarrow --help` and each command's own help list,
+# and no others; the guide shows pieces of the examples, which are built and run.
+# Usage: documents_test.sh SOURCE_FOLDER TOOL
+set -u
+source=$1 tool=$2
+failed=0
+complain() {
+    echo "$*" >&2
+    failed=1
+}
+
+commands=$("$tool" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]\+\) .*/\1/p' | sort)
+options=$({ "$tool" --help; for command in $commands; do "$tool" "$command" --help; done; } |
+    grep -oE '^ +(-[a-z],)?--[a-z]+' | grep -oE -- '--[a-z]+' | sort -u)
+[ "$(wc -w <<<"$commands $options")" -ge 10 ] || complain "the help lists hardly any commands and options"
+
+manual=$(sed 's/\\-/-/g' "$source/docs/quarrow.1")
+for command in $commands; do
+    grep -qE "^\.BR? $command( |$)" <<<"$manual" || complain "docs/quarrow.1 lacks the command $command"
+done
+for option in $options; do
+    grep -qE "^\.B[RI]? .*$option( |$)" <<<"$manual" || complain "docs/quarrow.1 lacks the option $option"
+done
+for option in $(grep -oE -- '--[a-z]+' <<<"$manual" | sort -u); do
+    grep -qx -- "$option" <<<"$options" || complain "docs/quarrow.1 has $option, which the tool has not"
+done
+
+# shellcheck source=tools/quarrow/quarrow.bash-completion
+. "$source/tools/quarrow/quarrow.bash-completion"
+# completes WORD...: what the last word is completed to, one line each, sorted.
+completes() {
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMPREPLY=()
+    _quarrow 2>/dev/null
+    printf '%s\n' "${COMPREPLY[@]}" | sort
+}
+[ "$(completes quarrow "")" = "$commands" ] || complain "completes other commands than $commands"
+[ "$(completes quarrow --json --machine /etc/passwd "")" = "$commands" ] || complain "no commands after options"
+[ "$(completes quarrow --)" = "$options" ] || complain "completes other options than $options"
+[ "$(completes quarrow --log "")" = "$(seq 4)" ] || complain "does not complete --log"
+[ "$(completes quarrow --machine "$source/READ")" = "$source/README.md" ] || complain "does not complete files"
+[ "$(completes quarrow cpus "" | head -1)" = 0 ] || complain "does not complete processor numbers"
+
+# shown DOCUMENT: its pieces of C++, without indentation, stand so in one of the examples.
+shown() {
+    awk '/^```cpp$/ { piece = ++n; next } /^```$/ { piece = 0 } piece { sub(/^ +/, ""); print > (folder "/" piece) }' \
+        folder="$1" "$source/docs/guide.md"
+}
+pieces=$(mktemp -d)
+trap 'rm -rf "$pieces"' EXIT
+shown "$pieces"
+examples=$(sed 's/^ *//' "$source"/examples/*)
+[ -f "$pieces/4" ] || complain "docs/guide.md shows fewer than four pieces of C++"
+for piece in "$pieces"/*; do
+    [[ $examples == *"$(cat "$piece")"* ]] || complain "docs/guide.md shows what is in no example: $(cat "$piece")"
+done
+exit $failed

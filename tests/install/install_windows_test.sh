@@ -1,0 +1,26 @@
+#!/bin/sh
+# The ZIP archive for Windows works where it is unpacked: the tool runs with the DLLs that come along, and the examples
+# build and run, with find_package and with pkg-config. Programs run under Wine.
+# Usage: install_windows_test.sh SOURCE_FOLDER BUILD_FOLDER COMPILER
+set -eu
+source=$1 build=$2 compiler=$3
+work=$build/install_test suffix=.exe run=$source/scripts/run-under-wine.sh
+# shellcheck source=tests/install/examples.sh
+. "$source/tests/install/examples.sh"
+rm -rf "$work"
+mkdir -p "$work/unpacked"
+
+cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >"$work/log" 2>&1 || fail "$(cat "$work/log")"
+cmake -E chdir "$work/unpacked" cmake -E tar xf "$work"/packages/*.zip
+root=$(echo "$work"/unpacked/quarrow-*)
+
+answers "quarrow 1." "$run" "$root/bin/quarrow.exe" --version
+answers "CPU:0:0:1:1:*" "$run" "$root/bin/quarrow.exe" --machine "$source/tests/machines/intel-2p-smt.txt"
+
+# The Boost headers are the programmer's own; here those that the build uses. WINEPATH is where DLLs are looked for.
+boost=-isystem$build/dependencies
+WINEPATH=$(echo "Z:$root/bin" | tr / '\134')
+export WINEPATH
+with_find_package "$root" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" -DCMAKE_CXX_FLAGS="$boost" \
+    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH
+with_pkg_config "$root" "$boost"

@@ -1,0 +1,69 @@
+#!/usr/bin/python3
+"""Every JSON document that the tool prints, for this machine and for the project's recorded ones, is valid by
+docs/json-schema.json; a document that lost a field or got one more is not.
+Usage: json_schema_test.py SOURCE_FOLDER TOOL"""
+
+import copy
+import json
+import pathlib
+import subprocess
+import sys
+
+import jsonschema
+
+source, tool = pathlib.Path(sys.argv[1]), sys.argv[2]
+schema = json.loads((source / "docs/json-schema.json").read_text())
+jsonschema.Draft202012Validator.check_schema(schema)
+validator = jsonschema.Draft202012Validator(schema)
+failures = 0
+
+
+def fail(text):
+    global failures
+    failures += 1
+    print(text, file=sys.stderr)
+
+
+def document(options):
+    return json.loads(subprocess.run([tool, "--json", *options], check=True, capture_output=True).stdout)
+
+
+def objects(value):
+    """All JSON objects in a document, itself included."""
+    if isinstance(value, dict):
+        yield value
+    for inner in value.values() if isinstance(value, dict) else value if isinstance(value, list) else []:
+        yield from objects(inner)
+
+
+def check_that_changes_are_noticed(good):
+    for index, place in enumerate(objects(good)):
+        for name in place:
+            damaged = copy.deepcopy(good)
+            place_in_copy = list(objects(damaged))[index]
+            # speed and limits are in the documents of those commands only
+            if name not in ("speed", "limits"):
+                del place_in_copy[name]
+                if validator.is_valid(damaged):
+                    fail(f"valid without {name}")
+                place_in_copy[name] = place[name]
+            place_in_copy[name + "2"] = None
+            if validator.is_valid(damaged):
+                fail(f"valid with a field {name}2")
+
+
+commands = [["tree"], ["cpus", "0"], ["features"], ["caches"], ["affinity"], ["affinity", "0:Fh/1:3h"]]
+machines = sorted((source / "tests/machines").glob("*.txt"))
+checked = 0
+for machine in [[], *(["--machine", str(path)] for path in machines)]:
+    for command in commands:
+        try:
+            for error in validator.iter_errors(document(machine + command)):
+                fail(f"{machine} {command}: {jsonschema.exceptions.best_match([error]).message}")
+            checked += 1
+        except subprocess.CalledProcessError as error:
+            fail(f"{machine} {command}: {error.stderr.decode()}")
+for command in commands:
+    check_that_changes_are_noticed(document(["--machine", str(source / "tests/machines/intel-thermal.txt"), *command]))
+print(f"{checked} documents of {len(machines) + 1} machines checked")
+sys.exit(1 if failures or not machines else 0)
