@@ -36,8 +36,8 @@ test-linux test-linux-asan: test-%:
 test-windows:
 	@scripts/install-packages.sh test
 	$(call build,windows,$(corpus_option))
-	@scripts/run-under-wine.sh wineboot --init
-	ctest --preset windows --parallel $(JOBS)
+	@scripts/run-under-wine.sh --start
+	ctest --preset windows --parallel $(JOBS); status=$$?; scripts/run-under-wine.sh --stop; exit $$status
 
 # Measures what the library costs, and prints how that compares with what it must cost. On an idle machine.
 bench:
