@@ -1,15 +1,13 @@
 #include <libQuarrow/cpu/x86/AMD_Perf.h>
 
 #include <libQuarrow/cpu/x86/x86_cpu.h>
-#include <libQuarrow/cpu/x86/x86_speed_reader.h>
 
 #include <algorithm>
 
 namespace libQuarrow::cpu {
 namespace {
 
-constexpr std::uint32_t msrHwcr = 0xC0010015; // hardware configuration; bit 25 CpbDis: boost is switched off
-constexpr std::uint32_t msrFidVidStatus = 0xC0010042;
+constexpr std::uint32_t msrHwcr = 0xC0010015;         // hardware configuration; bit 25 CpbDis: boost is switched off
 constexpr std::uint32_t msrPStateLimit = 0xC0010061;  // bits 6:4 PstateMaxVal: the last P-state without boost
 constexpr std::uint32_t msrPStateStatus = 0xC0010063; // bits 2:0 CurPstate, without boost states
 constexpr std::uint32_t msrPState0 = 0xC0010064;
@@ -41,8 +39,6 @@ double coreMHz(AmdPStateLayout layout, std::uint64_t pstate, double pllMHz) {
     }
     case AmdPStateLayout::Fid5MHz:
         return 5.0 * bits(pstate, 11, 0);
-    case AmdPStateLayout::FidVid:
-        break;
     }
     return 0;
 }
@@ -75,20 +71,6 @@ AMD_Perf::AMD_Perf(const x86_cpu_signature& signature) {
 
 double AMD_Perf::multiplier(std::uint64_t pstate, double pllMHz) const {
     return coreMHz(m_family->layout, pstate, pllMHz) / m_family->busMHz;
-}
-
-// FIDVID Status: bits 5:0 the current FID, 13:8 the one at start, 21:16 the highest. The highest code there is marks a
-// part whose multiplier is not limited; what it is sold with is then what it starts with. The lowest one is not told.
-void AMD_Perf::readFidVid(const x86_cpu& cpu, x86_speed_metrics& metrics) const {
-    constexpr std::uint32_t unlimitedFid = 0x2A;
-    std::uint64_t status = 0;
-    if (!cpu.callRDMSR(msrFidVidStatus, status)) {
-        return;
-    }
-    const auto fidMultiplier = [this](std::uint32_t fid) { return (800.0 + 100.0 * fid) / m_family->busMHz; };
-    const std::uint32_t highest = bits(status, 21, 16);
-    metrics.currentMultiplier = fidMultiplier(bits(status, 5, 0));
-    metrics.maxMultiplier = fidMultiplier(highest != unlimitedFid ? highest : bits(status, 13, 8));
 }
 
 // The registers hold the boost states first, which the P-state limit does not count. How many those are stands in PCI
@@ -128,24 +110,14 @@ void AMD_Perf::readPStates(const x86_cpu& cpu, x86_speed_metrics& metrics) const
     }
 }
 
-bool AMD_Perf::getSpeedMetrics(const x86_cpu& cpu, x86_speed_metrics& metrics) const {
-    x86_speed_metrics found;
-    found.multiplierPrecision = x86_speed_metrics::trimmedPrecision;
-    if (m_family) {
-        if (m_family->layout == AmdPStateLayout::FidVid) {
-            readFidVid(cpu, found);
-        } else {
-            readPStates(cpu, found);
-        }
-        if (found.currentMultiplier != 0 || found.maxMultiplier != 0) {
-            found.busClock = m_family->busMHz * std::uint64_t{1000000};
-        }
+void AMD_Perf::getSpeedMetrics(const x86_cpu& cpu, x86_speed_metrics& metrics) const {
+    if (!m_family) {
+        return;
     }
-    if (!completeSpeedMetrics(cpu, 0, found)) {
-        return false;
+    readPStates(cpu, metrics);
+    if (metrics.currentMultiplier != 0 || metrics.maxMultiplier != 0) {
+        metrics.busClock = m_family->busMHz * std::uint64_t{1000000};
     }
-    metrics = found;
-    return true;
 }
 
 } // namespace libQuarrow::cpu

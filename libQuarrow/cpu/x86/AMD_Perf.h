@@ -14,19 +14,19 @@ namespace libQuarrow::cpu {
 
 class x86_cpu;
 
-// The P-states of an AMD processor. It knows how the family encodes them, and reads the registers anew every time: the
-// BIOS and overclocking programs change them. Nothing in it changes, so any number of owners may share it.
+// The P-states of an AMD processor of family 0x10 or later. It knows how the family encodes them, and reads the
+// registers anew every time: the BIOS and overclocking programs change them. Nothing in it changes, so any number of
+// owners may share it.
 class AMD_Perf {
   public:
     explicit AMD_Perf(const x86_cpu_signature& signature);
 
-    // False, with `metrics` untouched, when nothing is known. Hold the pin of `cpu`, which is of that signature, around
-    // it.
-    bool getSpeedMetrics(const x86_cpu& cpu, x86_speed_metrics& metrics) const;
+    // Fills in bus clock, multipliers and turbo ratio as far as the registers tell them. Hold the pin of `cpu`, which
+    // is of that signature, around it.
+    void getSpeedMetrics(const x86_cpu& cpu, x86_speed_metrics& metrics) const;
 
   private:
     double multiplier(std::uint64_t pstate, double pllMHz) const;
-    void readFidVid(const x86_cpu& cpu, x86_speed_metrics& metrics) const;
     void readPStates(const x86_cpu& cpu, x86_speed_metrics& metrics) const;
 
     boost::optional<AmdPStateFamily> m_family; // absent: a family with no such registers, or not known

@@ -64,15 +64,15 @@ enum AmdRevisionCode : std::uint32_t {
     AmdRevision_G2 = 26,
 };
 
-struct AmdCpuRevision {
+struct QUARROW_EXPORT AmdCpuRevision {
     std::uint32_t family = 0;       // display family
     std::uint32_t coreCode = 0;     // AmdCoreCode
     std::uint32_t revisionCode = 0; // AmdRevisionCode
     std::uint32_t reserved = 0;     // always 0
 };
 
-// Package (socket) types. The values are this library's own. 5, 6, 8, 10 and 11 are in use too but have no name: the
-// package type field that gives them stands for different sockets in different families.
+// Package (socket) types. The values are this library's own. 5, 6, 10 and 11 are in use too but have no name: the
+// package type field that gives them stands for different sockets in different families. 8 and 9 are not in use.
 enum AmdPackageType : std::uint32_t {
     AmdPackage_754 = 0,
     AmdPackage_940 = 1,
@@ -115,7 +115,8 @@ class QUARROW_EXPORT x86_amd_info : public x86_vendor_info {
     // 0x80000006, which do not say who shares a cache. True when `caches` is not empty afterwards.
     bool getCaches(x86_caches& caches) const override;
     // Multipliers and speeds: from the family's P-state registers where a driver gives access to them, else what CPUID
-    // leaves 0x15 and 0x16 tell. False, with `metrics` untouched, when nothing is known.
+    // leaves 0x15 and 0x16 tell. False, with `metrics` untouched, when the time-stamp counter's rate cannot be measured
+    // (x86_cpu::calculateSpeedTSC), which is tried first, or nothing is known.
     bool getSpeedMetrics(x86_speed_metrics& metrics) const override;
 
   private:
@@ -126,6 +127,7 @@ class QUARROW_EXPORT x86_amd_info : public x86_vendor_info {
     x86_CacheAssociativity getL1CacheAssoc(std::uint32_t code) const;
     x86_CacheAssociativity getL2OrL3CacheAssoc(std::uint32_t code) const;
     void determineCacheSharingByCPUType(x86_caches& caches) const;
+    void getSpeedMetricsFamilyF(std::uint64_t tsc, x86_speed_metrics& metrics) const;
 
     const x86_cpu* m_cpu; // not owned
     AmdCpuRevision m_revision;

@@ -10,7 +10,6 @@
 namespace libQuarrow::cpu {
 
 enum class AmdPStateLayout {
-    FidVid,       // no P-state registers: FIDVID Status (MSRC001_0042), 800 MHz + 100 MHz * FID
     FidPlus16Did, // bits 5:0 FID, 8:6 DID: 100 MHz * (FID + 16) / 2^DID
     FidPlus8Did,  // the same with FID + 8
     FidDivisor,   // bits 8:4 FID, 3:0 DID: 100 MHz * (FID + 16) / amdDidDivisors[DID]
@@ -26,12 +25,11 @@ struct AmdPStateFamily {
     std::uint16_t busMHz; // reference clock
 };
 
-// From the BIOS and kernel developer's guides (families 0xF to 0x16: 32559, 31116, 41256, 41131, 43170, 42301, 48751)
+// From the BIOS and kernel developer's guides (families 0x10 to 0x16: 31116, 41256, 41131, 43170, 42301, 48751)
 // and the processor programming references (0x17 and later: 54945, 55898, 57238), P-state registers. In ascending
 // order; the first row that fits counts.
 // clang-format off
 constexpr AmdPStateFamily amdPStateFamilies[] = {
-    {0x0F, 0xFF, AmdPStateLayout::FidVid,       200},
     {0x10, 0xFF, AmdPStateLayout::FidPlus16Did, 200},
     {0x11, 0xFF, AmdPStateLayout::FidPlus8Did,  200},
     {0x12, 0xFF, AmdPStateLayout::FidDivisor,   100},

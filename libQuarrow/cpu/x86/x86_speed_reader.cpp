@@ -141,8 +141,9 @@ bool completeSpeedMetrics(const x86_cpu& cpu, std::uint32_t designedMHz, x86_spe
     }
     addEffectiveSpeed(cpu, metrics);
     addMultipliersOfSpeeds(metrics);
-    return metrics.busClock || metrics.highestSpeed || metrics.turboSpeed || metrics.turboRatio ||
-           metrics.currentMultiplier != 0 || metrics.minMultiplier != 0 || metrics.maxMultiplier != 0;
+    return metrics.busClock || metrics.currentSpeed || metrics.highestSpeed || metrics.turboSpeed ||
+           metrics.turboRatio || metrics.currentMultiplier != 0 || metrics.minMultiplier != 0 ||
+           metrics.maxMultiplier != 0;
 }
 
 } // namespace libQuarrow::cpu

@@ -284,4 +284,23 @@ TEST(AmdSpeed, is_read_anew_each_time) {
     EXPECT_EQ(metrics.maxMultiplier, 30);
 }
 
+TEST(AmdSpeed, begins_with_the_rate_of_the_time_stamp_counter) {
+    // Family 0xF without a driver: the counter counts the core's clocks, unless it runs at a rate of its own.
+    for (const std::uint32_t invariant : {0u, 1u << 8}) {
+        OneProcessor one(AmdProcessor(0xF4A).leaf(0x80000007, {0, 0, 0, invariant}).recorded);
+        x86_speed_metrics metrics;
+        EXPECT_EQ(one.cpu.getSpeedMetrics(metrics), invariant == 0);
+        EXPECT_EQ(metrics.currentSpeed, invariant == 0 ? optional<std::uint64_t>(1000 * MHz) : none);
+    }
+    for (const auto& [signature, msr] : {std::pair{0xF4Au, 0xC0010042u}, std::pair{0x100F42u, 0xC0010071u}}) {
+        AmdProcessor processor(signature);
+        processor.recorded.msrs = {{msr, 0x0A0A}};
+        OneProcessor one(processor.recorded);
+        x86_speed_metrics metrics;
+        EXPECT_TRUE(one.cpu.getSpeedMetrics(metrics));
+        one.machine.faults().counterFrequencyUnreadable = true;
+        EXPECT_FALSE(one.cpu.getSpeedMetrics(metrics));
+    }
+}
+
 } // namespace
