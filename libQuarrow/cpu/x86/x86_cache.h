@@ -48,8 +48,8 @@ enum ComparisonType : std::uint32_t {
     ComparePropertiesAndTopology = 1,
 };
 
-// One cache of a processor: what it is, how many logical processors share one instance of it, how many instances there
-// are, and, where the processor tells, which APIC IDs an instance serves. A plain value.
+// One kind of cache that a processor or package has: its properties, the number of its instances and of the logical
+// processors at each, and, where the processor tells, the APIC IDs that an instance serves. A plain value.
 class QUARROW_EXPORT x86_cache {
   public:
     x86_cache() = default; // of unknown level, type and associativity; size 0, no instance

@@ -117,8 +117,8 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     // Fills in the number of threads that share a cache where it is still 0 and the package's counts tell it.
     void determineCacheSharingByCPUType(x86_caches& caches) const;
 
-    // The temperature in degrees Celsius at which the thermal control circuit starts to act: from MSR 0x1A2 or MSR
-    // 0xEE, or for older parts from Intel's data sheets. False, with 0, when it is not known.
+    // How hot, in degrees Celsius, the processor may get before its thermal control circuit slows it down: from MSR
+    // 0x1A2 or MSR 0xEE, or for older parts from Intel's data sheets. False, with 0, when it is not known.
     bool getTCCActivationTemperature(std::uint32_t& temperature) const;
     // The turbo ratio limits (MSR 0x1AD and following), ascending by active cores; counts without a limit are left out.
     // False, with `limits` empty, when the processor has no turbo, its registers cannot be read, or none holds a ratio.

@@ -48,7 +48,7 @@ struct IntelSignatureType {
 };
 
 // By signature, after the tables of DisplayFamily_DisplayModel in Intel's manual, volume 4. Two pairs are told apart by
-// more than the signature and stand in findType: 45 nm Core 2 (MSR 0x17), Skylake and Kaby Lake (stepping).
+// more than the signature and stand in addTypesBySignature: 45 nm Core 2 (MSR 0x17), Skylake and Kaby Lake (stepping).
 // clang-format off
 constexpr IntelSignatureType intelSignatureTypes[] = {
     {0x10660, x86_intel_info::Core2Family,                                           IntelDie::NotTold},

@@ -12,6 +12,7 @@ namespace {
 constexpr std::uint32_t samePackage = 0x07; // chassis, node, cpu
 constexpr std::uint32_t sameCore = 0x0F;    // and core
 
+// The channel's name has its s one word too early on purpose: it is the one that people's log settings know.
 zel::LogChannel& treeLog() {
     static zel::LogChannel& channel = zel::LogFactory::channel("libQuarrow.cpu_x86.x86_physicals_cpus");
     return channel;

@@ -30,9 +30,10 @@ class QUARROW_EXPORT x86_vendor_info {
     static x86_vendor_info* getVendorInfoClass(const x86_cpu& cpu);
 
   protected:
-    // Replaces `caches` by what CPUID leaf 4 (Intel) or 0x8000001D (AMD) says, in the leaf's order. The only source that
-    // tells how many threads share a cache; for Intel with topology IDs where the APIC ID is known. False when the
-    // processor has no such leaf (then `caches` is untouched), it describes no cache, or a read fails.
+    // Replaces `caches` by what CPUID leaf 4 (Intel) or 0x8000001D (AMD) says, in the leaf's order. The only source
+    // that tells how many threads share a cache; for Intel with topology IDs where the APIC ID is known. False when it
+    // describes no cache, or when a read fails, with what was found before that; with `caches` untouched for another
+    // maker and for an AMD processor without topology extensions.
     static bool getCacheTopologyInfo(const x86_cpu& cpu, zel::Array<x86_cache>& caches);
 };
 
