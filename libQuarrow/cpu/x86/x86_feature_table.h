@@ -20,9 +20,8 @@
 //
 // Irregular rows, all meant so:
 //   0          comes from EFLAGS, not from CPUID.
-//   74-79, 107 AMD's copies in extended leaves of the features 25, 24, 23, 22, 21, 5 and 55. They are values of their
-//   own
-//              under the same names, and a set may print a name twice.
+//   74-79, 107 AMD's copies in extended leaves of the features 25, 24, 23, 22, 21, 5 and 55. They are values of
+//              their own under the same names, and a set may print a name twice.
 //   101, 102   are names only.
 //   124        has no name, so that no text shows it.
 

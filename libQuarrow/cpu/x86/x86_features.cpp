@@ -41,6 +41,8 @@ bool avxStateEnabled(CpuidReader& cpuid) {
     return (cpuid.xcr0() & sseAndAvxState) == sseAndAvxState;
 }
 
+} // namespace
+
 bool avxEnabled(CpuidReader& cpuid) {
     return avxReported(cpuid) && avxStateEnabled(cpuid);
 }
@@ -50,8 +52,6 @@ bool avx2Enabled(CpuidReader& cpuid) {
     constexpr std::uint32_t avx2 = 0x20;
     return avxReported(cpuid) && (cpuid.read(7).ebx & avx2) != 0 && avxStateEnabled(cpuid);
 }
-
-} // namespace
 
 x86_feature_flags requiredFeatures() {
     x86_feature_flags features;
@@ -93,7 +93,11 @@ x86_feature_flags decodeSupportedFeatures(CpuidReader& cpuid) {
 }
 
 x86_feature_flags decodeAllowedFeatures(CpuidReader& cpuid) {
-    x86_feature_flags features = requiredFeatures() & decodeSupportedFeatures(cpuid);
+    return decodeAllowedFeatures(cpuid, decodeSupportedFeatures(cpuid));
+}
+
+x86_feature_flags decodeAllowedFeatures(CpuidReader& cpuid, const x86_feature_flags& supported) {
+    x86_feature_flags features = requiredFeatures() & supported;
     if (avxEnabled(cpuid)) {
         features |= x86_feature_AVX;
     }

@@ -11,10 +11,16 @@ class CpuidReader;
 // The features that the library itself relies on: CPUID, MSR and TSC.
 x86_feature_flags requiredFeatures();
 
+// Whether AVX, and AVX2, can be used: reported by the processor, and their registers saved by the operating system.
+bool avxEnabled(CpuidReader& cpuid);
+bool avx2Enabled(CpuidReader& cpuid);
+
 // What the processor reports. A live reader executes at most fifteen CPUIDs, since every bound is asked for anew.
 x86_feature_flags decodeSupportedFeatures(CpuidReader& cpuid);
 
 // The required features that the processor has, and AVX and AVX2 where the operating system has enabled them.
 x86_feature_flags decodeAllowedFeatures(CpuidReader& cpuid);
+// The same where what the processor reports is known already.
+x86_feature_flags decodeAllowedFeatures(CpuidReader& cpuid, const x86_feature_flags& supported);
 
 } // namespace libQuarrow::cpu

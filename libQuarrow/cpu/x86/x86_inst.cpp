@@ -88,6 +88,24 @@ x86_feature_flags x86_inst::getAllowedFeatures() {
     return decodeAllowedFeatures(cpuid);
 }
 
+bool x86_inst::systemSupportsCPUID() {
+    return LiveCpuidReader().hasCpuid();
+}
+
+bool x86_inst::avxEnabled() {
+    LiveCpuidReader cpuid;
+    return cpu::avxEnabled(cpuid);
+}
+
+bool x86_inst::avx2Enabled() {
+    LiveCpuidReader cpuid;
+    return cpu::avx2Enabled(cpuid);
+}
+
+void x86_inst::impSupportedFeatures(x86_feature_flags& out) {
+    out = requiredFeatures();
+}
+
 // These two compare the argument with itself, so they are true for every argument. Callers have come to rely on that
 // answer and on the query that runs before it; both must stay.
 bool x86_inst::featuresSupported(const x86_feature_flags& flags) {

@@ -41,7 +41,7 @@ class QUARROW_EXPORT x86_inst {
     // CPUID with EAX = leaf and EBX = ECX = EDX = 0. Null pointers are skipped.
     static void callCPUID(std::uint32_t leaf, std::uint32_t* eax, std::uint32_t* ebx, std::uint32_t* ecx,
                           std::uint32_t* edx);
-    // CPUID with all four registers loaded; `in` and `out` may be the same record.
+    // CPUID with all four registers loaded from `in` and stored in `out`, which may be `in` itself.
     static void callCPUID(const cpuid_args& in, cpuid_args& out);
     static std::uint32_t maxCPUID();         // leaf 0 EAX
     static std::uint32_t maxExtendedCPUID(); // leaf 0x80000000 EAX
