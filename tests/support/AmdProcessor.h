@@ -1,25 +1,16 @@
 #pragma once
 
-#include <libQuarrow/cpu/x86/x86_cpu.h>
-#include <libQuarrow/os/recorded/RecordedMachine.h>
-
-#include <utility>
-#include <vector>
+#include <tests/support/CurrentMachine.h>
 
 namespace testing_support {
 
-// An AMD processor built leaf by leaf: one core, MSR and TSC, extended leaves up to 0x80000008, no caches.
-class AmdProcessor {
-  public:
+// An AMD processor: one core, MSR and TSC, extended leaves up to 0x80000008, no caches.
+struct AmdProcessor : BuiltProcessor<AmdProcessor> {
     explicit AmdProcessor(std::uint32_t signature) {
         leaf(0, {1, 0x68747541, 0x444D4163, 0x69746E65});
         leaf(1, {signature, 0, 0, 1u << 4 | 1u << 5});
         maxExtendedLeaf(0x80000008);
         leaf(0x80000002, {0x6C706D41, 0x65, 0, 0}); // "Ample"
-    }
-    AmdProcessor& leaf(std::uint32_t number, const libQuarrow::cpu::cpuid_args& registers, std::uint32_t subleaf = 0) {
-        recorded.leaves[{number, subleaf}] = registers;
-        return *this;
     }
     AmdProcessor& maxExtendedLeaf(std::uint32_t number) { return leaf(0x80000000, {number, 0, 0, 0}); }
     AmdProcessor& packageField(std::uint32_t field) { return leaf(0x80000001, {0, field << 28, 0, 0}); }
@@ -35,28 +26,6 @@ class AmdProcessor {
         leaf(0x80000005, {0, 0, 0x40020140, 0x40020140});
         return leaf(0x80000006, {0, 0, 0x02008140, 0x0030B140});
     }
-
-    libQuarrow::os::RecordedProcessor recorded;
-};
-
-// The machine of those processors, in that order in group 0, current as long as it lives.
-struct CurrentMachine {
-    template <class Processor>
-    explicit CurrentMachine(const std::vector<Processor>& processors)
-        : machine(recording(processors)), scope(machine) {}
-
-    template <class Processor>
-    static libQuarrow::os::Recording recording(const std::vector<Processor>& processors) {
-        libQuarrow::os::Recording all;
-        for (const Processor& processor : processors) {
-            all.processors.push_back(processor.recorded);
-            all.processors.back().bit = static_cast<std::uint8_t>(all.processors.size() - 1);
-        }
-        return all;
-    }
-
-    libQuarrow::os::RecordedMachine machine;
-    libQuarrow::os::ScopedMachine scope;
 };
 
 } // namespace testing_support

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <libQuarrow/cpu/AffinityAPI.h>
 #include <libQuarrow/os/Machine.h>
 
 #include <map>
+#include <memory>
 #include <utility>
 
 // Another machine, with what it is asked to do counted.
@@ -20,12 +22,40 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     Counts counts;
 
     libQuarrow::os::Instructions& instructions() override { return *this; }
-    std::shared_ptr<libQuarrow::cpu::AffinityAPI> createAffinityAPI() override;
+    std::shared_ptr<libQuarrow::cpu::AffinityAPI> createAffinityAPI() override {
+        auto api = m_machine.createAffinityAPI();
+        return api ? std::make_shared<Affinities>(std::move(api), counts) : nullptr;
+    }
     libQuarrow::os::Clock& clock() override { return m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
 
   private:
-    void cpuid(libQuarrow::cpu::cpuid_args& registers) override;
+    using WinAffinity = libQuarrow::cpu::WinAffinity;
+    using Groups = boost::optional<std::vector<libQuarrow::cpu::GroupAffinity>>;
+
+    struct Affinities final : libQuarrow::cpu::AffinityAPI {
+        Affinities(std::shared_ptr<AffinityAPI> counted, Counts& countedIn)
+            : api(std::move(counted)), counts(countedIn) {}
+        bool setProcessAffinity(const WinAffinity& affinity) override {
+            return ++counts.affinitySets, api->setProcessAffinity(affinity);
+        }
+        bool setThreadAffinity(const WinAffinity& affinity) override {
+            return ++counts.affinitySets, api->setThreadAffinity(affinity);
+        }
+        bool supportsCpuGroups() const override { return api->supportsCpuGroups(); }
+        Groups systemAffinity() override { return api->systemAffinity(); }
+        Groups processAffinity() override { return ++counts.affinityReads, api->processAffinity(); }
+        Groups threadAffinity() override { return ++counts.affinityReads, api->threadAffinity(); }
+
+        std::shared_ptr<AffinityAPI> api;
+        Counts& counts;
+    };
+
+    void cpuid(libQuarrow::cpu::cpuid_args& registers) override {
+        ++counts.cpuid;
+        ++counts.cpuidOf[{registers.eax, registers.ecx}];
+        m_machine.instructions().cpuid(registers);
+    }
     std::uint64_t rdtsc() override { return m_machine.instructions().rdtsc(); }
     std::uint64_t xgetbv(std::uint32_t index) override { return m_machine.instructions().xgetbv(index); }
     bool cpuidBitToggles() override { return m_machine.instructions().cpuidBitToggles(); }

@@ -1,17 +1,15 @@
 #pragma once
 
-#include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
-#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <tests/support/CurrentMachine.h>
 
 #include <cstring>
 #include <string>
 
 namespace testing_support {
 
-// An Intel processor built leaf by leaf: no hyper-threading, MSR and TSC, leaves up to 6, no caches.
-class IntelProcessor {
-  public:
+// An Intel processor: no hyper-threading, MSR and TSC, leaves up to 6, no caches.
+struct IntelProcessor : BuiltProcessor<IntelProcessor> {
     explicit IntelProcessor(std::uint32_t signature, const std::string& brand = "") {
         maxLeaf(6);
         leaf(1, {signature, 0, 0, 1u << 4 | 1u << 5});
@@ -22,16 +20,7 @@ class IntelProcessor {
             leaf(0x80000002 + i, {words[4 * i], words[4 * i + 1], words[4 * i + 2], words[4 * i + 3]});
         }
     }
-    IntelProcessor& leaf(std::uint32_t number, const libQuarrow::cpu::cpuid_args& registers,
-                         std::uint32_t subleaf = 0) {
-        recorded.leaves[{number, subleaf}] = registers;
-        return *this;
-    }
     IntelProcessor& maxLeaf(std::uint32_t number) { return leaf(0, {number, 0x756E6547, 0x6C65746E, 0x49656E69}); }
-    IntelProcessor& msr(std::uint32_t number, std::uint64_t value) {
-        recorded.msrs[number] = value;
-        return *this;
-    }
     // By leaf 1 and sub-leaf 0 of leaf 4, whose other fields stay as they are.
     IntelProcessor& counts(std::uint32_t cores, std::uint32_t threads) {
         recorded.leaves[{1, 0}].ebx |= threads << 16;
@@ -39,18 +28,13 @@ class IntelProcessor {
         recorded.leaves[{4, 0}].eax |= (cores - 1) << 26;
         return *this;
     }
-
-    libQuarrow::os::RecordedProcessor recorded;
 };
 
 // The machine of that one processor, current as long as it lives.
-struct IntelMachine {
+struct IntelMachine : CurrentMachine {
     explicit IntelMachine(const IntelProcessor& processor)
-        : machine({{processor.recorded}, {}, {}, {}}), scope(machine),
-          cpu(libQuarrow::cpu::AffinityMask(libQuarrow::cpu::WinAffinity(1)), true, 0, 0), info(cpu) {}
+        : CurrentMachine(std::vector{processor}), cpu(maskOf(0), true, 0, 0), info(cpu) {}
 
-    libQuarrow::os::RecordedMachine machine;
-    libQuarrow::os::ScopedMachine scope;
     libQuarrow::cpu::x86_cpu cpu;
     libQuarrow::cpu::x86_intel_info info;
 };

@@ -75,32 +75,22 @@ TEST(Decode, DisplayFamilyAndModel) {
     for (const auto& c : cases) {
         LiteralReader cpuid(c.vendor, 1, 0, {{1, 0, {c.signature, 0, 0, 0}}});
         x86_cpu_signature s;
-        ASSERT_TRUE(decodeSignature(cpuid, s));
-        EXPECT_EQ(s.signature, c.signature);
+        ASSERT_TRUE(decodeSignature(cpuid, s) && s.signature == c.signature && s.displayValid == c.valid);
         EXPECT_EQ(s.displayFamily, c.family) << std::hex << c.signature;
         EXPECT_EQ(s.displayModel, c.model) << std::hex << c.signature;
-        EXPECT_EQ(s.displayValid, c.valid);
     }
-    LiteralReader fields("CentaurHauls", 1, 0, {{1, 0, {0x0ABCDEF9, 0, 0, 0}}});
-    x86_cpu_signature s;
-    ASSERT_TRUE(decodeSignature(fields, s));
-    EXPECT_EQ(s.extFamily, 0xAB);
-    EXPECT_EQ(s.extModel, 0xC);
-    EXPECT_EQ(s.family, 0xE);
-    EXPECT_EQ(s.model, 0xF);
-    EXPECT_EQ(s.stepping, 9);
 }
 
-TEST(Decode, WithoutLeafOne) {
-    LiteralReader cpuid("GenuineIntel", 0, 0, {});
+TEST(Decode, LeafOneAndItsAbsence) {
+    LiteralReader with("CentaurHauls", 1, 0, {{1, 0, {0x0ABCDEF9, 0xC5010800, 0, 0}}});
     x86_cpu_signature s;
-    s.family = 3;
-    EXPECT_FALSE(decodeSignature(cpuid, s));
-    EXPECT_EQ(s.family, 3);
-    EXPECT_EQ(decodeLocalApicId(cpuid), 0u);
-
-    LiteralReader with("GenuineIntel", 1, 0, {{1, 0, {0, 0xC5010800, 0, 0}}});
+    ASSERT_TRUE(decodeSignature(with, s));
+    EXPECT_TRUE(s.extFamily == 0xAB && s.extModel == 0xC && s.family == 0xE && s.model == 0xF && s.stepping == 9);
     EXPECT_EQ(decodeLocalApicId(with), 0xC5u);
+    LiteralReader without("GenuineIntel", 0, 0, {});
+    EXPECT_FALSE(decodeSignature(without, s));
+    EXPECT_EQ(s.signature, 0x0ABCDEF9u) << "must be left alone";
+    EXPECT_EQ(decodeLocalApicId(without), 0u);
 }
 
 TEST(RememberingCpuidReader, ExecutesEachLeafOnce) {

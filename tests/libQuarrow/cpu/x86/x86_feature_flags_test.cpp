@@ -41,14 +41,11 @@ TEST(FeatureFlags, Text) {
 TEST(FeatureFlags, Sets) {
     const x86_feature_flags a = setOf({0, 33, 255});
     const x86_feature_flags b = setOf({33, 64});
-    EXPECT_TRUE((a | b) == setOf({0, 33, 64, 255}));
-    EXPECT_TRUE((a & b) == setOf({33}));
+    EXPECT_TRUE((a | b) == setOf({0, 33, 64, 255}) && (a & b) == setOf({33}));
     EXPECT_FALSE(a == setOf({0, 33})) << "the last word counts too";
     x86_feature_flags c = a;
     c.removeFeature(x86_feature_CPUID);
-    EXPECT_FALSE(c.hasFeature(x86_feature_CPUID));
-    EXPECT_TRUE(c.hasFeature(x86_feature_PSE));
-    EXPECT_TRUE(a.hasFeature(x86_feature_CPUID));
+    EXPECT_TRUE(c == setOf({33, 255}) && a.hasFeature(x86_feature_CPUID));
     c.clear();
     EXPECT_TRUE(c == x86_feature_flags());
 }

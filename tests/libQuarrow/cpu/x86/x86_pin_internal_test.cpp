@@ -1,7 +1,5 @@
-#include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
 #include <tests/support/AmdProcessor.h>
-#include <tests/support/CountingMachine.h>
 
 #include <gtest/gtest.h>
 
@@ -16,71 +14,59 @@ namespace {
 // Two processors that leaf 1 tells apart.
 class Pin : public testing::Test {
   protected:
-    static os::Recording machineOf(const std::vector<AmdProcessor>& processors) {
-        return CurrentMachine::recording(processors);
-    }
-    static x86_cpu cpuAt(std::uint64_t mask) { return x86_cpu(AffinityMask(WinAffinity(mask)), true, 0, 0); }
     static std::uint32_t signatureOn(const x86_cpu& cpu) {
         unsigned int eax = 0;
         return cpu.callCPUID(1, &eax, nullptr, nullptr, nullptr) ? eax : 0;
     }
-    unsigned int sets() const { return machine.counts.affinitySets; }
+    // How often the affinity is set meanwhile.
+    template <class Work>
+    unsigned int sets(Work work) {
+        const unsigned int before = machine.counts().affinitySets;
+        work();
+        return machine.counts().affinitySets - before;
+    }
 
-    os::RecordedMachine recorded{machineOf({AmdProcessor(0x100F42), AmdProcessor(0x100F43)})};
-    CountingMachine machine{recorded};
-    os::ScopedMachine scope{machine};
-    x86_cpu first = cpuAt(1);
-    x86_cpu second = cpuAt(2);
+    CurrentMachine machine{std::vector{AmdProcessor(0x100F42), AmdProcessor(0x100F43)}};
+    x86_cpu first{maskOf(0), true, 0, 0};
+    x86_cpu second{maskOf(1), true, 0, 0};
 };
 
 TEST_F(Pin, HeldAroundManyInstructions) {
-    machine.counts = {};
-    {
-        const x86_pin pin(second);
-        ASSERT_TRUE(pin.pinned());
-        EXPECT_EQ(sets(), 1u);
+    const auto five = [this] {
         for (int i = 0; i < 5; ++i) {
             const x86_pin inner(second);
             EXPECT_EQ(signatureOn(second), 0x100F43u);
         }
-        EXPECT_EQ(sets(), 1u);
-    }
-    EXPECT_EQ(sets(), 2u);
-    EXPECT_EQ(signatureOn(second), 0x100F43u);
-    EXPECT_EQ(sets(), 4u) << "without one each instruction pins";
+    };
+    EXPECT_EQ(sets(five), 10u);
+    EXPECT_EQ(sets([&] {
+                  const x86_pin pin(second);
+                  five();
+              }),
+              2u);
 }
 
-TEST_F(Pin, AnotherProcessorNests) {
+TEST_F(Pin, AnotherProcessorOrScopeNests) {
+    const x86_cpu whole(maskOf(1), false, 0, 0);
     const x86_pin pin(second);
-    machine.counts = {};
-    EXPECT_EQ(signatureOn(first), 0x100F42u);
-    EXPECT_EQ(sets(), 2u);
-    EXPECT_EQ(signatureOn(second), 0x100F43u);
-    EXPECT_EQ(sets(), 2u) << "back under the pin outside";
+    EXPECT_EQ(sets([this] { EXPECT_EQ(signatureOn(first), 0x100F42u); }), 2u);
+    EXPECT_EQ(sets([&] { EXPECT_EQ(signatureOn(whole), 0x100F43u); }), 2u) << "the process is not the thread";
+    EXPECT_EQ(sets([this] { EXPECT_EQ(signatureOn(second), 0x100F43u); }), 0u) << "back under the pin outside";
 }
 
 TEST_F(Pin, NotOfAnotherMachineOrThread) {
     const x86_pin pin(second);
     std::thread([this] { EXPECT_EQ(signatureOn(second), 0x100F43u); }).join();
-    os::RecordedMachine other(machineOf({AmdProcessor(0xF00), AmdProcessor(0xF01)}));
-    const os::ScopedMachine otherScope(other);
-    EXPECT_EQ(signatureOn(cpuAt(2)), 0xF01u);
-}
-
-TEST_F(Pin, OfTheProcessIsNoneOfTheThread) {
-    const x86_cpu whole(AffinityMask(WinAffinity(2)), false, 0, 0);
-    const x86_pin pin(second);
-    machine.counts = {};
-    EXPECT_EQ(signatureOn(whole), 0x100F43u);
-    EXPECT_EQ(sets(), 2u);
+    const CurrentMachine other(std::vector{AmdProcessor(0xF00), AmdProcessor(0xF01)});
+    EXPECT_EQ(signatureOn(x86_cpu(maskOf(1), true, 0, 0)), 0xF01u);
 }
 
 TEST_F(Pin, FailedIsNotHeld) {
-    recorded.faults().unpinnable = {1};
+    machine.faults().unpinnable = {1};
     const x86_pin pin(second);
     EXPECT_FALSE(pin.pinned());
     EXPECT_EQ(signatureOn(second), 0u);
-    recorded.faults() = {};
+    machine.faults() = {};
     EXPECT_EQ(signatureOn(second), 0x100F43u) << "each instruction tries for itself";
 }
 
@@ -90,9 +76,9 @@ TEST_F(Pin, LostWhenAnInnerOneCannotPutBack) {
     {
         const x86_pin inner(first);
         ASSERT_TRUE(inner.pinned());
-        recorded.faults().unpinnable = {1};
+        machine.faults().unpinnable = {1};
     }
-    recorded.faults() = {};
+    machine.faults() = {};
     EXPECT_FALSE(pin.pinned());
     EXPECT_EQ(signatureOn(second), 0x100F43u);
 }

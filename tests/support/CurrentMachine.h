@@ -1,0 +1,53 @@
+#pragma once
+
+#include <libQuarrow/cpu/x86/x86_cpu.h>
+#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <tests/support/CountingMachine.h>
+
+#include <vector>
+
+namespace testing_support {
+
+// A processor built leaf by leaf; `Self` is the class that derives from this one.
+template <class Self>
+struct BuiltProcessor {
+    Self& leaf(std::uint32_t number, const libQuarrow::cpu::cpuid_args& registers, std::uint32_t subleaf = 0) {
+        recorded.leaves[{number, subleaf}] = registers;
+        return static_cast<Self&>(*this);
+    }
+    Self& msr(std::uint32_t number, std::uint64_t value) {
+        recorded.msrs[number] = value;
+        return static_cast<Self&>(*this);
+    }
+
+    libQuarrow::os::RecordedProcessor recorded;
+};
+
+// The machine of those processors, in that order in group 0, current as long as it lives. What it does is counted.
+struct CurrentMachine {
+    template <class Processor>
+    explicit CurrentMachine(const std::vector<Processor>& processors)
+        : machine(recording(processors)), counting(machine), scope(counting) {}
+
+    template <class Processor>
+    static libQuarrow::os::Recording recording(const std::vector<Processor>& processors) {
+        libQuarrow::os::Recording all;
+        for (const Processor& processor : processors) {
+            all.processors.push_back(processor.recorded);
+            all.processors.back().bit = static_cast<std::uint8_t>(all.processors.size() - 1);
+        }
+        return all;
+    }
+    CountingMachine::Counts& counts() { return counting.counts; }
+    libQuarrow::os::Faults& faults() { return machine.faults(); }
+
+    libQuarrow::os::RecordedMachine machine;
+    CountingMachine counting;
+    libQuarrow::os::ScopedMachine scope;
+};
+
+inline libQuarrow::cpu::AffinityMask maskOf(unsigned int bit) {
+    return libQuarrow::cpu::AffinityMask(libQuarrow::cpu::WinAffinity(std::uint64_t{1} << bit));
+}
+
+} // namespace testing_support
