@@ -102,7 +102,21 @@ String String::trim() const {
 }
 
 String String::normalizeSpaces() const {
-    return join(tokenize(String(std::u16string(blanks))), " ");
+    constexpr std::u16string_view all = blanks;
+    String normalized;
+    normalized.reserve(size());
+    bool afterBlank = false;
+    for (const char16_t unit : m_units) {
+        const bool blank = all.find(unit) != all.npos;
+        if (!blank && afterBlank && !normalized.isEmpty()) {
+            normalized.m_units += u' ';
+        }
+        if (!blank) {
+            normalized.m_units += unit;
+        }
+        afterBlank = blank;
+    }
+    return normalized;
 }
 
 String String::repeat(const String& text, std::size_t times) {

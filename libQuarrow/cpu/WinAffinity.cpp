@@ -1,5 +1,6 @@
 #include <libQuarrow/cpu/WinAffinity.h>
 
+#include <libQuarrow/cpu/LogicalCpuNumbers.h>
 #include <zel/Array.h>
 
 #include <algorithm>
@@ -15,13 +16,15 @@ bool hasBit(std::uint64_t mask, unsigned int bit) {
     return ((mask >> bit) & 1) != 0;
 }
 
-// How many processors a group has up to its highest one: 0 for an empty mask.
-unsigned int countToHighest(std::uint64_t mask) {
-    unsigned int count = 0;
-    for (; mask != 0; mask >>= 1) {
-        ++count;
-    }
-    return count;
+bool inOrder(const GroupAffinity& a, const GroupAffinity& b) {
+    return a.group < b.group;
+}
+
+// Most values are made of a list that is normal already.
+bool isNormal(const std::vector<GroupAffinity>& groups) {
+    const auto outOfOrder = [](const GroupAffinity& a, const GroupAffinity& b) { return !inOrder(a, b); };
+    return std::adjacent_find(groups.begin(), groups.end(), outOfOrder) == groups.end() &&
+           std::all_of(groups.begin(), groups.end(), [](const GroupAffinity& entry) { return entry.mask != 0; });
 }
 
 } // namespace
@@ -39,8 +42,10 @@ std::shared_ptr<AffinityAPI> WinAffinity::getAffinityAPI() {
 }
 
 void WinAffinity::normalize() {
-    std::sort(m_groups.begin(), m_groups.end(),
-              [](const GroupAffinity& a, const GroupAffinity& b) { return a.group < b.group; });
+    if (isNormal(m_groups)) {
+        return;
+    }
+    std::sort(m_groups.begin(), m_groups.end(), inOrder);
     std::vector<GroupAffinity> merged;
     merged.reserve(m_groups.size());
     for (const GroupAffinity& entry : m_groups) {
@@ -121,27 +126,7 @@ std::uint32_t WinAffinity::logicalCpuCount() const {
 }
 
 boost::optional<unsigned int> WinAffinity::getLogicalCpuNumber() const {
-    if (logicalCpuCount() != 1) {
-        return boost::none;
-    }
-    const GroupAffinity& processor = m_groups.front();
-    unsigned int number = countToHighest(processor.mask) - 1;
-    if (processor.group == 0) {
-        return number;
-    }
-    const auto system = m_api != nullptr ? m_api->systemAffinity() : boost::none;
-    if (!system) {
-        return boost::none;
-    }
-    // The list is taken as the backend gives it, and an earlier group counts up to its highest processor, holes
-    // included. Both are meant: the numbers are in use as they are.
-    for (const GroupAffinity& earlier : *system) {
-        if (earlier.group >= processor.group) {
-            break;
-        }
-        number += countToHighest(earlier.mask);
-    }
-    return number;
+    return LogicalCpuNumbers(m_api).of(m_groups);
 }
 
 bool WinAffinity::supportsCpuGroups() const {

@@ -78,15 +78,21 @@ AMD_TopologyInfo::AMD_TopologyInfo(std::vector<AmdTopologyEntry> entries) {
     std::stable_sort(entries.begin(), entries.end(), [](const AmdTopologyEntry& a, const AmdTopologyEntry& b) {
         return std::tie(a.nodeId, a.coreId, a.extendedApicId) < std::tie(b.nodeId, b.coreId, b.extendedApicId);
     });
-    channel().log(zel::LogDiagnostic, __LINE__, leafReport(entries));
+    // A report has a line for each processor: it is made only where somebody reads it.
+    if (channel().admits(zel::LogDiagnostic)) {
+        channel().log(zel::LogDiagnostic, __LINE__, leafReport(entries));
+    }
     number(entries);
-    channel().log(zel::LogDiagnostic, __LINE__, mappingReport());
+    if (channel().admits(zel::LogDiagnostic)) {
+        channel().log(zel::LogDiagnostic, __LINE__, mappingReport());
+    }
 }
 
 void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
     std::uint32_t socket = 0; // the first entry opens socket 0
     std::uint32_t remainingThreads = 0;
     std::uint32_t thread = 0;
+    zel::String tooMany;
     const AmdTopologyEntry* previous = nullptr;
     for (AmdTopologyEntry& entry : entries) {
         bool sameCore = previous != nullptr && previous->coreId == entry.coreId;
@@ -102,8 +108,10 @@ void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
         } else if (remainingThreads == 0) {
             // The first entry of a core does not count, so a core takes threadsPerCore + 1 entries before this. That
             // count must stay, and so must the spelling of the message.
-            channel().log(zel::LogFailure, __LINE__,
-                          "\nUnexpected condition: thread count exceeeded\n:" + leafReport(entries));
+            if (tooMany.isEmpty()) { // made once, since every entry of a machine may get here
+                tooMany = "\nUnexpected condition: thread count exceeeded\n:" + leafReport(entries);
+            }
+            channel().log(zel::LogFailure, __LINE__, tooMany);
         } else {
             --remainingThreads;
             ++thread;

@@ -21,11 +21,13 @@ bool LiveCpuidReader::hasCpuid() {
 }
 
 cpuid_args RememberingCpuidReader::read(std::uint32_t leaf, std::uint32_t subleaf) {
-    const auto [place, isNew] = m_read.try_emplace({leaf, subleaf});
-    if (isNew) {
-        place->second = m_source.read(leaf, subleaf);
+    for (const Answer& answer : m_read) {
+        if (answer.leaf == leaf && answer.subleaf == subleaf) {
+            return answer.registers;
+        }
     }
-    return place->second;
+    m_read.push_back({leaf, subleaf, m_source.read(leaf, subleaf)});
+    return m_read.back().registers;
 }
 
 } // namespace libQuarrow::cpu

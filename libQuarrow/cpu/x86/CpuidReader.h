@@ -2,8 +2,7 @@
 
 #include <libQuarrow/os/cpuid_args.h>
 
-#include <map>
-#include <utility>
+#include <vector>
 
 // Private to the library: where decoders read a processor from. Whatever turns register values into facts takes one of
 // these and nothing else, so that the same code serves live processors, recordings and three literal leaves in a test.
@@ -32,15 +31,20 @@ class LiveCpuidReader : public CpuidReader {
 // Reads each leaf and sub-leaf of another reader once and answers from memory from then on.
 class RememberingCpuidReader : public CpuidReader {
   public:
-    explicit RememberingCpuidReader(CpuidReader& source) : m_source(source) {}
+    explicit RememberingCpuidReader(CpuidReader& source) : m_source(source) { m_read.reserve(32); }
 
     cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override;
     std::uint64_t xcr0() override { return m_source.xcr0(); }
     bool hasCpuid() override { return m_source.hasCpuid(); }
 
   private:
+    struct Answer {
+        std::uint32_t leaf;
+        std::uint32_t subleaf;
+        cpuid_args registers;
+    };
     CpuidReader& m_source;
-    std::map<std::pair<std::uint32_t, std::uint32_t>, cpuid_args> m_read;
+    std::vector<Answer> m_read; // in the order of reading: there are about twenty
 };
 
 } // namespace libQuarrow::cpu

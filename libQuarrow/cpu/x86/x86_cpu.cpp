@@ -1,5 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 
+#include <libQuarrow/cpu/LogicalCpuNumbers.h>
 #include <libQuarrow/cpu/x86/CpuidReader.h>
 #include <libQuarrow/cpu/x86/x86_decode.h>
 #include <libQuarrow/cpu/x86/x86_features.h>
@@ -45,6 +46,11 @@ x86_cpu::x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, unsigned 
     refresh();
 }
 
+x86_cpu::x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers)
+    : m_useThreadAffinity(useThreadAffinity), m_affinity(affinity) {
+    refresh(numbers);
+}
+
 bool x86_cpu::findLogicalCpus(zel::Array<x86_cpu>& cpus, bool useThreadAffinity) {
     cpus.clear();
     AffinityMask system;
@@ -53,8 +59,10 @@ bool x86_cpu::findLogicalCpus(zel::Array<x86_cpu>& cpus, bool useThreadAffinity)
     }
     zel::Array<WinAffinity> masks;
     system.getMaskPerLogicalDevice(masks);
+    cpus.reserve(masks.size());
+    LogicalCpuNumbers numbers(AffinityAPI::create());
     for (const WinAffinity& mask : masks) {
-        x86_cpu cpu(mask, useThreadAffinity, 0, 0);
+        x86_cpu cpu(mask, useThreadAffinity, numbers);
         if (cpu.isValid()) {
             cpus.append(std::move(cpu));
         }
@@ -81,6 +89,11 @@ void x86_cpu::init() {
 }
 
 void x86_cpu::refresh() {
+    LogicalCpuNumbers numbers(AffinityAPI::create());
+    refresh(numbers);
+}
+
+void x86_cpu::refresh(LogicalCpuNumbers& numbers) {
     init();
     const x86_pin pin(*this);
     if (!pin.pinned()) {
@@ -96,13 +109,11 @@ void x86_cpu::refresh() {
     m_vendorName = decodeVendorName(cpuid);
     m_cpuName = decodeCpuName(cpuid).normalizeSpaces();
     m_supportedFeatures = decodeSupportedFeatures(cpuid);
-    m_allowedFeatures = decodeAllowedFeatures(cpuid);
+    m_allowedFeatures = decodeAllowedFeatures(cpuid, m_supportedFeatures);
     m_maxCpuid = decodeMaxCpuid(cpuid);
     m_maxExtendedCpuid = decodeMaxExtendedCpuid(cpuid);
     decodeSignature(cpuid, m_signature);
-    if (!m_affinity.getLogicalCpuNumber(m_logicalCpuNumber)) {
-        m_logicalCpuNumber = 0xFFFFFFFF;
-    }
+    m_logicalCpuNumber = numbers.of(m_affinity.getAffinityData().groups()).value_or(0xFFFFFFFF);
     getTopologyInfo(cpuid);
 }
 
@@ -113,7 +124,7 @@ void x86_cpu::getTopologyInfo(CpuidReader& cpuid) {
     processor.maxCpuid = m_maxCpuid;
     processor.maxExtendedCpuid = m_maxExtendedCpuid;
     processor.logicalCpuNumber = m_logicalCpuNumber;
-    processor.affinity = m_affinity.toString();
+    processor.affinity = m_affinity.getAffinityData();
     const auto readMsr = [this](std::uint32_t msr, std::uint64_t& value) {
         return x86_inst::callRDMSR(msr, value, &m_affinity);
     };

@@ -14,6 +14,7 @@
 namespace libQuarrow::cpu {
 
 class CpuidReader;
+class LogicalCpuNumbers;
 class x86_caches;
 class x86_vendor_info;
 struct x86_speed_metrics;
@@ -114,7 +115,9 @@ class QUARROW_EXPORT x86_cpu {
         std::unique_ptr<x86_vendor_info> object;
     };
 
+    x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers);
     void init();
+    void refresh(LogicalCpuNumbers& numbers);
     void getTopologyInfo(CpuidReader& cpuid);
     bool cpuidAllowed(unsigned int leaf) const;
 

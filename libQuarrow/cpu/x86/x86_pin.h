@@ -34,7 +34,7 @@ class x86_pin {
 
     x86_pin* const m_outer; // the pin of this thread around this one; null for the outermost
     const os::Machine* const m_machine;
-    const AffinityMask m_affinity;
+    const AffinityMask& m_affinity; // the processor's own: pins do not outlive it
     const bool m_useThreadAffinity;
     boost::optional<ScopedAffinity> m_scope; // none where the pin around this one does the work
     bool m_pinned = false;

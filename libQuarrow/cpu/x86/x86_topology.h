@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/cpu/WinAffinity.h>
 #include <libQuarrow/cpu/x86/x86_cpu_location.h>
 #include <libQuarrow/cpu/x86/x86_inst.h>
 #include <zel/Array.h>
@@ -45,7 +46,7 @@ class x86_topology {
         std::uint32_t maxCpuid = 0;
         std::uint32_t maxExtendedCpuid = 0;
         std::uint32_t logicalCpuNumber = 0;
-        zel::String affinity; // its text
+        WinAffinity affinity; // selects exactly this processor
     };
     // Reads an MSR of the processor; false when it cannot be read.
     using MsrReader = std::function<bool(std::uint32_t msr, std::uint64_t& value)>;
