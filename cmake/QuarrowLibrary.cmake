@@ -29,7 +29,8 @@ function(quarrow_library)
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_compile_features(${ARG_NAME} PUBLIC cxx_std_17)
-    target_link_libraries(${ARG_NAME} PUBLIC ${ARG_LINK} PRIVATE ${ARG_PRIVATE_LINK} $<BUILD_INTERFACE:quarrow_headers>)
+    target_link_libraries(${ARG_NAME} PUBLIC ${ARG_LINK} $<BUILD_INTERFACE:quarrow_boost>
+        PRIVATE ${ARG_PRIVATE_LINK} $<BUILD_INTERFACE:quarrow_headers>)
     set_target_properties(${ARG_NAME} PROPERTIES
         OUTPUT_NAME "${ARG_NAME}" VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
     # libzel.so and zel.dll, but libQuarrow.so and libQuarrow.dll.
