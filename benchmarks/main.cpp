@@ -30,7 +30,7 @@ class Reporter : public benchmark::ConsoleReporter {
 int main(int count, char** arguments) {
     std::vector<std::string> words(arguments, arguments + count);
     words.insert(words.begin() + 1,
-                 {"--benchmark_min_time=0.02", "--benchmark_repetitions=20", "--benchmark_enable_random_interleaving"});
+                 {"--benchmark_min_time=0.002", "--benchmark_repetitions=100", "--benchmark_enable_random_interleaving"});
     std::vector<char*> pointers;
     for (std::string& word : words) {
         pointers.push_back(word.data());
