@@ -10,14 +10,20 @@ complain() {
     failed=1
 }
 
+# options_in COMMAND: the options that the help of that command, or with an empty one the help of all, lists.
+options_in() {
+    # shellcheck disable=SC2086 # no word without a command
+    "$tool" $1 --help | grep -oE '^ +(-[a-z],)?--[a-z]+' | grep -oE -- '--[a-z]+' | sort -u
+}
+
 commands=$("$tool" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]\+\) .*/\1/p' | sort)
-options=$({ "$tool" --help; for command in $commands; do "$tool" "$command" --help; done; } |
-    grep -oE '^ +(-[a-z],)?--[a-z]+' | grep -oE -- '--[a-z]+' | sort -u)
-[ "$(wc -w <<<"$commands $options")" -ge 10 ] || complain "the help lists hardly any commands and options"
+general=$(options_in "")
+options=$(for command in "" $commands; do options_in "$command"; done | sort -u)
+[ "$(wc -w <<<"$commands $options")" -ge 20 ] || complain "the help lists hardly any commands and options"
 
 manual=$(sed 's/\\-/-/g' "$source/docs/quarrow.1")
 for command in $commands; do
-    grep -qE "^\.BR? $command( |$)" <<<"$manual" || complain "docs/quarrow.1 lacks the command $command"
+    grep -qE "^\.B[RI]? $command( |$)" <<<"$manual" || complain "docs/quarrow.1 lacks the command $command"
 done
 for option in $options; do
     grep -qE "^\.B[RI]? .*$option( |$)" <<<"$manual" || complain "docs/quarrow.1 lacks the option $option"
@@ -36,7 +42,11 @@ completes() {
 }
 [ "$(completes quarrow "")" = "$commands" ] || complain "completes other commands than $commands"
 [ "$(completes quarrow --json --machine /etc/passwd "")" = "$commands" ] || complain "no commands after options"
-[ "$(completes quarrow --)" = "$options" ] || complain "completes other options than $options"
+[ "$(completes quarrow --)" = "$general" ] || complain "completes other options than $general"
+for command in $commands; do
+    expected=$({ echo "$general"; options_in "$command"; } | sort -u)
+    [ "$(completes quarrow "$command" --)" = "$expected" ] || complain "completes other options of $command than $expected"
+done
 [ "$(completes quarrow --log "")" = "$(seq 4)" ] || complain "does not complete --log"
 [ "$(completes quarrow --machine "$source/READ")" = "$source/README.md" ] || complain "does not complete files"
 [ "$(completes quarrow cpus "" | head -1)" = 0 ] || complain "does not complete processor numbers"

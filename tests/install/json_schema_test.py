@@ -24,8 +24,10 @@ def fail(text):
     print(text, file=sys.stderr)
 
 
-def document(options):
-    return json.loads(subprocess.run([tool, "--json", *options], check=True, capture_output=True).stdout)
+def document(options, text=None):
+    """What the tool prints; text is its standard input."""
+    run = subprocess.run([tool, "--json", *options], check=True, capture_output=True, input=text)
+    return json.loads(run.stdout)
 
 
 def objects(value):
@@ -52,7 +54,9 @@ def check_that_changes_are_noticed(good):
                 fail(f"valid with a field {name}2")
 
 
-commands = [["tree"], ["cpus", "0"], ["features"], ["caches"], ["affinity"], ["affinity", "0:Fh/1:3h"]]
+commands = [["tree"], ["cpus", "0"], ["features"], ["caches"], ["limits"], ["speed"], ["affinity"],
+            ["affinity", "0:Fh/1:3h"]]
+accesses = [["msr", "0x1A2"], ["mem", "0xF0000"], ["mem", "0xF0000", "--length", "4"], ["port", "0x70"]]
 machines = sorted((source / "tests/machines").glob("*.txt"))
 checked = 0
 for machine in [[], *(["--machine", str(path)] for path in machines)]:
@@ -63,7 +67,13 @@ for machine in [[], *(["--machine", str(path)] for path in machines)]:
             checked += 1
         except subprocess.CalledProcessError as error:
             fail(f"{machine} {command}: {error.stderr.decode()}")
-for command in commands:
-    check_that_changes_are_noticed(document(["--machine", str(source / "tests/machines/intel-thermal.txt"), *command]))
+# A machine that has something of everything.
+rich = (source / "tests/machines/intel-thermal.txt").read_text().removesuffix("end of recording\n")
+rich += "memory 0x00000000000f0000: 5f 53 4d 5f\nport 0x0070: 26\nend of recording\n"
+for command in commands + accesses:
+    good = document(["--machine", "-", *command], rich.encode())
+    for error in validator.iter_errors(good):
+        fail(f"{command}: {jsonschema.exceptions.best_match([error]).message}")
+    check_that_changes_are_noticed(good)
 print(f"{checked} documents of {len(machines) + 1} machines checked")
 sys.exit(1 if failures or not machines else 0)

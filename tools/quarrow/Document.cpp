@@ -17,8 +17,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-using Processors = std::vector<const x86_cpu*>;
-
 // All processors of the tree in the order of their places in the affinity: ascending group, then bit.
 Processors inAffinityOrder(const x86_physical_cpus& tree) {
     Processors processors;
@@ -61,10 +59,13 @@ ordered_json packageJson(const x86_physical_cpu& package, const Indices& indices
             {"cores", cores}};
 }
 
-ordered_json processorsJson(const Processors& processors) {
+ordered_json processorsJson(const Processors& processors, const Section& section) {
     ordered_json list = ordered_json::array();
     for (const x86_cpu* cpu : processors) {
         list.push_back(processorJson(*cpu));
+    }
+    if (section) {
+        section(processors, list);
     }
     return list;
 }
@@ -87,7 +88,7 @@ std::string documentText(const ordered_json& document) {
     return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
-std::string machineDocument(const Request& request) {
+std::string machineDocument(const Request& request, const Section& section) {
     const x86_physical_cpus tree = readTree(request);
     const Processors processors = inAffinityOrder(tree);
     Indices indices;
@@ -99,14 +100,14 @@ std::string machineDocument(const Request& request) {
         packages.push_back(packageJson(tree[i], indices));
     }
     ordered_json document = emptyDocument(request);
-    document["processors"] = processorsJson(processors);
+    document["processors"] = processorsJson(processors, section);
     document["packages"] = std::move(packages);
     return documentText(document);
 }
 
-std::string processorsDocument(const Request& request, const Processors& processors) {
+std::string processorsDocument(const Request& request, const Processors& processors, const Section& section) {
     ordered_json document = emptyDocument(request);
-    document["processors"] = processorsJson(processors);
+    document["processors"] = processorsJson(processors, section);
     document["packages"] = nullptr;
     return documentText(document);
 }

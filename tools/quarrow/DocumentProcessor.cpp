@@ -82,12 +82,16 @@ ordered_json amdJson(const x86_cpu& cpu) {
 
 } // namespace
 
+ordered_json logicalCpuNumberJson(const x86_cpu& cpu) {
+    return numberIf(cpu.getLogicalCpuNumber() != 0xFFFFFFFF, cpu.getLogicalCpuNumber());
+}
+
 ordered_json processorJson(const x86_cpu& cpu) {
     unsigned int apicId = 0;
     const bool hasApicId = cpu.getApicId(apicId);
     libQuarrow::cpu::x86_caches caches;
     const bool hasCaches = cpu.getCaches(caches);
-    return {{"logicalCpuNumber", numberIf(cpu.getLogicalCpuNumber() != 0xFFFFFFFF, cpu.getLogicalCpuNumber())},
+    return {{"logicalCpuNumber", logicalCpuNumberJson(cpu)},
             {"affinity", cpu.getAffinityMask().toString().toUtf8()},
             {"location", cpu.getLocation().toString(true).toUtf8()},
             {"apicId", numberIf(hasApicId, apicId)},

@@ -15,7 +15,7 @@ constexpr unsigned int unknownNumber = 0xFFFFFFFF;
 const x86_cpu& processorNamed(const zel::Array<x86_cpu>& processors, const std::string& operand) {
     std::uint64_t number = 0;
     if (zel::String::fromUtf8(operand).toUint64(number) != zel::String::PARSE_OK) {
-        throw Failure(Failure::WrongInput, "'" + operand + "' is no logical processor number");
+        throw Failure(Failure::WrongInput, "'" + operand + "' is no logical processor number; write it as in 0 or 12");
     }
     const auto found = std::find_if(processors.begin(), processors.end(), [number](const x86_cpu& cpu) {
         return cpu.getLogicalCpuNumber() == number && number != unknownNumber;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ struct Request {
     bool threadAffinity = true;        // how processors are visited: by moving the thread, or the whole process
     bool json = false;                 // for programs instead of people
     std::vector<std::string> operands; // what stands after the command
+    std::map<std::string, std::string> options; // the command's own ones that were given: "cpu" is "3" for --cpu 3
 };
 
 } // namespace quarrow

@@ -1,5 +1,7 @@
 #include <tools/quarrow/Text.h>
 
+#include <zel/Array.h>
+
 #include <algorithm>
 
 namespace quarrow {
@@ -20,6 +22,25 @@ std::string printable(const zel::String& text) {
 
 std::string line(const zel::String& label, const zel::String& value) {
     return printable(label.getFixedStr(20) + ": " + value.normalizeSpaces() + "\n");
+}
+
+std::vector<zel::String> wrapped(const zel::String& text, std::size_t width) {
+    std::vector<zel::String> lines;
+    zel::String last;
+    for (zel::String word : text.normalizeSpaces().tokenize(" ")) {
+        if (!last.isEmpty() && last.size() + 1 + word.size() > width) {
+            lines.push_back(last);
+            last.clear();
+        }
+        for (; word.size() > width; word = word.subString(width)) {
+            lines.push_back(word.subString(0, width));
+        }
+        last += (last.isEmpty() ? "" : " ") + word;
+    }
+    if (!last.isEmpty()) {
+        lines.push_back(last);
+    }
+    return lines;
 }
 
 std::string oneLine(std::string text) {

@@ -3,6 +3,7 @@
 #include <zel/String.h>
 
 #include <string>
+#include <vector>
 
 namespace quarrow {
 
@@ -11,6 +12,8 @@ namespace quarrow {
 std::string printable(const zel::String& text);
 // "Label               : value" and a line feed, in the columns of the processor report.
 std::string line(const zel::String& label, const zel::String& value);
+// `text` in lines of at most so many units (1 at least), broken at blanks where there are any.
+std::vector<zel::String> wrapped(const zel::String& text, std::size_t width);
 // One line, whatever `text` holds: control characters become blanks.
 std::string oneLine(std::string text);
 

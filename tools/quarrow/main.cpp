@@ -18,28 +18,74 @@ namespace os = libQuarrow::os;
 
 namespace {
 
-struct Command {
-    const char* name;
-    const char* operand; // null: it takes none
-    const char* operandMeaning;
-    bool manyOperands;
-    const char* description;
-    std::string (*run)(const Request&);
+// An option of a single command.
+struct Option {
+    const char* name; // without the dashes
+    const char* value;
+    const char* meaning;
 };
 
+enum Operands { NoOperand, MayHaveOne, MayHaveMany, NeedsOne };
+
+struct Command {
+    const char* name;
+    Operands operands;
+    const char* operand;
+    const char* operandMeaning;
+    const char* description;
+    std::string (*run)(const Request&);
+    std::vector<Option> options = {};
+};
+
+constexpr Option writeOption = {"write", "VALUE", "Write VALUE there, which can harm the machine; nothing is read"};
+
 const Command commands[] = {
-    {"tree", nullptr, nullptr, false,
-     "Packages, cores and threads, and each package's caches (when no command is given)", treeCommand},
-    {"cpus", "N", "Logical processor numbers, as in 0 1 12", true,
+    {"tree", NoOperand, "", "", "Packages, cores and threads, and each package's caches (when no command is given)",
+     treeCommand},
+    {"cpus", MayHaveMany, "N", "Logical processor numbers, as in 0 1 12",
      "Everything about each logical processor, or about those named", cpusCommand},
-    {"features", nullptr, nullptr, false, "Features that the processors support, and those allowed for use",
-     featuresCommand},
-    {"caches", nullptr, nullptr, false, "Caches of each package, and which logical processors share them",
-     cachesCommand},
-    {"affinity", "TEXT", "An affinity: group:mask, as in 0:Fh or 0:Fh/1:3h", false,
+    {"features", NoOperand, "", "", "Features that the processors support, and those allowed for use", featuresCommand},
+    {"caches", NoOperand, "", "", "Caches of each package, and which logical processors share them", cachesCommand},
+    {"picture",
+     NoOperand,
+     "",
+     "",
+     "The machine drawn: packages, cores, threads, and the caches they share",
+     pictureCommand,
+     {{"svg", "FILE", "Draw into an SVG file instead, for a report"},
+      {"width", "COLUMNS", "Of the text; without it, the terminal's, else COLUMNS of the environment, else 80"}}},
+    {"limits", NoOperand, "", "",
+     "Where Intel processors throttle, and how far they raise their multiplier; most of it needs the MSR driver",
+     limitsCommand},
+    {"speed", MayHaveMany, "N", "Logical processor numbers, as in 0 1 12",
+     "Time-stamp counter and speeds of each logical processor, or of those named, measured", speedCommand},
+    {"affinity", MayHaveOne, "TEXT", "An affinity: group:mask, as in 0:Fh or 0:Fh/1:3h",
      "Affinity of the system, the process and the thread; or what TEXT means", affinityCommand},
-    {"record", "FILE", "Where to; without it, standard output", false,
+    {"record", MayHaveOne, "FILE", "Where to; without it, standard output",
      "Write this machine down, to be read with --machine anywhere", recordCommand},
+    {"msr",
+     NeedsOne,
+     "ADDRESS",
+     "Number of the register, as in 0x1A2",
+     "Read, or with --write write, a model-specific register of one logical processor",
+     msrCommand,
+     {{"cpu", "N", "Number of the logical processor; without it, the first one"}, writeOption}},
+    {"mem",
+     NeedsOne,
+     "ADDRESS",
+     "Physical address, as in 0xF0000",
+     "Read, or with --write write, physical memory",
+     memCommand,
+     {{"size", "BYTES", "Size of the value: 1, 2, 4 or 8; without it, 4"},
+      {"length", "BYTES", "Read a block of so many bytes instead"},
+      writeOption}},
+    {"port",
+     NeedsOne,
+     "PORT",
+     "Number of the port, as in 0x70",
+     "Read, or with --write write, an I/O port",
+     portCommand,
+     {{"size", "BYTES", "Size of the value: 1, 2 or 4; without it, 1"}, writeOption}},
 };
 
 struct Arguments {
@@ -55,6 +101,20 @@ constexpr const char* examples = "Examples:\n"
                                  "  quarrow record mine.txt             write it down, to be sent to somebody else\n"
                                  "  quarrow --machine mine.txt caches   read it there\n"
                                  "  cpuid -r | quarrow --machine -      what another program recorded";
+
+void describe(CLI::App& subcommand, const Command& command, Request& request) {
+    if (command.operands != NoOperand) {
+        CLI::Option* operand = subcommand.add_option(command.operand, request.operands, command.operandMeaning);
+        operand->type_name("")->required(command.operands == NeedsOne);
+        operand->expected(command.operands == NeedsOne ? 1 : 0,
+                          command.operands == MayHaveMany ? CLI::detail::expected_max_vector_size : 1);
+    }
+    for (const Option& option : command.options) {
+        const auto keep = [&request, name = option.name](const std::string& value) { request.options[name] = value; };
+        subcommand.add_option_function<std::string>(std::string("--") + option.name, keep, option.meaning)
+            ->type_name(option.value);
+    }
+}
 
 void describe(CLI::App& app, Arguments& arguments) {
     app.name("quarrow");
@@ -78,11 +138,7 @@ void describe(CLI::App& app, Arguments& arguments) {
         CLI::App* subcommand = app.add_subcommand(command.name, command.description);
         subcommand->group("Commands")
             ->footer("The options that 'quarrow --help' lists stand before or after the command.");
-        if (command.operand != nullptr) {
-            subcommand->add_option(command.operand, arguments.request.operands, command.operandMeaning)
-                ->type_name("")
-                ->expected(0, command.manyOperands ? CLI::detail::expected_max_vector_size : 1);
-        }
+        describe(*subcommand, command, arguments.request);
     }
 }
 

@@ -18,6 +18,11 @@ class Console {
     [[maybe_unused]] unsigned int m_codePage = 0; // on Windows, to be put back; 0: nothing to put back
 };
 
+// Whether standard error is one.
+bool errorIsTerminal();
+// Columns of the terminal that standard output is; 0 when it is none.
+unsigned int terminalWidth();
+
 // The arguments after the program's name, in UTF-8 where the system knows what their characters are.
 std::vector<std::string> commandLine(int argc, char** argv);
 

@@ -1,6 +1,8 @@
 #include <tools/quarrow/os/Console.h>
 
 #include <csignal>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace quarrow {
 
@@ -8,6 +10,15 @@ Console::Console() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 Console::~Console() = default;
+
+bool errorIsTerminal() {
+    return ::isatty(STDERR_FILENO) != 0;
+}
+
+unsigned int terminalWidth() {
+    winsize size{};
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
 
 std::vector<std::string> commandLine(int argc, char** argv) {
     // A process can be started without even its name.

@@ -30,6 +30,18 @@ Console::~Console() {
     }
 }
 
+bool errorIsTerminal() {
+    return _isatty(_fileno(stderr)) != 0;
+}
+
+unsigned int terminalWidth() {
+    CONSOLE_SCREEN_BUFFER_INFO screen{};
+    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen) == FALSE) {
+        return 0;
+    }
+    return static_cast<unsigned int>(screen.srWindow.Right - screen.srWindow.Left + 1);
+}
+
 std::vector<std::string> commandLine(int, char**) {
     // What main is given has lost every character outside the system's code page.
     std::vector<std::string> arguments;

@@ -1,0 +1,129 @@
+#include <tools/quarrow/Commands.h>
+#include <tools/quarrow/Document.h>
+#include <tools/quarrow/MsrAccessor.h>
+#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/Text.h>
+
+#include <libQuarrow/cpu/x86/x86_intel_info.h>
+
+#include <algorithm>
+
+namespace quarrow {
+
+using libQuarrow::cpu::IntelTurboRatioLimit;
+using libQuarrow::cpu::x86_cpu;
+using nlohmann::ordered_json;
+
+namespace {
+
+// What an Intel processor tells of its limits.
+struct Limits {
+    boost::optional<std::uint32_t> celsius;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> turbo; // active cores, ratio; empty: not known
+
+    bool operator==(const Limits& other) const { return celsius == other.celsius && turbo == other.turbo; }
+    bool isComplete() const { return celsius && !turbo.empty(); }
+};
+
+// None for other makers, whose limits are not read.
+boost::optional<Limits> limitsOf(const x86_cpu& cpu) {
+    const auto* intel = dynamic_cast<const libQuarrow::cpu::x86_intel_info*>(cpu.vendorInfo());
+    if (intel == nullptr) {
+        return boost::none;
+    }
+    Limits limits;
+    std::uint32_t celsius = 0;
+    if (intel->getTCCActivationTemperature(celsius)) {
+        limits.celsius = celsius;
+    }
+    zel::Array<IntelTurboRatioLimit> ratios;
+    if (intel->getTurboRatioLimits(ratios)) {
+        for (const IntelTurboRatioLimit& limit : ratios) {
+            limits.turbo.emplace_back(limit.activeCores, limit.ratio);
+        }
+    }
+    return limits;
+}
+
+// Processors with the same limits, in the order of their first ones.
+struct Group {
+    boost::optional<Limits> limits;
+    std::vector<const x86_cpu*> processors;
+};
+
+std::vector<Group> groupsOf(const zel::Array<x86_cpu>& processors) {
+    std::vector<Group> groups;
+    for (const x86_cpu& cpu : processors) {
+        const boost::optional<Limits> limits = limitsOf(cpu);
+        auto group = std::find_if(groups.begin(), groups.end(),
+                                  [&limits](const Group& other) { return other.limits == limits; });
+        if (group == groups.end()) {
+            groups.push_back({limits, {}});
+            group = groups.end() - 1;
+        }
+        group->processors.push_back(&cpu);
+    }
+    return groups;
+}
+
+std::string described(const Group& group) {
+    std::string text = line("Logical CPUs", numberRanges(group.processors));
+    if (!group.limits) {
+        return text + line("Limits", "not known: they are read on Intel processors only");
+    }
+    const Limits& limits = *group.limits;
+    text += line("Throttles at", limits.celsius ? zel::String::SprintfFormat("%u \xB0\x43", *limits.celsius)
+                                                : zel::String("not known"));
+    if (limits.turbo.empty()) {
+        text += line("Turbo ratio", "not known");
+    }
+    for (const auto& [cores, ratio] : limits.turbo) {
+        text += line(zel::String::SprintfFormat("Turbo, %u core%s", cores, cores == 1 ? "" : "s"),
+                     zel::String::SprintfFormat("x %u", ratio));
+    }
+    return text;
+}
+
+// Why an Intel processor does not tell all.
+std::string hint(const x86_cpu& cpu) {
+    const MsrAccessor msrs(cpu);
+    return "\n" +
+           (msrs.failureReason().empty()
+                ? "What is not known, the processor does not have or its registers do not tell."
+                : "What is not known stands in MSRs: " + oneLine(msrs.failureReason()) + ".") +
+           "\n";
+}
+
+ordered_json limitsJson(const x86_cpu& cpu) {
+    const Limits limits = limitsOf(cpu).value_or(Limits());
+    ordered_json ratios;
+    for (const auto& [cores, ratio] : limits.turbo) {
+        ratios.push_back({{"activeCores", cores}, {"ratio", ratio}});
+    }
+    return {{"tccActivationCelsius", limits.celsius ? ordered_json(*limits.celsius) : ordered_json()},
+            {"turboRatios", ratios}};
+}
+
+} // namespace
+
+std::string limitsCommand(const Request& request) {
+    if (request.json) {
+        return machineDocument(request, [](const Processors& processors, ordered_json& elements) {
+            for (std::size_t i = 0; i < processors.size(); ++i) {
+                elements[i]["limits"] = limitsJson(*processors[i]);
+            }
+        });
+    }
+    const zel::Array<x86_cpu> processors = readProcessors(request);
+    std::string text;
+    std::string whyNot;
+    for (const Group& group : groupsOf(processors)) {
+        text += (text.empty() ? "" : "\n") + described(group);
+        if (whyNot.empty() && group.limits && !group.limits->isComplete()) {
+            whyNot = hint(*group.processors.front());
+        }
+    }
+    return text + whyNot;
+}
+
+} // namespace quarrow

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+
+namespace quarrow {
+
+// A bar on standard error while something takes its time; nothing at all unless that is a terminal. Gone at the end.
+class Progress {
+  public:
+    Progress(const char* doing, std::size_t steps);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void step(); // one more is done
+
+  private:
+    void draw() const;
+
+    const char* m_doing;
+    std::size_t m_steps;
+    std::size_t m_done = 0;
+    bool m_visible;
+};
+
+} // namespace quarrow
