@@ -5,7 +5,7 @@
 set -eu
 
 build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev"
-test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev python3-jsonschema"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev file python3-jsonschema"
 bench="libbenchmark-dev libhwloc-dev"
 fuzz="clang libclang-rt-14-dev"
 docs="doxygen"
