@@ -8,7 +8,7 @@ namespace {
 using zel::String;
 
 std::string shown(const zel::Array<String>& pieces) {
-    return "[" + String::join(pieces, "|").toUtf8() + "]";
+    return std::to_string(pieces.size()) + " " + String::join(pieces, "|").toUtf8();
 }
 
 TEST(String, ReadsBytesAsUnitsOfTheSameValue) {
@@ -20,111 +20,84 @@ TEST(String, ReadsBytesAsUnitsOfTheSameValue) {
 
 TEST(String, CarriesUtf8AndMarksWhatIsNone) {
     const struct {
-        const char* utf8;
+        std::string utf8;
         std::u16string units;
-    } roundTrips[] = {
-        {"", u""}, {"a\xC2\xB0", u"a\u00B0"}, {"\xE2\x80\xA6", u"\u2026"}, {"\xF0\x9F\x98\x80", u"\U0001F600"}};
-    for (const auto& c : roundTrips) {
-        EXPECT_EQ(String::fromUtf8(c.utf8).units(), c.units);
-        EXPECT_EQ(String(c.units).toUtf8(), c.utf8);
-    }
-    const struct {
-        const char* utf8;
-        std::u16string units;
-    } broken[] = {
-        {"\xC3"
-         "A",
-         u"\uFFFDA"},                            // cut short before another letter, which stays
-        {"x\xE2\x80", u"x\uFFFD\uFFFD"},         // cut short by the end
-        {"\xC0\xAF", u"\uFFFD\uFFFD"},           // longer than it need be
-        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"}, // a surrogate
-        {"\xFFz", u"\uFFFDz"},
+        bool wellFormed;
+    } cases[] = {
+        {"", u"", true},
+        {"a\xC2\xB0", u"a\u00B0", true},
+        {"\xE2\x80\xA6", u"\u2026", true},
+        {"\xF0\x9F\x98\x80", u"\U0001F600", true},
+        {std::string("\xC3") + "A", u"\uFFFDA", false}, // cut short before another letter, which stays
+        {"x\xE2\x80", u"x\uFFFD\uFFFD", false},         // cut short by the end
+        {"\xC0\xAF", u"\uFFFD\uFFFD", false},           // longer than it need be
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false}, // a surrogate
+        {"\xFFz", u"\uFFFDz", false},
     };
-    for (const auto& c : broken) {
+    for (const auto& c : cases) {
         EXPECT_EQ(String::fromUtf8(c.utf8).units(), c.units);
+        EXPECT_EQ(String(c.units).toUtf8() == c.utf8, c.wellFormed);
     }
-    EXPECT_EQ(String(std::u16string{u'a', 0xD800, u'b', 0xDC00}).toUtf8(), "a\xEF\xBF\xBD"
-                                                                           "b\xEF\xBF\xBD");
+    EXPECT_EQ(String(std::u16string{0xD800, u'x', 0xDC00}).toUtf8(), "\xEF\xBF\xBDx\xEF\xBF\xBD");
 }
 
 TEST(String, Finds) {
     const String text("abcabc");
     EXPECT_EQ(text.find("bc"), 1u);
     EXPECT_EQ(text.find("bc", 2), 4u);
-    EXPECT_EQ(text.find("x"), String::npos);
     EXPECT_EQ(text.find("a", 99), String::npos);
     EXPECT_EQ(text.reverseFind("abc"), 3u);
-    EXPECT_EQ(text.reverseFind("cb"), String::npos);
     EXPECT_TRUE(text.startsWith("abca"));
     EXPECT_FALSE(String("ab").startsWith("abc"));
 }
 
 TEST(String, CutsAndJoins) {
-    const struct {
-        String text;
-        const char* expected;
-    } cases[] = {
+    const std::pair<String, const char*> cases[] = {
         {String("abcdef").subString(2), "cdef"},
         {String("abcdef").subString(2, 3), "cde"},
         {String("abcdef").subString(4, 99), "ef"},
-        {String("abc").subString(3), ""},
         {String("abc").subString(4, 1), ""},
         {String(" \t\r\n\v\fa b \n").trim(), "a b"},
         {String(" \t ").trim(), ""},
         {String("  Intel(R)   Core\t i7 \n").normalizeSpaces(), "Intel(R) Core i7"},
-        {String::repeat("ab", 3), "ababab"},
-        {String::repeat("ab", 0), ""},
+        {String::repeat("ab", 3) + String::repeat("c", 0), "ababab"},
         {String("abc").getFixedStr(5), "abc  "},
         {String("abc").getFixedStr(2), "ab"},
-        {String("a") + "b" + String("c"), "abc"},
-        {shown(String("a,,b,").split(",")), "[a||b|]"},
-        {shown(String("a::b:c").split("::")), "[a|b:c]"},
-        {shown(String("").split(",")), "[]"},
-        {shown(String("a,b").split("")), "[a,b]"},
-        {shown(String(";a, b;;c,").tokenize(",; ")), "[a|b|c]"},
-        {shown(String(",,").tokenize(",")), "[]"},
-        {String::join({}, ","), ""},
+        {shown(String("a,,b,").split(",")), "4 a||b|"},
+        {shown(String("a::b:c").split("::")), "2 a|b:c"},
+        {shown(String("").split(",")), "1 "},
+        {shown(String("a,b").split("")), "1 a,b"},
+        {shown(String(";a, b;;c,").tokenize(",; ")), "3 a|b|c"},
+        {shown(String(",,").tokenize(",")), "0 "},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.text, c.expected);
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(text, expected);
     }
-    EXPECT_EQ(String("").split(",").size(), 1u);
-    EXPECT_EQ(String(",,").tokenize(",").size(), 0u);
 }
 
 TEST(String, ReadsWholeNumbers) {
-    constexpr std::uint64_t untouched = 77;
-    const struct {
-        String text;
-        std::uint64_t expected;
-    } cases[] = {
+    const std::pair<const char*, std::uint64_t> numbers[] = {
         {"0", 0},
         {"0012", 12},
-        {"18446744073709551615", 0xFFFFFFFFFFFFFFFF},
+        {"18446744073709551615", ~0ull},
         {"0x1f", 0x1F},
-        {"0XFFFFFFFFFFFFFFFF", 0xFFFFFFFFFFFFFFFF},
+        {"0XFFFFFFFFFFFFFFFF", ~0ull},
         {"1Fh", 0x1F},
         {"0ffH", 0xFF},
         {"12h", 0x12},
-        {"", untouched},
-        {"h", untouched},
-        {"0x", untouched},
-        {"0x1h", untouched},
-        {"1F", untouched},
-        {" 1", untouched},
-        {"1 ", untouched},
-        {"+1", untouched},
-        {"-1", untouched},
-        {"0x-1", untouched},
-        {"18446744073709551616", untouched},
-        {"0x10000000000000000", untouched},
-        {String(u"\u0131"), untouched}, // its low byte is the digit 1
     };
-    for (const auto& c : cases) {
-        std::uint64_t value = untouched;
-        EXPECT_EQ(c.text.toUint64(value) != 0, c.expected != untouched) << c.text;
-        EXPECT_EQ(value, c.expected) << c.text;
-        EXPECT_EQ(c.text.toUint64(value, 1), String::PARSE_FAILED);
+    for (const auto& [text, expected] : numbers) {
+        std::uint64_t value = 77;
+        EXPECT_NE(String(text).toUint64(value), 0) << text;
+        EXPECT_EQ(value, expected) << text;
+        EXPECT_EQ(String(text).toUint64(value, 1), String::PARSE_FAILED);
+    }
+    for (const String& text : {String(""), String("h"), String("0x"), String("0x1h"), String("1F"), String(" 1"),
+                               String("1 "), String("+1"), String("-1"), String("0x-1"), String("18446744073709551616"),
+                               String("0x10000000000000000"), String(u"\u0131")}) { // its low byte is the digit 1
+        std::uint64_t value = 77;
+        EXPECT_EQ(text.toUint64(value), String::PARSE_FAILED) << text;
+        EXPECT_EQ(value, 77u) << text;
     }
     std::uint16_t small = 5;
     EXPECT_EQ(String("65535").toUint16(small), String::PARSE_OK);
@@ -134,26 +107,19 @@ TEST(String, ReadsWholeNumbers) {
 
 TEST(String, ReadsLeadingDigits) {
     const struct {
-        String text;
+        const char* text;
         int base;
         unsigned int expected;
     } cases[] = {
-        {" 12ab", 10, 12},
-        {"ab", 10, 0},
-        {"", 10, 0},
-        {"ab", 16, 0xAB},
-        {"0x1F", 16, 0x1F},
-        {"4294967295", 10, ~0u},
-        {"4294967296", 10, ~0u},
-        {"-1", 10, ~0u},
-        {"7", 1, 0},
-        {"99999999999999999999", 10, ~0u},
-        {"z", 36, 35},
-        {"7", 37, 0},
-        {"*", 10, 0},
+        {" 12ab", 10, 12},  {"ab", 10, 0},
+        {"", 10, 0},        {"ab", 16, 0xAB},
+        {"0x1F", 16, 0x1F}, {"4294967295", 10, ~0u},
+        {"-1", 10, ~0u},    {"4294967296", 10, ~0u},
+        {"7", 1, 0},        {"99999999999999999999", 10, ~0u},
+        {"z", 36, 35},      {"7", 37, 0},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(c.text.strToUInt(c.base), c.expected) << c.text << " in base " << c.base;
+        EXPECT_EQ(String(c.text).strToUInt(c.base), c.expected) << c.text << " in base " << c.base;
     }
 }
 
