@@ -42,7 +42,7 @@ void CpuLegacyAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationsh
             visitor(record);
         }
         offset += recordSize;
-    } while (offset + recordSize < length);
+    } while (offset < length - recordSize);
 }
 
 } // namespace libQuarrow::cpu
