@@ -8,8 +8,9 @@
 
 namespace libKernelMode {
 
-// An open way to the MSRs of one processor: the one that the calling thread was on when it was opened. Closed by the
-// destructor. Both operations are false when the processor has no such MSR or the access is not allowed.
+// An open way to the MSRs of the processor that the calling thread is on. The thread must stay there until it is
+// closed, which the destructor does: some drivers go by the processor at the time of opening, others by that of each
+// access. Both operations are false when the processor has no such MSR or the access is not allowed.
 class KERNELMODE_EXPORT MsrAccess {
   public:
     virtual ~MsrAccess();

@@ -5,7 +5,8 @@
 
 namespace libKernelMode {
 
-// Model-specific registers of the processor that the calling thread is on when it opens the driver.
+// Model-specific registers of the processor that the calling thread is on. The thread must stay there while the driver
+// is open.
 class KERNELMODE_EXPORT MsrDriver : public Driver {
   public:
     MsrDriver();
