@@ -24,6 +24,16 @@ constexpr x86_cpu_features briefFeatures[] = {
     x86_feature_AVX2,  x86_feature_AVX512F, x86_feature_NX,     x86_feature_SVM,       x86_feature_XOP,
 };
 
+// Does `work` on the processor. False, with nothing done, when that is not allowed or the processor cannot be pinned.
+template <class Work>
+bool execute(const x86_cpu& cpu, bool allowed, Work work) {
+    if (!allowed) {
+        return false;
+    }
+    const x86_pin pin(cpu);
+    return pin.pinned() && work();
+}
+
 } // namespace
 
 x86_cpu::VendorHolder::VendorHolder() = default;
@@ -235,55 +245,34 @@ bool x86_cpu::cpuidAllowed(unsigned int leaf) const {
 
 bool x86_cpu::callCPUID(unsigned int leaf, unsigned int* eax, unsigned int* ebx, unsigned int* ecx,
                         unsigned int* edx) const {
-    if (!cpuidAllowed(leaf)) {
-        return false;
-    }
-    const x86_pin pin(*this);
-    if (!pin.pinned()) {
-        return false;
-    }
-    x86_inst::callCPUID(leaf, eax, ebx, ecx, edx);
-    return true;
+    return execute(*this, cpuidAllowed(leaf), [=] {
+        x86_inst::callCPUID(leaf, eax, ebx, ecx, edx);
+        return true;
+    });
 }
 
 bool x86_cpu::callCPUID(const cpuid_args& in, cpuid_args& out) const {
-    if (!cpuidAllowed(in.eax)) {
-        return false;
-    }
-    const x86_pin pin(*this);
-    if (!pin.pinned()) {
-        return false;
-    }
-    x86_inst::callCPUID(in, out);
-    return true;
+    return execute(*this, cpuidAllowed(in.eax), [&] {
+        x86_inst::callCPUID(in, out);
+        return true;
+    });
 }
 
 bool x86_cpu::callRDTSC(std::uint64_t& tsc) const {
-    if (!isAllowedFeature(x86_feature_TSC)) {
-        return false;
-    }
-    const x86_pin pin(*this);
-    if (!pin.pinned()) {
-        return false;
-    }
-    tsc = x86_inst::callRDTSC();
-    return true;
+    return execute(*this, isAllowedFeature(x86_feature_TSC), [&tsc] {
+        tsc = x86_inst::callRDTSC();
+        return true;
+    });
 }
 
 bool x86_cpu::callRDMSR(unsigned int msr, std::uint64_t& value) const {
-    if (!isAllowedFeature(x86_feature_MSR)) {
-        return false;
-    }
-    const x86_pin pin(*this);
-    return pin.pinned() && x86_inst::callRDMSR(msr, value, &m_affinity);
+    return execute(*this, isAllowedFeature(x86_feature_MSR),
+                   [&] { return x86_inst::callRDMSR(msr, value, &m_affinity); });
 }
 
 bool x86_cpu::callWRMSR(unsigned int msr, std::uint64_t value) const {
-    if (!isAllowedFeature(x86_feature_MSR)) {
-        return false;
-    }
-    const x86_pin pin(*this);
-    return pin.pinned() && x86_inst::callWRMSR(msr, value, &m_affinity);
+    return execute(*this, isAllowedFeature(x86_feature_MSR),
+                   [&] { return x86_inst::callWRMSR(msr, value, &m_affinity); });
 }
 
 const x86_vendor_info* x86_cpu::vendorInfo() const {

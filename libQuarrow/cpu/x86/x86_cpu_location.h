@@ -25,8 +25,8 @@ class QUARROW_EXPORT x86_cpu_location {
     std::uint32_t core = 0;    // core in the package
     std::uint32_t thread = 0;  // hardware thread in the core
 
-    // Whether the fields that `depth` selects are equal: bit 0 chassis, 1 node, 2 cpu, 3 core, 4 thread. A depth that is
-    // 0 selects nothing, and the answer is false.
+    // Whether the fields that `depth` selects are equal: bit 0 chassis, 1 node, 2 cpu, 3 core, 4 thread. A depth that
+    // is 0 selects nothing, and the answer is false.
     bool equals(const x86_cpu_location& other, std::uint32_t depth) const;
     bool operator==(const x86_cpu_location& other) const;
     bool operator!=(const x86_cpu_location& other) const { return !(*this == other); }
@@ -34,8 +34,9 @@ class QUARROW_EXPORT x86_cpu_location {
 
     // "CPU:0:0:1:2:0", outermost first. Unspecified fields at the inner end are left out unless `showWildcards`.
     zel::String toString(bool showWildcards) const;
-    // Reads "CPU" and up to five fields, each a decimal number or "*"; missing ones are unspecified. False, with the
-    // location unchanged, for any other text.
+    // Reads "CPU" and up to five fields, each a decimal number or "*"; missing ones are unspecified. Of a field that is
+    // neither, the leading digits count, and empty fields are passed over. False, with the location unchanged, for a
+    // text that does not begin with "CPU" or has more fields.
     bool fromString(const zel::String& text);
 
   private:

@@ -47,7 +47,7 @@ bool avxEnabled(CpuidReader& cpuid) {
     return avxReported(cpuid) && avxStateEnabled(cpuid);
 }
 
-// Leaf 7 is read without asking for the highest leaf first.
+// Leaf 7 is read without asking for the highest leaf first, as leaf 1 is. That is meant so and must stay.
 bool avx2Enabled(CpuidReader& cpuid) {
     constexpr std::uint32_t avx2 = 0x20;
     return avxReported(cpuid) && (cpuid.read(7).ebx & avx2) != 0 && avxStateEnabled(cpuid);

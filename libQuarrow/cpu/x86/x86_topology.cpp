@@ -7,9 +7,8 @@
 namespace libQuarrow::cpu {
 namespace {
 
-constexpr std::uint32_t htt = 1U << 28;                // leaf 1 EDX: several logical processors per package
-constexpr std::uint32_t topologyExtensions = 1U << 22; // leaf 0x80000001 ECX
-constexpr std::uint32_t cmpLegacy = 1U << 1;           // leaf 0x80000001 ECX: the logical processors are all cores
+constexpr std::uint32_t htt = 1U << 28;      // leaf 1 EDX: several logical processors per package
+constexpr std::uint32_t cmpLegacy = 1U << 1; // leaf 0x80000001 ECX: the logical processors are all cores
 
 zel::LogChannel& channel() {
     static zel::LogChannel& instance = zel::LogFactory::channel("libQuarrow.cpu_x86.x86_cpu");
@@ -227,18 +226,18 @@ void x86_topology::findLocationBasedOnInitialApic() {
 bool x86_topology::getTopologyInfoAMD() {
     constexpr std::uint8_t zen = 0x17;
     const x86_cpu_signature& signature = m_processor.signature;
-    if (m_processor.maxExtendedCpuid >= 0x8000001E && (m_cpuid.read(0x80000001).ecx & topologyExtensions) != 0) {
-        if (signature.displayFamily != zen) {
-            return getTopologyInfoAMD_Legacy();
-        }
-        if (signature.displayModel <= 15) {
-            return getTopologyInfoAMD_FixedLayout();
-        }
+    if (signature.displayFamily != zen || !AMD_TopologyInfo::isSupported(m_cpuid)) {
+        return getTopologyInfoAMD_Legacy();
     }
-    if (signature.displayFamily == zen && AMD_TopologyInfo::isSupported(m_cpuid) && getTopologyInfoAMD_Table()) {
-        return true;
+    if (signature.displayModel <= 15) {
+        return getTopologyInfoAMD_FixedLayout();
     }
-    return getTopologyInfoAMD_Legacy();
+    return getTopologyInfoAMD_Table() || getTopologyInfoAMD_Legacy();
+}
+
+void x86_topology::countsAreAddressable() {
+    m_facts.maxAddressableThreads = m_facts.threadsPerPackage;
+    m_facts.maxAddressableCores = m_facts.coresPerPackage;
 }
 
 // Family 0x17 up to model 15: socket and core complex are taken from fixed bits of the APIC ID. That layout belongs to
@@ -258,8 +257,7 @@ bool x86_topology::getTopologyInfoAMD_FixedLayout() {
     channel().log(zel::LogTrace, __LINE__,
                   zel::String::SprintfFormat("CPU - socket[%u]:node[%u]:ccx[%u]:core[%u]:thread[%u]", socket, nodeId,
                                              ccx, coreId, thread));
-    m_facts.maxAddressableThreads = m_facts.threadsPerPackage;
-    m_facts.maxAddressableCores = m_facts.coresPerPackage;
+    countsAreAddressable();
     return true;
 }
 
@@ -274,8 +272,7 @@ bool x86_topology::getTopologyInfoAMD_Table() {
     m_facts.location = x86_cpu_location(0, 0, *entry->socket, entry->coreId, *entry->thread);
     m_facts.threadsPerPackage = entry->packageThreads;
     m_facts.coresPerPackage = quotient(entry->packageThreads, entry->threadsPerCore);
-    m_facts.maxAddressableThreads = m_facts.threadsPerPackage;
-    m_facts.maxAddressableCores = m_facts.coresPerPackage;
+    countsAreAddressable();
     return true;
 }
 
@@ -298,8 +295,7 @@ bool x86_topology::getTopologyInfoAMD_Legacy() {
             }
         }
     }
-    m_facts.maxAddressableThreads = m_facts.threadsPerPackage;
-    m_facts.maxAddressableCores = m_facts.coresPerPackage;
+    countsAreAddressable();
     findLocationBasedOnInitialApic();
     return decided;
 }

@@ -78,6 +78,7 @@ class x86_topology {
     bool getTopologyInfoAMD_Table();
     bool isCpuidLimited() const;
     void limitedCpuidCounts();
+    void countsAreAddressable(); // as AMD's leaves have it: the IDs leave room for what is there
 
     const Processor m_processor;
     CpuidReader& m_cpuid;
