@@ -3,33 +3,44 @@
 #include <tools/quarrow/Document.h>
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Numbers.h>
-#include <tools/quarrow/Output.h>
+
+#include <cstdio>
 
 namespace quarrow {
 namespace {
 
-std::string write(const Request& request, Place& place, std::uint64_t value) {
-    if (request.json) {
-        throw Failure(Failure::WrongInput, "--json goes with reading; leave --json or --write out");
-    }
-    const char* const where = request.machine == "native" ? "" : ", in its replay; the recording stays as it is";
+bool isRecorded(const Request& request) {
+    return request.machine != "native";
+}
+
+void write(const Request& request, const Place& place, std::uint64_t value) {
     // Before it is done: a machine may not live to tell afterwards.
-    writeOutput("writing " + hexadecimal(value, place.bytes) + " to " + place.name + where + "\n");
+    std::fprintf(stderr, "quarrow: writing %s to %s%s\n", hexadecimal(value, place.bytes).c_str(), place.name.c_str(),
+                 isRecorded(request) ? ", for this run only: the recording stays as it is" : "");
+    std::fflush(stderr);
     if (!place.write(value)) {
-        throw Failure(Failure::CannotAnswer, place.name + " cannot be written: the access was refused");
+        failRefused(request, place.name + " cannot be written");
     }
-    return "written\n";
 }
 
 } // namespace
 
-std::string access(const Request& request, Place& place) {
-    if (const auto value = numberOption(request, "write", maximumOf(place.bytes))) {
-        return write(request, place, *value);
+boost::optional<std::uint64_t> valueToWrite(const Request& request, std::uint64_t bytes) {
+    const auto value = numberOption(request, "write", 0, UINT64_MAX >> (64 - 8 * bytes));
+    if (value && request.json) {
+        throw Failure(Failure::WrongInput, "--write answers nothing, in JSON neither; leave --json or --write out");
+    }
+    return value;
+}
+
+std::string access(const Request& request, const Place& place, const boost::optional<std::uint64_t>& toWrite) {
+    if (toWrite) {
+        write(request, place, *toWrite);
+        return {};
     }
     std::uint64_t value = 0;
     if (!place.read(value)) {
-        throw Failure(Failure::CannotAnswer, place.name + " cannot be read: the access was refused");
+        failRefused(request, place.name + " cannot be read");
     }
     if (!request.json) {
         return place.name + ": " + hexadecimal(value, place.bytes) + "\n";
@@ -38,6 +49,13 @@ std::string access(const Request& request, Place& place) {
     document[place.key] = place.identity;
     document[place.key]["value"] = value;
     return documentText(document);
+}
+
+void failRefused(const Request& request, const std::string& access) {
+    throw Failure(Failure::CannotAnswer,
+                  access + (isRecorded(request)
+                                ? ": the recording does not hold it; docs/recordings.md tells how to add it"
+                                : ": there is none, or the driver does not let it through"));
 }
 
 } // namespace quarrow

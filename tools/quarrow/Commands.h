@@ -3,24 +3,51 @@
 #include <tools/quarrow/Request.h>
 
 #include <string>
-
-// One function per command. Each answers everything that the command writes to standard output, and throws Failure when
-// there is no answer.
+#include <vector>
 
 namespace quarrow {
 
+// One function per command. Each answers everything that the command writes to standard output, and throws Failure when
+// there is no answer.
 std::string treeCommand(const Request& request);
 std::string cpusCommand(const Request& request);
 std::string featuresCommand(const Request& request);
 std::string cachesCommand(const Request& request);
+std::string pictureCommand(const Request& request);
+std::string limitsCommand(const Request& request);
+std::string speedCommand(const Request& request); // shows its progress on standard error, where that is a terminal
 std::string affinityCommand(const Request& request);
 std::string recordCommand(const Request& request);
-std::string limitsCommand(const Request& request);
-std::string speedCommand(const Request& request); // shows its progress on a terminal
-// With --write these say what they are about to do on standard output before they do it.
+// With --write these say on standard error what they are about to do.
 std::string msrCommand(const Request& request);
 std::string memCommand(const Request& request);
 std::string portCommand(const Request& request);
-std::string pictureCommand(const Request& request);
+
+// What stands behind a command.
+struct Operand {
+    enum Count { None, AtMostOne, Any, One };
+
+    Count count = None;
+    const char* name = "";
+    const char* meaning = "";
+};
+
+// An option of a single command.
+struct Option {
+    const char* name; // without the dashes
+    const char* value;
+    const char* meaning;
+};
+
+struct Command {
+    const char* name;
+    std::string (*run)(const Request&);
+    const char* description;
+    Operand operand = {};
+    std::vector<Option> options = {};
+};
+
+// In the order of the help.
+const std::vector<Command>& allCommands();
 
 } // namespace quarrow

@@ -5,6 +5,7 @@
 #include <tools/quarrow/Text.h>
 
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
+#include <zel/Temperature.h>
 
 #include <algorithm>
 
@@ -72,7 +73,7 @@ std::string described(const Group& group) {
         return text + line("Limits", "not known: they are read on Intel processors only");
     }
     const Limits& limits = *group.limits;
-    text += line("Throttles at", limits.celsius ? zel::String::SprintfFormat("%u \xB0\x43", *limits.celsius)
+    text += line("Throttles at", limits.celsius ? zel::Temperature(static_cast<int>(*limits.celsius)).toString()
                                                 : zel::String("not known"));
     if (limits.turbo.empty()) {
         text += line("Turbo ratio", "not known");
@@ -82,16 +83,6 @@ std::string described(const Group& group) {
                      zel::String::SprintfFormat("x %u", ratio));
     }
     return text;
-}
-
-// Why an Intel processor does not tell all.
-std::string hint(const x86_cpu& cpu) {
-    const MsrAccessor msrs(cpu);
-    return "\n" +
-           (msrs.failureReason().empty()
-                ? "What is not known, the processor does not have or its registers do not tell."
-                : "What is not known stands in MSRs: " + oneLine(msrs.failureReason()) + ".") +
-           "\n";
 }
 
 ordered_json limitsJson(const x86_cpu& cpu) {
@@ -120,10 +111,10 @@ std::string limitsCommand(const Request& request) {
     for (const Group& group : groupsOf(processors)) {
         text += (text.empty() ? "" : "\n") + described(group);
         if (whyNot.empty() && group.limits && !group.limits->isComplete()) {
-            whyNot = hint(*group.processors.front());
+            whyNot = whyNoMsrs(*group.processors.front());
         }
     }
-    return text + whyNot;
+    return whyNot.empty() ? text : text + "\n" + whyNot;
 }
 
 } // namespace quarrow

@@ -18,27 +18,19 @@ constexpr std::uint64_t longestBlock = 0x1000000;
 constexpr std::size_t bytesPerRow = 16;
 
 // A value as the processor stores it: the lowest byte first. Where it is aligned, it is moved by one access.
-class Memory : public Place {
-  public:
-    Memory(MemDriver& driver, std::uint64_t address, std::uint64_t size) : m_driver(driver), m_address(address) {
-        bytes = size;
-        name = "physical memory at " + hexadecimal(address, 8) + " (" + std::to_string(8 * bytes) + " bits)";
-        key = "memory";
-        identity = {{"address", address}, {"size", size}};
-    }
-
-    bool read(std::uint64_t& value) override {
-        value = 0;
-        return m_driver.readPhysicalMemory(m_address, &value, static_cast<unsigned int>(bytes), MemDriver::AnyUnit);
-    }
-    bool write(std::uint64_t value) override {
-        return m_driver.writePhysicalMemory(m_address, &value, static_cast<unsigned int>(bytes), MemDriver::AnyUnit);
-    }
-
-  private:
-    MemDriver& m_driver;
-    std::uint64_t m_address;
-};
+Place memoryAt(MemDriver& driver, std::uint64_t address, std::uint64_t size) {
+    const auto count = static_cast<unsigned int>(size);
+    return {"physical memory at " + hexadecimal(address, 8) + " (" + std::to_string(8 * size) + " bits)",
+            size,
+            "memory",
+            {{"address", address}, {"size", size}},
+            [&driver, address, count](std::uint64_t& value) {
+                return driver.readPhysicalMemory(address, &value, count, MemDriver::AnyUnit);
+            },
+            [&driver, address, count](std::uint64_t value) {
+                return driver.writePhysicalMemory(address, &value, count, MemDriver::AnyUnit);
+            }};
+}
 
 // "0x00000000000f0000: 5f 53 4d 5f" and what of it is text, to the right.
 std::string row(std::uint64_t address, const std::uint8_t* bytes, std::size_t count) {
@@ -54,9 +46,8 @@ std::string row(std::uint64_t address, const std::uint8_t* bytes, std::size_t co
 std::string readBlock(const Request& request, MemDriver& driver, std::uint64_t address, std::uint64_t length) {
     std::vector<std::uint8_t> bytes(length);
     if (!driver.readPhysicalMemory(address, bytes.data(), static_cast<unsigned int>(length), MemDriver::AnyUnit)) {
-        throw Failure(Failure::CannotAnswer, "physical memory at " + hexadecimal(address, 8) + " (" +
-                                                 std::to_string(length) +
-                                                 " bytes) cannot be read: the access was refused");
+        failRefused(request, "physical memory at " + hexadecimal(address, 8) + " (" + std::to_string(length) +
+                                 " bytes) cannot be read");
     }
     if (request.json) {
         nlohmann::ordered_json document = emptyDocument(request);
@@ -73,25 +64,21 @@ std::string readBlock(const Request& request, MemDriver& driver, std::uint64_t a
 } // namespace
 
 std::string memCommand(const Request& request) {
-    const auto length = numberOption(request, "length", longestBlock);
-    const std::uint64_t size = numberOption(request, "size", 8).value_or(4);
+    const auto length = numberOption(request, "length", 1, longestBlock);
+    const std::uint64_t size = sizeOption(request, 4, 8);
     if (length && (request.options.count("size") != 0 || request.options.count("write") != 0)) {
-        throw Failure(Failure::WrongInput, "--length reads a block; it goes neither with --size nor with --write");
+        throw Failure(Failure::WrongInput, "--length reads a block: leave it out, or --size and --write");
     }
-    if (length ? *length == 0 : size != 1 && size != 2 && size != 4 && size != 8) {
-        throw Failure(Failure::WrongInput, length ? "--length must be 1 or more" : "--size must be 1, 2, 4 or 8 bytes");
-    }
-    const std::uint64_t address = numberOperand(request, "the address", UINT64_MAX - (length.value_or(size) - 1));
-    numberOption(request, "write", maximumOf(size));
+    // The last byte must have an address too.
+    const std::uint64_t most = UINT64_MAX - (length.value_or(size) - 1);
+    const std::uint64_t address = numberIn(request.operands.at(0), "ADDRESS", 0, most);
+    const auto toWrite = valueToWrite(request, size);
     MemDriver driver;
     if (!driver.openDriver()) {
         throw Failure(Failure::CannotAnswer, driver.failureReason());
     }
-    if (length) {
-        return readBlock(request, driver, address, *length);
-    }
-    Memory memory(driver, address, size);
-    return access(request, memory);
+    return length ? readBlock(request, driver, address, *length)
+                  : access(request, memoryAt(driver, address, size), toWrite);
 }
 
 } // namespace quarrow

@@ -1,6 +1,7 @@
 #include <tools/quarrow/MsrAccessor.h>
 
 #include <tools/quarrow/Processors.h>
+#include <tools/quarrow/Text.h>
 
 namespace quarrow {
 
@@ -11,6 +12,11 @@ MsrAccessor::MsrAccessor(const libQuarrow::cpu::x86_cpu& cpu) : m_pin(cpu.getAff
     } else if (!m_driver.openDriver()) {
         m_failureReason = m_driver.failureReason();
     }
+}
+
+std::string whyNoMsrs(const libQuarrow::cpu::x86_cpu& cpu) {
+    const std::string reason = MsrAccessor(cpu).failureReason();
+    return reason.empty() ? reason : "MSRs might tell more: " + oneLine(reason) + ".\n";
 }
 
 } // namespace quarrow

@@ -5,38 +5,50 @@
 #include <zel/String.h>
 
 namespace quarrow {
+namespace {
 
-std::uint64_t numberIn(const std::string& text, const std::string& what, std::uint64_t maximum) {
+bool read(const std::string& text, std::uint64_t& number) {
+    return zel::String::fromUtf8(text).toUint64(number) == zel::String::PARSE_OK;
+}
+
+std::string bound(std::uint64_t number) {
+    constexpr std::uint64_t longestDecimal = 9999;
+    return zel::String::SprintfFormat(number > longestDecimal ? "0x%llX" : "%llu", number).toUtf8();
+}
+
+} // namespace
+
+std::uint64_t numberIn(const std::string& text, const std::string& what, std::uint64_t least, std::uint64_t most) {
     std::uint64_t number = 0;
-    if (zel::String::fromUtf8(text).toUint64(number) != zel::String::PARSE_OK) {
-        throw Failure(Failure::WrongInput,
-                      what + " '" + text + "' is no number; write decimal digits, or hexadecimal ones as in 0x1A2");
-    }
-    if (number > maximum) {
-        throw Failure(Failure::WrongInput, what + " " + text + " is too large; " +
-                                               zel::String::SprintfFormat("0x%llX", maximum).toUtf8() + " is the most");
+    if (!read(text, number) || number < least || number > most) {
+        throw Failure(Failure::WrongInput, what + " '" + text + "' is no number from " + bound(least) + " to " +
+                                               bound(most) + " (decimal, or hexadecimal as in 0x1A2)");
     }
     return number;
 }
 
-std::uint64_t numberOperand(const Request& request, const std::string& what, std::uint64_t maximum) {
-    return numberIn(request.operands.at(0), what, maximum);
-}
-
-boost::optional<std::uint64_t> numberOption(const Request& request, const std::string& name, std::uint64_t maximum) {
-    const auto option = request.options.find(name);
-    if (option == request.options.end()) {
+boost::optional<std::uint64_t> numberOption(const Request& request, const char* option, std::uint64_t least,
+                                            std::uint64_t most) {
+    const auto given = request.options.find(option);
+    if (given == request.options.end()) {
         return boost::none;
     }
-    return numberIn(option->second, "--" + name, maximum);
+    return numberIn(given->second, std::string("--") + option, least, most);
 }
 
-std::uint64_t maximumOf(std::uint64_t bytes) {
-    return UINT64_MAX >> (64 - 8 * bytes);
+std::uint64_t sizeOption(const Request& request, std::uint64_t usual, std::uint64_t widest) {
+    const auto given = request.options.find("size");
+    std::uint64_t size = usual;
+    if (given != request.options.end() &&
+        (!read(given->second, size) || size == 0 || size > widest || (size & (size - 1)) != 0)) {
+        throw Failure(Failure::WrongInput, "--size '" + given->second + "' is no size; it can be 1, 2" +
+                                               (widest == 8 ? ", 4 or 8" : " or 4") + " bytes");
+    }
+    return size;
 }
 
 std::string hexadecimal(std::uint64_t value, std::uint64_t bytes) {
-    return "0x" + zel::String::SprintfFormat("%0*llx", static_cast<int>(2 * bytes), value).toUtf8();
+    return zel::String::SprintfFormat("0x%0*llx", static_cast<int>(2 * bytes), value).toUtf8();
 }
 
 } // namespace quarrow

@@ -13,7 +13,7 @@ namespace quarrow {
 namespace {
 
 constexpr std::uint64_t narrowest = 40;
-constexpr std::uint64_t widest = 10000;
+constexpr std::uint64_t widest = 1000;
 
 std::uint64_t environmentColumns() {
     const char* text = std::getenv("COLUMNS");
@@ -22,10 +22,7 @@ std::uint64_t environmentColumns() {
 }
 
 std::uint64_t columnsFor(const Request& request) {
-    if (const auto width = numberOption(request, "width", widest)) {
-        if (*width < narrowest) {
-            throw Failure(Failure::WrongInput, "--width must be 40 or more");
-        }
+    if (const auto width = numberOption(request, "width", narrowest, widest)) {
         return *width;
     }
     std::uint64_t columns = terminalWidth();

@@ -13,63 +13,37 @@ namespace {
 
 // One access of the width of T.
 template <class T>
-class Port : public Place {
-  public:
-    using Read = bool (IoDriver::*)(unsigned int, T&);
-    using Write = bool (IoDriver::*)(unsigned int, T);
-
-    Port(IoDriver& driver, unsigned int number, Read readPort, Write writePort)
-        : m_driver(driver), m_number(number), m_read(readPort), m_write(writePort) {
-        bytes = sizeof(T);
-        name = "I/O port " + hexadecimal(number, 2) + " (" + std::to_string(8 * bytes) + " bits)";
-        key = "port";
-        identity = {{"address", number}, {"size", bytes}};
-    }
-
-    bool read(std::uint64_t& value) override {
-        T word = 0;
-        const bool success = (m_driver.*m_read)(m_number, word);
-        value = word;
-        return success;
-    }
-    bool write(std::uint64_t value) override { return (m_driver.*m_write)(m_number, static_cast<T>(value)); }
-
-  private:
-    IoDriver& m_driver;
-    unsigned int m_number;
-    Read m_read;
-    Write m_write;
-};
-
-template <class T>
-std::string accessPort(const Request& request, IoDriver& driver, unsigned int number, typename Port<T>::Read readPort,
-                       typename Port<T>::Write writePort) {
-    Port<T> port(driver, number, readPort, writePort);
-    return access(request, port);
+Place portOf(IoDriver& driver, unsigned int number, bool (IoDriver::*read)(unsigned int, T&),
+             bool (IoDriver::*write)(unsigned int, T)) {
+    return {"I/O port " + hexadecimal(number, 2) + " (" + std::to_string(8 * sizeof(T)) + " bits)",
+            sizeof(T),
+            "port",
+            {{"address", number}, {"size", sizeof(T)}},
+            [&driver, number, read](std::uint64_t& value) {
+                T word = 0;
+                const bool success = (driver.*read)(number, word);
+                value = word;
+                return success;
+            },
+            [&driver, number, write](std::uint64_t value) { return (driver.*write)(number, static_cast<T>(value)); }};
 }
 
 } // namespace
 
 std::string portCommand(const Request& request) {
-    const std::uint64_t size = numberOption(request, "size", 4).value_or(1);
-    if (size != 1 && size != 2 && size != 4) {
-        throw Failure(Failure::WrongInput, "--size must be 1, 2 or 4 bytes");
-    }
+    const std::uint64_t size = sizeOption(request, 1, 4);
     // The last of the ports must exist too.
-    const auto number = static_cast<unsigned int>(numberOperand(request, "the port", 0x10000 - size));
-    numberOption(request, "write", maximumOf(size));
+    const auto number = static_cast<unsigned int>(numberIn(request.operands.at(0), "PORT", 0, 0x10000 - size));
+    const auto toWrite = valueToWrite(request, size);
     IoDriver driver;
     if (!driver.openDriver()) {
         throw Failure(Failure::CannotAnswer, driver.failureReason());
     }
-    switch (size) {
-    case 1:
-        return accessPort<unsigned char>(request, driver, number, &IoDriver::readPort8, &IoDriver::writePort8);
-    case 2:
-        return accessPort<unsigned short>(request, driver, number, &IoDriver::readPort16, &IoDriver::writePort16);
-    default:
-        return accessPort<unsigned int>(request, driver, number, &IoDriver::readPort32, &IoDriver::writePort32);
-    }
+    const Place port = size == 1 ? portOf<unsigned char>(driver, number, &IoDriver::readPort8, &IoDriver::writePort8)
+                       : size == 2
+                           ? portOf<unsigned short>(driver, number, &IoDriver::readPort16, &IoDriver::writePort16)
+                           : portOf<unsigned int>(driver, number, &IoDriver::readPort32, &IoDriver::writePort32);
+    return access(request, port, toWrite);
 }
 
 } // namespace quarrow

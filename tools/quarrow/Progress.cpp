@@ -6,13 +6,6 @@
 #include <string>
 
 namespace quarrow {
-namespace {
-
-constexpr std::size_t barWidth = 30;
-constexpr int lineWidth = 70; // of everything: blanks over it take it away
-
-} // namespace
-
 Progress::Progress(const char* doing, std::size_t steps)
     : m_doing(doing), m_steps(steps), m_visible(errorIsTerminal()) {
     draw();
@@ -20,7 +13,7 @@ Progress::Progress(const char* doing, std::size_t steps)
 
 Progress::~Progress() {
     if (m_visible) {
-        std::fprintf(stderr, "\r%*s\r", lineWidth, "");
+        std::fprintf(stderr, "\r%*s\r", static_cast<int>(m_drawn), "");
         std::fflush(stderr);
     }
 }
@@ -30,14 +23,17 @@ void Progress::step() {
     draw();
 }
 
-void Progress::draw() const {
+void Progress::draw() {
     if (!m_visible || m_steps == 0) {
         return;
     }
-    const std::size_t filled = barWidth * m_done / m_steps;
-    const std::string bar = std::string(filled, '#') + std::string(barWidth - filled, '.');
-    std::fprintf(stderr, "\r%s [%s] %zu of %zu", m_doing, bar.c_str(), m_done, m_steps);
+    constexpr std::size_t width = 30;
+    const std::size_t filled = width * m_done / m_steps;
+    const std::string text = m_doing + (" [" + std::string(filled, '#')) + std::string(width - filled, '.') + "] " +
+                             std::to_string(m_done) + " of " + std::to_string(m_steps);
+    std::fprintf(stderr, "\r%s", text.c_str());
     std::fflush(stderr);
+    m_drawn = text.size();
 }
 
 } // namespace quarrow

@@ -15,11 +15,12 @@ class Progress {
     void step(); // one more is done
 
   private:
-    void draw() const;
+    void draw();
 
     const char* m_doing;
     std::size_t m_steps;
     std::size_t m_done = 0;
+    std::size_t m_drawn = 0; // columns
     bool m_visible;
 };
 

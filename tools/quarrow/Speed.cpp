@@ -3,7 +3,6 @@
 #include <tools/quarrow/MsrAccessor.h>
 #include <tools/quarrow/Processors.h>
 #include <tools/quarrow/Progress.h>
-#include <tools/quarrow/Text.h>
 
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 
@@ -23,17 +22,26 @@ struct Speed {
     x86_speed_metrics metrics;
 };
 
-std::vector<Speed> measure(const Processors& processors) {
+// A replay runs the counter at a rate of its own where the recording does not tell it: then nothing is known that was
+// measured.
+Speed measure(const Request& request, const x86_cpu& cpu) {
+    Speed speed;
+    std::uint64_t hertz = 0;
+    if (request.tscRateKnown && cpu.calculateSpeedTSC(hertz)) {
+        speed.tsc = hertz;
+    }
+    cpu.getSpeedMetrics(speed.metrics); // where it fails, nothing is known
+    if (!request.tscRateKnown && speed.metrics.currentMultiplier == 0) {
+        speed.metrics.currentSpeed = boost::none;
+    }
+    return speed;
+}
+
+std::vector<Speed> measure(const Request& request, const Processors& processors) {
     Progress progress("Measuring", processors.size());
     std::vector<Speed> speeds;
     for (const x86_cpu* cpu : processors) {
-        Speed speed;
-        std::uint64_t hertz = 0;
-        if (cpu->calculateSpeedTSC(hertz)) {
-            speed.tsc = hertz;
-        }
-        cpu->getSpeedMetrics(speed.metrics); // where it fails, nothing is known
-        speeds.push_back(speed);
+        speeds.push_back(measure(request, *cpu));
         progress.step();
     }
     return speeds;
@@ -70,7 +78,7 @@ constexpr Column columns[] = {
     {"Lowest", [](const Speed& speed) { return megahertz(speed.metrics.lowestSpeed); }},
     {"Highest", [](const Speed& speed) { return megahertz(speed.metrics.highestSpeed); }},
     {"Turbo", [](const Speed& speed) { return megahertz(speed.metrics.turboSpeed); }},
-    {"Ratio", [](const Speed& speed) { return turboRatio(speed.metrics); }},
+    {"Turbo ratio", [](const Speed& speed) { return turboRatio(speed.metrics); }},
 };
 
 // Cells below their heading, on the right; "-" where nothing is known.
@@ -115,18 +123,12 @@ std::string report(const Processors& processors, const std::vector<Speed>& speed
         return text;
     }
     text += "\nNot known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
-    const MsrAccessor msrs(*processors.front());
-    return msrs.failureReason().empty() ? text
-                                        : text + "Most of it stands in MSRs: " + oneLine(msrs.failureReason()) + ".\n";
+    return text + whyNoMsrs(*processors.front());
 }
 
 template <class Number>
 ordered_json numberOrNull(const optional<Number>& number) {
-    return number ? ordered_json(*number) : ordered_json();
-}
-
-ordered_json multiplierOrNull(double value) {
-    return value != 0 ? ordered_json(value) : ordered_json();
+    return number && *number != 0 ? ordered_json(*number) : ordered_json();
 }
 
 ordered_json speedJson(const Speed& speed) {
@@ -134,10 +136,10 @@ ordered_json speedJson(const Speed& speed) {
     return {{"tscHertz", numberOrNull(speed.tsc)},
             {"busClockHertz", numberOrNull(metrics.busClock)},
             {"multiplier",
-             {{"current", multiplierOrNull(metrics.currentMultiplier)},
-              {"effective", multiplierOrNull(metrics.effectiveMultiplier)},
-              {"lowest", multiplierOrNull(metrics.minMultiplier)},
-              {"highest", multiplierOrNull(metrics.maxMultiplier)}}},
+             {{"current", numberOrNull<double>(metrics.currentMultiplier)},
+              {"effective", numberOrNull<double>(metrics.effectiveMultiplier)},
+              {"lowest", numberOrNull<double>(metrics.minMultiplier)},
+              {"highest", numberOrNull<double>(metrics.maxMultiplier)}}},
             {"hertz",
              {{"current", numberOrNull(metrics.currentSpeed)},
               {"effective", numberOrNull(metrics.effectiveSpeed)},
@@ -146,22 +148,21 @@ ordered_json speedJson(const Speed& speed) {
             {"turbo", {{"ratio", numberOrNull(metrics.turboRatio)}, {"hertz", numberOrNull(metrics.turboSpeed)}}}};
 }
 
-void addSpeeds(const Processors& processors, ordered_json& elements) {
-    const std::vector<Speed> speeds = measure(processors);
-    for (std::size_t i = 0; i < speeds.size(); ++i) {
-        elements[i]["speed"] = speedJson(speeds[i]);
-    }
-}
-
 } // namespace
 
 std::string speedCommand(const Request& request) {
+    const auto addSpeeds = [&request](const Processors& processors, ordered_json& elements) {
+        const std::vector<Speed> speeds = measure(request, processors);
+        for (std::size_t i = 0; i < speeds.size(); ++i) {
+            elements[i]["speed"] = speedJson(speeds[i]);
+        }
+    };
     if (request.json && request.operands.empty()) {
         return machineDocument(request, addSpeeds);
     }
     const zel::Array<x86_cpu> processors = readProcessors(request);
     const Processors named = namedProcessors(processors, request.operands);
-    return request.json ? processorsDocument(request, named, addSpeeds) : report(named, measure(named));
+    return request.json ? processorsDocument(request, named, addSpeeds) : report(named, measure(request, named));
 }
 
 } // namespace quarrow

@@ -18,76 +18,6 @@ namespace os = libQuarrow::os;
 
 namespace {
 
-// An option of a single command.
-struct Option {
-    const char* name; // without the dashes
-    const char* value;
-    const char* meaning;
-};
-
-enum Operands { NoOperand, MayHaveOne, MayHaveMany, NeedsOne };
-
-struct Command {
-    const char* name;
-    Operands operands;
-    const char* operand;
-    const char* operandMeaning;
-    const char* description;
-    std::string (*run)(const Request&);
-    std::vector<Option> options = {};
-};
-
-constexpr Option writeOption = {"write", "VALUE", "Write VALUE there, which can harm the machine; nothing is read"};
-
-const Command commands[] = {
-    {"tree", NoOperand, "", "", "Packages, cores and threads, and each package's caches (when no command is given)",
-     treeCommand},
-    {"cpus", MayHaveMany, "N", "Logical processor numbers, as in 0 1 12",
-     "Everything about each logical processor, or about those named", cpusCommand},
-    {"features", NoOperand, "", "", "Features that the processors support, and those allowed for use", featuresCommand},
-    {"caches", NoOperand, "", "", "Caches of each package, and which logical processors share them", cachesCommand},
-    {"picture",
-     NoOperand,
-     "",
-     "",
-     "The machine drawn: packages, cores, threads, and the caches they share",
-     pictureCommand,
-     {{"svg", "FILE", "Draw into an SVG file instead, for a report"},
-      {"width", "COLUMNS", "Of the text; without it, the terminal's, else COLUMNS of the environment, else 80"}}},
-    {"limits", NoOperand, "", "",
-     "Where Intel processors throttle, and how far they raise their multiplier; most of it needs the MSR driver",
-     limitsCommand},
-    {"speed", MayHaveMany, "N", "Logical processor numbers, as in 0 1 12",
-     "Time-stamp counter and speeds of each logical processor, or of those named, measured", speedCommand},
-    {"affinity", MayHaveOne, "TEXT", "An affinity: group:mask, as in 0:Fh or 0:Fh/1:3h",
-     "Affinity of the system, the process and the thread; or what TEXT means", affinityCommand},
-    {"record", MayHaveOne, "FILE", "Where to; without it, standard output",
-     "Write this machine down, to be read with --machine anywhere", recordCommand},
-    {"msr",
-     NeedsOne,
-     "ADDRESS",
-     "Number of the register, as in 0x1A2",
-     "Read, or with --write write, a model-specific register of one logical processor",
-     msrCommand,
-     {{"cpu", "N", "Number of the logical processor; without it, the first one"}, writeOption}},
-    {"mem",
-     NeedsOne,
-     "ADDRESS",
-     "Physical address, as in 0xF0000",
-     "Read, or with --write write, physical memory",
-     memCommand,
-     {{"size", "BYTES", "Size of the value: 1, 2, 4 or 8; without it, 4"},
-      {"length", "BYTES", "Read a block of so many bytes instead"},
-      writeOption}},
-    {"port",
-     NeedsOne,
-     "PORT",
-     "Number of the port, as in 0x70",
-     "Read, or with --write write, an I/O port",
-     portCommand,
-     {{"size", "BYTES", "Size of the value: 1, 2 or 4; without it, 1"}, writeOption}},
-};
-
 struct Arguments {
     Request request;
     std::string machineFile;      // empty: the machine that this runs on
@@ -103,11 +33,13 @@ constexpr const char* examples = "Examples:\n"
                                  "  cpuid -r | quarrow --machine -      what another program recorded";
 
 void describe(CLI::App& subcommand, const Command& command, Request& request) {
-    if (command.operands != NoOperand) {
-        CLI::Option* operand = subcommand.add_option(command.operand, request.operands, command.operandMeaning);
-        operand->type_name("")->required(command.operands == NeedsOne);
-        operand->expected(command.operands == NeedsOne ? 1 : 0,
-                          command.operands == MayHaveMany ? CLI::detail::expected_max_vector_size : 1);
+    const Operand& operand = command.operand;
+    if (operand.count != Operand::None) {
+        const bool needed = operand.count == Operand::One;
+        subcommand.add_option(operand.name, request.operands, operand.meaning)
+            ->type_name("")
+            ->required(needed)
+            ->expected(needed ? 1 : 0, operand.count == Operand::Any ? CLI::detail::expected_max_vector_size : 1);
     }
     for (const Option& option : command.options) {
         const auto keep = [&request, name = option.name](const std::string& value) { request.options[name] = value; };
@@ -134,7 +66,7 @@ void describe(CLI::App& app, Arguments& arguments) {
         ->type_name("PRIORITY")
         ->check(CLI::Range(1, 4).description(""));
     app.add_flag("--process", arguments.process, "Visit processors by moving the whole process, not just the thread");
-    for (const Command& command : commands) {
+    for (const Command& command : allCommands()) {
         CLI::App* subcommand = app.add_subcommand(command.name, command.description);
         subcommand->group("Commands")
             ->footer("The options that 'quarrow --help' lists stand before or after the command.");
@@ -160,15 +92,31 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
             throw Failure(Failure::WrongInput, error.message);
         }
         recorded = std::make_unique<os::RecordedMachine>(std::move(*recording));
+        arguments.request.tscRateKnown = recorded->isTscRateKnown();
         inItsPlace = std::make_unique<os::ScopedMachine>(*recorded);
         arguments.request.machine = arguments.machineFile;
     }
-    const auto chosen = std::find_if(std::begin(commands), std::end(commands),
-                                     [&app](const Command& command) { return app.got_subcommand(command.name); });
-    return chosen != std::end(commands) ? chosen->run(arguments.request) : treeCommand(arguments.request);
+    for (const Command& command : allCommands()) {
+        if (app.got_subcommand(command.name)) {
+            return command.run(arguments.request);
+        }
+    }
+    return treeCommand(arguments.request);
 }
 
-constexpr const char* lookAtHelp = "; 'quarrow --help' tells what there is";
+// What was wrong with the command line, and where to look.
+std::string explanation(const CLI::App& app, const CLI::ParseError& error) {
+    std::string text = error.what();
+    const std::vector<std::string> surplus = app.remaining(true);
+    if (!surplus.empty()) {
+        text = "'" + CLI::detail::join(surplus, " ") + "' is not understood";
+    } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        text = text.substr(0, text.find(':')) + " takes one value, once"; // it begins with the name
+    }
+    const auto commands = app.get_subcommands();
+    return text + "; 'quarrow " + (commands.empty() ? "" : commands.front()->get_name() + " ") +
+           "--help' tells what there is";
+}
 
 std::string run(std::vector<std::string> words) {
     CLI::App app{"Quarrow tells everything about the processors of an x86-64 machine: this one, or a recorded one."};
@@ -181,11 +129,8 @@ std::string run(std::vector<std::string> words) {
         return app.help() + "\n";
     } catch (const CLI::CallForVersion& version) {
         return std::string(version.what()) + "\n";
-    } catch (const CLI::ExtrasError&) {
-        throw Failure(Failure::WrongInput, "no command, option or argument is expected here: " +
-                                               CLI::detail::join(app.remaining(true), " ") + lookAtHelp);
     } catch (const CLI::ParseError& error) {
-        throw Failure(Failure::WrongInput, error.what() + std::string(lookAtHelp));
+        throw Failure(Failure::WrongInput, explanation(app, error));
     }
     return answer(app, arguments);
 }

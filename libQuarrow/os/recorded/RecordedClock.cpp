@@ -5,17 +5,13 @@ namespace libQuarrow::os {
 namespace {
 
 constexpr std::uint64_t countsPerSecondOfCounter = 10'000'000;
-constexpr std::uint64_t defaultTscHertz = 1'000'000'000;
 
 } // namespace
 
 // Intel manual, CPUID leaves 0x15 (time-stamp counter and crystal clock) and 0x16 (frequencies).
-std::uint64_t RecordedMachineState::statedTscHertz(const Recording& recording) {
-    if (recording.tscHertz) {
-        return *recording.tscHertz;
-    }
-    if (recording.processors.empty()) {
-        return defaultTscHertz;
+boost::optional<std::uint64_t> RecordedMachineState::statedTscHertz() const {
+    if (recording.tscHertz || recording.processors.empty()) {
+        return recording.tscHertz;
     }
     const RecordedProcessor& first = recording.processors.front();
     const cpu::cpuid_args* crystal = findLeaf(first, 0x15, 0);
@@ -24,7 +20,7 @@ std::uint64_t RecordedMachineState::statedTscHertz(const Recording& recording) {
         return std::uint64_t{crystal->ecx} * crystal->ebx / crystal->eax; // Hz, numerator, denominator
     }
     const std::uint64_t baseMegahertz = frequencies != nullptr ? frequencies->eax & 0xFFFF : 0;
-    return baseMegahertz != 0 ? baseMegahertz * 1'000'000 : defaultTscHertz;
+    return boost::make_optional(baseMegahertz != 0, baseMegahertz * 1'000'000);
 }
 
 // Time moves in whole seconds, so that the rate over any two readings is exact; both counters wrap round at 2^64.

@@ -100,7 +100,7 @@ class RecordedPorts : public libKernelMode::PortAccess {
 template <class Access, class Recorded>
 std::unique_ptr<Access> open(State state, bool isThere, const char* what, std::string& reason) {
     if (!isThere) {
-        reason = std::string("this machine is a recording without ") + what + "; record one with them to ask for them";
+        reason = std::string("this recording holds no ") + what + "; docs/recordings.md tells how to add some";
         return nullptr;
     }
     return std::make_unique<Recorded>(std::move(state));

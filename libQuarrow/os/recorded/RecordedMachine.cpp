@@ -26,6 +26,10 @@ libKernelMode::DriverBackend& RecordedMachine::drivers() {
     return *m_state;
 }
 
+bool RecordedMachine::isTscRateKnown() const {
+    return m_state->statedTscHertz().has_value();
+}
+
 const Recording& RecordedMachine::recording() const {
     return m_state->recording;
 }

@@ -56,6 +56,8 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     Clock& clock() override;
     libKernelMode::DriverBackend& drivers() override;
 
+    // Whether the recording tells the rate of the time-stamp counter, so that a measurement is more than 1 GHz made up.
+    bool isTscRateKnown() const;
     // Not to be read while another thread writes an MSR, memory or a port.
     const Recording& recording() const;
     Faults& faults();

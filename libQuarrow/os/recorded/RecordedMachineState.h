@@ -18,7 +18,8 @@ class RecordedMachineState : public Instructions,
                              public std::enable_shared_from_this<RecordedMachineState> {
   public:
     explicit RecordedMachineState(Recording recorded)
-        : recording(std::move(recorded)), pins(recording, faults), m_tscHertz(statedTscHertz(recording)) {}
+        : recording(std::move(recorded)), pins(recording, faults),
+          m_tscHertz(statedTscHertz().value_or(defaultTscHertz)) {}
 
     void cpuid(cpu::cpuid_args& registers) override;
     std::uint64_t rdtsc() override;
@@ -35,6 +36,8 @@ class RecordedMachineState : public Instructions,
     std::unique_ptr<libKernelMode::MemoryAccess> openMemory(std::string& reason) override;
     std::unique_ptr<libKernelMode::PortAccess> openPorts(std::string& reason) override;
 
+    // The time-stamp counter's rate, where the recording tells it.
+    boost::optional<std::uint64_t> statedTscHertz() const;
     // The processor that the calling thread is on; null when the recording has none.
     RecordedProcessor* processor();
 
@@ -44,7 +47,7 @@ class RecordedMachineState : public Instructions,
     RecordedPins pins;
 
   private:
-    static std::uint64_t statedTscHertz(const Recording& recording);
+    static constexpr std::uint64_t defaultTscHertz = 1'000'000'000;
 
     std::uint64_t m_tscHertz;
     std::atomic<std::uint64_t> m_seconds{1}; // virtual time

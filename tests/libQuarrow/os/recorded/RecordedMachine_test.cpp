@@ -103,7 +103,7 @@ TEST(RecordedMachine, AnEmptyRecordingAnswersNothing) {
     EXPECT_EQ(machine.createAffinityAPI()->systemAffinity()->size(), 0U);
     std::string reason;
     EXPECT_EQ(machine.drivers().openMsr(reason), nullptr);
-    EXPECT_EQ(reason, "this machine is a recording without MSRs; record one with them to ask for them");
+    EXPECT_EQ(reason, "this recording holds no MSRs; docs/recordings.md tells how to add some");
 }
 
 TEST(RecordedAffinity, WithoutGroups) {
@@ -231,6 +231,7 @@ TEST(RecordedClock, RunsAtTheRecordedOrStatedRate) {
         recording.processors[0].leaves[{0x16, 0}] = row.leaf16;
         RecordedMachine machine(recording);
         EXPECT_EQ(measuredHertz(machine), row.hertz);
+        EXPECT_EQ(machine.isTscRateKnown(), row.hertz != 1e9);
     }
 }
 
