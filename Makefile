@@ -1,6 +1,7 @@
 # What a newcomer types. People who live in CMake use the presets of CMakePresets.json directly.
 
 CORPUS ?=
+SECONDS ?= 60
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 ccache := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
@@ -14,7 +15,7 @@ endef
 corpus_option = -DQUARROW_CORPUS="$(abspath $(CORPUS))"
 
 .NOTPARALLEL:
-.PHONY: all report test test-linux test-linux-asan test-windows bench fuzz install package docs format clean
+.PHONY: all report test test-linux test-linux-asan test-windows stress bench fuzz install package docs format clean
 
 # The libraries and the tool, as they are installed.
 all:
@@ -39,6 +40,12 @@ test-windows:
 	@scripts/run-under-wine.sh --start
 	ctest --preset windows --parallel $(JOBS); status=$$?; scripts/run-under-wine.sh --stop; exit $$status
 
+# Sixteen threads that use the library at once while all processors are busy, under ThreadSanitizer, for SECONDS.
+stress:
+	@scripts/install-packages.sh test
+	$(call build,linux-tsan,,stress_tests)
+	QUARROW_STRESS_SECONDS=$(SECONDS) build/linux-tsan/bin/stress_tests
+
 # Measures what the library costs, and prints how that compares with what it must cost. On an idle machine.
 bench:
 	@scripts/install-packages.sh bench
@@ -46,7 +53,6 @@ bench:
 	@build/release/bin/quarrow_bench
 
 # Runs each fuzz target for SECONDS, seeded with the project's own machines and those of CORPUS.
-SECONDS ?= 60
 fuzz:
 	@scripts/install-packages.sh fuzz
 	$(call build,fuzz)
