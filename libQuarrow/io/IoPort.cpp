@@ -6,6 +6,17 @@ namespace libQuarrow::io {
 
 using libKernelMode::IoDriver;
 
+namespace {
+
+// `call` on a driver opened for it alone.
+template <class Parameter, class Value>
+bool access(unsigned int port, bool (IoDriver::*call)(unsigned int, Parameter), Value& value) {
+    IoDriver driver;
+    return driver.openDriver() && (driver.*call)(port, value);
+}
+
+} // namespace
+
 bool IoPort::read8(unsigned char& value) const {
     return imp_read8(value);
 }
@@ -44,33 +55,22 @@ bool IoPort::release() {
 }
 
 bool IoPort::imp_read8(unsigned char& value) const {
-    IoDriver driver;
-    return driver.openDriver() && driver.readPort8(m_port, value);
+    return access(m_port, &IoDriver::readPort8, value);
 }
-
 bool IoPort::imp_read16(unsigned short& value) const {
-    IoDriver driver;
-    return driver.openDriver() && driver.readPort16(m_port, value);
+    return access(m_port, &IoDriver::readPort16, value);
 }
-
 bool IoPort::imp_read32(unsigned int& value) const {
-    IoDriver driver;
-    return driver.openDriver() && driver.readPort32(m_port, value);
+    return access(m_port, &IoDriver::readPort32, value);
 }
-
 bool IoPort::imp_write8(unsigned char value) const {
-    IoDriver driver;
-    return driver.openDriver() && driver.writePort8(m_port, value);
+    return access(m_port, &IoDriver::writePort8, value);
 }
-
 bool IoPort::imp_write16(unsigned short value) const {
-    IoDriver driver;
-    return driver.openDriver() && driver.writePort16(m_port, value);
+    return access(m_port, &IoDriver::writePort16, value);
 }
-
 bool IoPort::imp_write32(unsigned int value) const {
-    IoDriver driver;
-    return driver.openDriver() && driver.writePort32(m_port, value);
+    return access(m_port, &IoDriver::writePort32, value);
 }
 
 } // namespace libQuarrow::io

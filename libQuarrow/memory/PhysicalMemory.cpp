@@ -1,7 +1,7 @@
 #include <libQuarrow/memory/PhysicalMemory.h>
 
 #include <libKernelMode/MemDriver.h>
-#include <zel/Log.h>
+#include <libQuarrow/DefectLog.h>
 
 #include <boost/optional.hpp>
 
@@ -86,7 +86,7 @@ bool PhysicalMemory::meetsAccessUnitRequirements(AccessUnit unit, std::uint64_t 
     case AccessUnit64:
         return offset % unit == 0 && size % unit == 0;
     default:
-        zel::LogFactory::channel("DEFECT.GENERIC").log(zel::LogFailure, __LINE__, "Unknown access unit type");
+        defectLog().log(zel::LogFailure, __LINE__, "Unknown access unit type");
         return false;
     }
 }

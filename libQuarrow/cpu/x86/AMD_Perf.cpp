@@ -1,6 +1,7 @@
 #include <libQuarrow/cpu/x86/AMD_Perf.h>
 
 #include <libQuarrow/cpu/x86/x86_cpu.h>
+#include <libQuarrow/cpu/x86/x86_speed_reader.h>
 
 #include <algorithm>
 
@@ -14,10 +15,6 @@ constexpr std::uint32_t msrPState0 = 0xC0010064;
 constexpr std::uint32_t pStateRegisters = 8;
 constexpr std::uint32_t msrCofVidStatus = 0xC0010071; // families 0x10 to 0x16; bits 54:49 MainPllOpFidMax
 constexpr std::uint32_t lastCofVidFamily = 0x16;
-
-constexpr std::uint32_t bits(std::uint64_t value, unsigned int high, unsigned int low) {
-    return static_cast<std::uint32_t>(value >> low & ((std::uint64_t{1} << (high - low + 1)) - 1));
-}
 
 // The frequency in MHz; 0 for an encoding that stands for none.
 double coreMHz(AmdPStateLayout layout, std::uint64_t pstate, double pllMHz) {

@@ -6,6 +6,7 @@
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
+#include <libQuarrow/cpu/x86/x86_threads_per_core.h>
 
 namespace libQuarrow::cpu {
 
@@ -86,21 +87,21 @@ x86_CacheAssociativity x86_amd_info::getL2OrL3CacheAssoc(std::uint32_t code) con
 
 // By what is known of the families, replacing what the records say (an Intel processor's would only be filled in).
 void x86_amd_info::determineCacheSharingByCPUType(x86_caches& caches) const {
-    const std::uint32_t cores = m_cpu->getNumberCoresPerPhysicalPackage();
-    const std::uint32_t threads = m_cpu->getNumberThreadsPerPhysicalPackage();
-    if (cores == 0) {
+    const boost::optional<std::uint32_t> perCore = threadsPerCore(*m_cpu);
+    if (!perCore) {
         return; // not known: neither is who shares
     }
+    const bool oneCore = m_cpu->getNumberCoresPerPhysicalPackage() == 1;
     const std::uint32_t family = m_cpu->getSignature().displayFamily;
     const bool l2PerCore = (family >= 0x0F && family <= 0x12) || family == 0x14;
     const bool l3PerPackage = family == 0x10 || family == 0x11;
     for (std::size_t i = 0; i < caches.size(); ++i) {
         x86_cache& cache = caches[i];
         const x86_CacheLevel level = cache.getCacheLevel();
-        if (cores == 1 || (level == x86_cache_level_3 && l3PerPackage)) {
-            cache.setThreadsSharing(threads);
-        } else if (level == x86_cache_level_1 || (level == x86_cache_level_2 && l2PerCore)) {
-            cache.setThreadsSharing(threads / cores);
+        if (oneCore || level == x86_cache_level_1 || (level == x86_cache_level_2 && l2PerCore)) {
+            cache.setThreadsSharing(*perCore);
+        } else if (level == x86_cache_level_3 && l3PerPackage) {
+            cache.setThreadsSharing(m_cpu->getNumberThreadsPerPhysicalPackage());
         }
     }
 }

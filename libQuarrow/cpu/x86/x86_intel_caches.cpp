@@ -6,6 +6,7 @@
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_intel_cache_descriptors.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
+#include <libQuarrow/cpu/x86/x86_threads_per_core.h>
 
 namespace libQuarrow::cpu {
 namespace {
@@ -117,20 +118,15 @@ void x86_intel_info::addCacheOrTLBEntry(zel::Array<x86_cache>& caches, std::uint
 }
 
 void x86_intel_info::determineCacheSharingByCPUType(x86_caches& caches) const {
-    const std::uint32_t cores = m_cpu->getNumberCoresPerPhysicalPackage();
-    const std::uint32_t threads = m_cpu->getNumberThreadsPerPhysicalPackage();
-    if (cores == 0) {
+    const boost::optional<std::uint32_t> perCore = threadsPerCore(*m_cpu);
+    if (!perCore) {
         return; // not known: neither is who shares
     }
+    const bool oneCore = m_cpu->getNumberCoresPerPhysicalPackage() == 1;
     for (std::size_t i = 0; i < caches.size(); ++i) {
         x86_cache& cache = caches[i];
-        if (cache.getThreadsSharing() != 0) {
-            continue;
-        }
-        if (cores == 1) {
-            cache.setThreadsSharing(threads);
-        } else if (cache.getCacheLevel() == x86_cache_level_1) {
-            cache.setThreadsSharing(threads / cores);
+        if (cache.getThreadsSharing() == 0 && (oneCore || cache.getCacheLevel() == x86_cache_level_1)) {
+            cache.setThreadsSharing(*perCore);
         }
     }
 }

@@ -1,7 +1,7 @@
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 
+#include <libQuarrow/DefectLog.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
-#include <libQuarrow/cpu/x86/x86_intel_log.h>
 #include <libQuarrow/cpu/x86/x86_intel_steppings.h>
 
 namespace libQuarrow::cpu {

@@ -22,10 +22,6 @@ constexpr std::uint64_t laterBusClock = 100000000;
 // Newer processors than the product classes know have MSR_PLATFORM_INFO where they have this CPUID leaf.
 constexpr std::uint32_t crystalLeaf = 0x15;
 
-constexpr std::uint32_t bits(std::uint64_t value, unsigned int high, unsigned int low) {
-    return static_cast<std::uint32_t>(value >> low & ((std::uint64_t{1} << (high - low + 1)) - 1));
-}
-
 template <std::size_t count>
 boost::optional<std::uint64_t> busClockOf(std::uint32_t code, const IntelBusClock (&clocks)[count]) {
     for (const IntelBusClock& row : clocks) {

@@ -2,6 +2,7 @@
 
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 
+#include <libQuarrow/DefectLog.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_intel_log.h>
 #include <libQuarrow/cpu/x86/x86_intel_tcc_activation.h>
@@ -11,7 +12,7 @@
 namespace libQuarrow::cpu {
 namespace {
 
-constexpr std::uint32_t msrThermalChoice = 0xEE;      // Core, Core 2; bit 30 set: the lower of two temperatures
+constexpr std::uint32_t msrThermalChoice = 0xEE;      // Core, Core 2
 constexpr std::uint32_t msrTemperatureTarget = 0x1A2; // MSR_TEMPERATURE_TARGET; bits 23 to 16: degrees Celsius
 
 struct AtomTemperature {
@@ -25,6 +26,16 @@ constexpr AtomTemperature atomTemperatures[] = {
     {";230;330;N270;Z500;Z510;Z515;Z520;Z530;Z530P;Z540;Z550;Z510P;Z2760", 90},
     {";Z520PT;Z510PT", 110},
 };
+
+// MSR 0xEE bit 30: the lower or the higher of two temperatures.
+bool chooseTemperature(const x86_cpu& cpu, std::uint32_t lower, std::uint32_t higher, std::uint32_t& temperature) {
+    std::uint64_t value = 0;
+    if (!cpu.callRDMSR(msrThermalChoice, value)) {
+        return false;
+    }
+    temperature = (value >> 30 & 1) != 0 ? lower : higher;
+    return true;
+}
 
 bool containsAny(const zel::String& text, const char* fragments) {
     const zel::Array<zel::String> list = zel::String(fragments).split(";");
@@ -41,26 +52,18 @@ bool x86_intel_info::getTCCActivationTemperature(std::uint32_t& temperature) con
 
 // What the processor's class has for it: a register or a list. One that fails leads to no other.
 bool x86_intel_info::readTCCActivationTemperature(std::uint32_t& temperature) const {
-    std::uint64_t value = 0;
     if (isType(CoreDuoSoloFamily) || (isType(Merom) && m_signature.signature >= 0x6F4)) {
-        if (!m_cpu->callRDMSR(msrThermalChoice, value)) {
-            return false;
-        }
-        temperature = (value >> 30 & 1) != 0 ? 85 : 100;
-        return true;
+        return chooseTemperature(*m_cpu, 85, 100, temperature);
     }
     if (isType(Penryn)) {
-        if (!m_cpu->callRDMSR(msrThermalChoice, value)) {
-            return false;
-        }
-        temperature = (value >> 30 & 1) != 0 ? 90 : 105;
-        return true;
+        return chooseTemperature(*m_cpu, 90, 105, temperature);
     }
     if (isType(Wolfdale)) {
         return getWolfdale_TCCActivationTemp(temperature);
     }
     if (isType(NehalemFamily | SandyBridgeFamily | IvyBridgeFamily | HaswellFamily | BroadwellFamily | Skylake |
                Silvermont | Braswell | KabyLake)) {
+        std::uint64_t value = 0;
         if (!m_cpu->callRDMSR(msrTemperatureTarget, value)) {
             return false;
         }

@@ -1,6 +1,7 @@
 #include <libQuarrow/cpu/x86/x86_physical_cpu.h>
 
 #include <libQuarrow/cpu/x86/x86_caches.h>
+#include <libQuarrow/cpu/x86/x86_threads_per_core.h>
 
 #include <utility>
 
@@ -10,15 +11,14 @@ namespace {
 // What adding the caches of `cpu` once per thread of its core comes to: records with topology IDs are one cache however
 // often they are added, of the others the instances add up.
 void appendCachesPerThread(const x86_cpu& cpu, zel::Array<x86_cache>& all) {
-    const std::uint32_t cores = cpu.getNumberCoresPerPhysicalPackage();
-    const std::uint32_t threadsPerCore = cores == 0 ? 0 : cpu.getNumberThreadsPerPhysicalPackage() / cores;
-    if (threadsPerCore == 0) {
+    const std::uint32_t times = threadsPerCore(cpu).value_or(0);
+    if (times == 0) {
         return;
     }
     x86_caches caches;
     cpu.getCaches(caches);
     for (x86_cache cache : caches) {
-        cache.setInstanceCount(cache.getInstanceCount() * threadsPerCore);
+        cache.setInstanceCount(cache.getInstanceCount() * times);
         all.append(cache);
     }
 }
