@@ -29,7 +29,8 @@ class FormatReader {
     virtual ~FormatReader() = default;
     // A line without its end.
     virtual LineKind read(std::string_view line) = 0;
-    // Whether a last line that has no line end is no more than the beginning of a value line.
+    // Whether more should follow a last line that has no line end: it is no more than the beginning of a value line, or
+    // it is a heading, or the beginning of one, whose values are missing.
     virtual bool breaksOff(std::string_view line) const = 0;
     // After the last line: what should still have come. Empty when all is there.
     virtual std::string missing() const { return {}; }

@@ -68,7 +68,7 @@ LineKind LibcpuidFormatReader::readElement(const ArrayRow& array, LineCursor cur
 
 // _________________ Logical CPU #0 _________________
 void LibcpuidFormatReader::readHeading(std::string_view line) {
-    LineCursor cursor(line.substr(std::min(line.size(), line.find_first_not_of('_'))));
+    LineCursor cursor(afterRuling(line, '_'));
     std::uint32_t number = 0;
     if (cursor.accept(" Logical CPU #") && cursor.decimal(number)) {
         builder().heading({number, boost::none});
@@ -76,6 +76,9 @@ void LibcpuidFormatReader::readHeading(std::string_view line) {
 }
 
 bool LibcpuidFormatReader::breaksOff(std::string_view line) const {
+    if (startsWith(line, "___")) {
+        return beginsLike(afterRuling(line, '_'), " Logical CPU #9");
+    }
     return !line.empty() && std::any_of(std::begin(arrays), std::end(arrays),
                                         [&](const ArrayRow& array) { return startsWith(array.name, line); });
 }

@@ -2,6 +2,7 @@
 
 #include <libQuarrow/os/cpuid_args.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -102,5 +103,23 @@ class LineCursor {
 
     std::string_view m_rest;
 };
+
+// What follows the row of `ruling`s that some headings begin with.
+inline std::string_view afterRuling(std::string_view line, char ruling) {
+    return line.substr(std::min(line.size(), line.find_first_not_of(ruling)));
+}
+
+// Whether `line` begins with `pattern`, or is itself no more than a beginning of that. A 9 in the pattern stands for
+// decimal digits.
+inline bool beginsLike(std::string_view line, std::string_view pattern) {
+    LineCursor cursor(line);
+    for (std::size_t i = 0; i < pattern.size() && !cursor.atEnd(); ++i) {
+        std::uint64_t number = 0;
+        if (pattern[i] == '9' ? !cursor.decimal(number) : !cursor.accept(pattern.substr(i, 1))) {
+            return false;
+        }
+    }
+    return !line.empty();
+}
 
 } // namespace libQuarrow::os

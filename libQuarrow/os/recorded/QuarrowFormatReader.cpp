@@ -224,7 +224,8 @@ LineKind QuarrowFormatReader::readPort(LineCursor cursor) {
 bool QuarrowFormatReader::breaksOff(std::string_view line) const {
     LineCursor cursor(line);
     cursor.skipBlanks();
-    return cursor.rest() == "0";
+    return cursor.rest() == "0" || beginsLike(cursor.rest(), "CPU: group 9 bit 9") ||
+           beginsLike(cursor.rest(), "CPU 9: group 9 bit 9");
 }
 
 std::string QuarrowFormatReader::missing() const {

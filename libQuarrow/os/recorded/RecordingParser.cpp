@@ -9,7 +9,7 @@
 namespace libQuarrow::os {
 namespace {
 
-constexpr const char* brokenOff = "the file breaks off in the middle of a line: ";
+constexpr const char* brokenOff = "the file breaks off here: ";
 
 // What is wrong with a text in which no format found a value.
 std::string withoutValues(std::string_view text) {
@@ -70,7 +70,8 @@ bool RecordingParser::readLine(std::string_view line, bool terminated) {
             return settle(i);
         }
         if (kind == LineKind::malformed && m_candidates[i].mistake.empty()) {
-            const char* expected = cut ? "expected the rest of it" : reader.expected();
+            const char* expected =
+                cut ? "expected the rest of the line and, after a heading, its values" : reader.expected();
             if (!note(m_candidates[i], terminated ? expected : std::string(brokenOff) + expected)) {
                 return false;
             }

@@ -114,11 +114,10 @@ LineKind ReportTextReader::readMsr(LineCursor cursor) {
     return LineKind::other;
 }
 
-// ------[ CPUID Registers / Logical CPU #0 ]------, ------[ Logical CPU #1 Virtual ]------, ------[ MSR Registers
-// ]------
+// ------[ CPUID Registers / Logical CPU #0 ]------, ------[ Logical CPU #1 Virtual ]------,
+// ------[ MSR Registers ]------
 void ReportTextReader::readBracketHeading(std::string_view line) {
-    LineCursor cursor(
-        line.substr(line.find_first_not_of('-') == std::string_view::npos ? line.size() : line.find_first_not_of('-')));
+    LineCursor cursor(afterRuling(line, '-'));
     if (!cursor.accept("[ ")) {
         return;
     }
@@ -197,6 +196,17 @@ void ReportTextReader::readGroupHeading(LineCursor cursor) {
 }
 
 bool ReportTextReader::breaksOff(std::string_view line) const {
+    if (startsWith(line, "---")) {
+        const std::string_view heading = afterRuling(line, '-');
+        return startsWith(heading, "[") &&
+               (heading.find(']') == std::string_view::npos || startsWith(heading, "[ MSR Registers") ||
+                heading.find("Logical CPU #") != std::string_view::npos);
+    }
+    for (const std::string_view heading : {"CPUID Registers (CPU #9", "CPU#9 AffMask: 0", "Group: 0x"}) {
+        if (beginsLike(line, heading)) {
+            return true;
+        }
+    }
     for (const std::string_view keyword : {"CPUID", "MSR"}) {
         if (!line.empty() && startsWith(keyword, line)) {
             return true;
