@@ -1,5 +1,6 @@
 #include <libQuarrow/cpu/ICpuTemperatureAccessor.h>
 
+#include <boost/optional/optional_io.hpp>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -9,22 +10,19 @@ using Reading = boost::optional<zel::Temperature>;
 
 namespace {
 
-class FixedAccessor : public ICpuTemperatureAccessor {
-  public:
-    FixedAccessor(Reading current, Reading threshold) : m_current(current), m_threshold(threshold) {}
+struct FixedAccessor : ICpuTemperatureAccessor {
+    FixedAccessor(Reading now, Reading limit) : current(now), threshold(limit) {}
     ICpuTemperatureAccessor* clone() const override { return new FixedAccessor(*this); }
     bool getCurrentTemperature(zel::Temperature& temperature) const override {
-        temperature = m_current.value_or(temperature);
-        return m_current.has_value();
+        temperature = current.value_or(temperature);
+        return current.has_value();
     }
-    bool getTemperatureThreshold(zel::Temperature& threshold) const override {
-        threshold = m_threshold.value_or(threshold);
-        return m_threshold || ICpuTemperatureAccessor::getTemperatureThreshold(threshold);
+    bool getTemperatureThreshold(zel::Temperature& temperature) const override {
+        temperature = threshold.value_or(temperature);
+        return threshold || ICpuTemperatureAccessor::getTemperatureThreshold(temperature);
     }
 
-  private:
-    Reading m_current;
-    Reading m_threshold;
+    Reading current, threshold;
 };
 
 TEST(ICpuTemperatureAccessor, offset_of_whole_degrees) {
@@ -46,8 +44,8 @@ TEST(ICpuTemperatureAccessor, offset_of_whole_degrees) {
         EXPECT_EQ(info->temperature.has_value(), test.current.has_value());
         EXPECT_EQ(info->threshold.has_value(), test.threshold.has_value());
         EXPECT_FALSE(info->reserved);
-        ASSERT_EQ(info->thresholdOffset.has_value(), test.offset.has_value());
-        EXPECT_EQ(info->thresholdOffset.value_or(zel::Temperature(0)).getIntegerValue(), test.offset.value_or(0));
+        const auto offset = info->thresholdOffset.map([](const auto& value) { return value.getIntegerValue(); });
+        EXPECT_EQ(offset, test.offset);
     }
     EXPECT_FALSE(FixedAccessor(boost::none, boost::none).getTemperatureInfo());
 }
