@@ -4,6 +4,7 @@
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <tests/support/CountingMachine.h>
 
+#include <initializer_list>
 #include <vector>
 
 namespace testing_support {
@@ -19,6 +20,7 @@ struct BuiltProcessor {
         recorded.msrs[number] = value;
         return static_cast<Self&>(*this);
     }
+    operator const libQuarrow::os::RecordedProcessor&() const { return recorded; }
 
     libQuarrow::os::RecordedProcessor recorded;
 };
@@ -28,12 +30,14 @@ struct CurrentMachine {
     template <class Processor>
     explicit CurrentMachine(const std::vector<Processor>& processors)
         : machine(recording(processors)), counting(machine), scope(counting) {}
+    explicit CurrentMachine(std::initializer_list<libQuarrow::os::RecordedProcessor> processors)
+        : CurrentMachine(std::vector(processors)) {}
 
     template <class Processor>
     static libQuarrow::os::Recording recording(const std::vector<Processor>& processors) {
         libQuarrow::os::Recording all;
         for (const Processor& processor : processors) {
-            all.processors.push_back(processor.recorded);
+            all.processors.push_back(processor);
             all.processors.back().bit = static_cast<std::uint8_t>(all.processors.size() - 1);
         }
         return all;
@@ -49,5 +53,13 @@ struct CurrentMachine {
 inline libQuarrow::cpu::AffinityMask maskOf(unsigned int bit) {
     return libQuarrow::cpu::AffinityMask(libQuarrow::cpu::WinAffinity(std::uint64_t{1} << bit));
 }
+
+// The machine of one processor.
+struct OneProcessor : CurrentMachine {
+    explicit OneProcessor(const libQuarrow::os::RecordedProcessor& processor)
+        : CurrentMachine({processor}), cpu(maskOf(0), true, 0, 0) {}
+
+    libQuarrow::cpu::x86_cpu cpu;
+};
 
 } // namespace testing_support

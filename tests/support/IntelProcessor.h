@@ -30,12 +30,9 @@ struct IntelProcessor : BuiltProcessor<IntelProcessor> {
     }
 };
 
-// The machine of that one processor, current as long as it lives.
-struct IntelMachine : CurrentMachine {
-    explicit IntelMachine(const IntelProcessor& processor)
-        : CurrentMachine(std::vector{processor}), cpu(maskOf(0), true, 0, 0), info(cpu) {}
+struct IntelMachine : OneProcessor {
+    explicit IntelMachine(const IntelProcessor& processor) : OneProcessor(processor), info(cpu) {}
 
-    libQuarrow::cpu::x86_cpu cpu;
     libQuarrow::cpu::x86_intel_info info;
 };
 

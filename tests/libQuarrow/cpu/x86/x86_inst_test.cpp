@@ -49,7 +49,7 @@ TEST_F(NativeInst, FeatureQuestionsAreAlwaysTrueAndStillAsk) {
 TEST(Inst, MsrAccessIsSilentAboutFailure) {
     testing_support::AmdProcessor processor(0xF4A);
     processor.recorded.msrs[0x10] = 7;
-    testing_support::CurrentMachine current(std::vector{processor});
+    testing_support::CurrentMachine current({processor});
     const testing_support::LogCapture log;
     std::uint64_t value = 1;
     EXPECT_FALSE(x86_inst::callRDMSR(0x11, value, nullptr));

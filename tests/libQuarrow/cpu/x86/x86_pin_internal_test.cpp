@@ -26,7 +26,7 @@ class Pin : public testing::Test {
         return machine.counts().affinitySets - before;
     }
 
-    CurrentMachine machine{std::vector{AmdProcessor(0x100F42), AmdProcessor(0x100F43)}};
+    CurrentMachine machine{{AmdProcessor(0x100F42), AmdProcessor(0x100F43)}};
     x86_cpu first{maskOf(0), true, 0, 0};
     x86_cpu second{maskOf(1), true, 0, 0};
 };
@@ -57,7 +57,7 @@ TEST_F(Pin, AnotherProcessorOrScopeNests) {
 TEST_F(Pin, NotOfAnotherMachineOrThread) {
     const x86_pin pin(second);
     std::thread([this] { EXPECT_EQ(signatureOn(second), 0x100F43u); }).join();
-    const CurrentMachine other(std::vector{AmdProcessor(0xF00), AmdProcessor(0xF01)});
+    const CurrentMachine other({AmdProcessor(0xF00), AmdProcessor(0xF01)});
     EXPECT_EQ(signatureOn(x86_cpu(maskOf(1), true, 0, 0)), 0xF01u);
 }
 
