@@ -4,6 +4,8 @@
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 
 #include <algorithm>
+#include <map>
+#include <tuple>
 
 namespace quarrow {
 
@@ -13,19 +15,6 @@ using libQuarrow::cpu::x86_cpu;
 using libQuarrow::cpu::x86_physical_cpu;
 
 namespace {
-
-template <class Record>
-Record& findOrAdd(std::vector<Record>& records, const x86_cache& cache, libQuarrow::cpu::ComparisonType comparison) {
-    const auto found = std::find_if(records.begin(), records.end(), [&](const Record& record) {
-        return record.cache.compareCaches(cache, comparison).value_or(false);
-    });
-    if (found != records.end()) {
-        return *found;
-    }
-    records.emplace_back();
-    records.back().cache = cache;
-    return records.back();
-}
 
 // Some processors tell only how many share a cache. Those are the ones whose APIC IDs differ in no more than the low
 // bits, as many as that number needs: the rule of Intel's leaf 4, and by AMD64 manual volume 3 (Fn8000_001D) of AMD's
@@ -44,10 +33,48 @@ void completeTopologyIds(x86_cache& cache, const x86_cpu& cpu) {
     cache.setTopologyIds(id, static_cast<std::uint32_t>(~(span - 1)));
 }
 
+auto propertiesOf(const x86_cache& cache) {
+    std::uint64_t size = 0;
+    libQuarrow::cpu::CacheSizeBaseUnitType unit{};
+    cache.getCacheSize(size, unit);
+    return std::make_tuple(cache.getCacheLevel(), cache.getCacheType(), cache.getAssociativity(),
+                           cache.getLineSizeBytes(), size, unit);
+}
+
+// Sorts the caches of processors by kind and instance, each kind and instance where it was first seen.
+class Sorter {
+  public:
+    void add(const x86_cache& cache, const x86_cpu& cpu) {
+        const std::size_t number = m_kindNumbers.emplace(propertiesOf(cache), kinds.size()).first->second;
+        if (number == kinds.size()) {
+            kinds.emplace_back().cache = cache;
+        }
+        CacheKind& kind = kinds[number];
+        std::uint32_t id = 0;
+        std::uint32_t mask = 0;
+        if (!cache.getTopologyIds(id, mask)) {
+            kind.instancesKnown = false;
+            return;
+        }
+        const auto place = std::make_tuple(number, id, mask);
+        const std::size_t instance = m_instanceNumbers.emplace(place, kind.instances.size()).first->second;
+        if (instance == kind.instances.size()) {
+            kind.instances.emplace_back();
+        }
+        kind.instances[instance].push_back(&cpu);
+    }
+
+    std::vector<CacheKind> kinds;
+
+  private:
+    std::map<decltype(propertiesOf(x86_cache())), std::size_t> m_kindNumbers;
+    std::map<std::tuple<std::size_t, std::uint32_t, std::uint32_t>, std::size_t> m_instanceNumbers;
+};
+
 } // namespace
 
 std::vector<CacheKind> cacheKindsOf(const x86_physical_cpu& package) {
-    std::vector<CacheKind> kinds;
+    Sorter sorter;
     for (std::size_t i = 0; i < package.getThreadCount(); ++i) {
         const x86_cpu& cpu = package.getThread(i);
         x86_caches caches;
@@ -56,16 +83,12 @@ std::vector<CacheKind> cacheKindsOf(const x86_physical_cpu& package) {
         }
         for (x86_cache cache : caches) {
             completeTopologyIds(cache, cpu);
-            CacheKind& kind = findOrAdd(kinds, cache, libQuarrow::cpu::CompareProperties);
-            std::uint32_t id = 0;
-            std::uint32_t mask = 0;
-            kind.instancesKnown = kind.instancesKnown && cache.getTopologyIds(id, mask);
-            findOrAdd(kind.instances, cache, libQuarrow::cpu::ComparePropertiesAndTopology).processors.push_back(&cpu);
+            sorter.add(cache, cpu);
         }
     }
-    std::stable_sort(kinds.begin(), kinds.end(),
+    std::stable_sort(sorter.kinds.begin(), sorter.kinds.end(),
                      [](const CacheKind& a, const CacheKind& b) { return a.cache < b.cache; });
-    return kinds;
+    return std::move(sorter.kinds);
 }
 
 } // namespace quarrow

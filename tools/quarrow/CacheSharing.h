@@ -7,17 +7,12 @@
 
 namespace quarrow {
 
-// One cache and the logical processors that reported it.
-struct CacheInstance {
-    libQuarrow::cpu::x86_cache cache;
-    std::vector<const libQuarrow::cpu::x86_cpu*> processors;
-};
-
-// The caches of one kind in a package.
+// The caches of one kind in a package: of the same level, type, size and so on.
 struct CacheKind {
     libQuarrow::cpu::x86_cache cache;
-    std::vector<CacheInstance> instances; // only where the processors tell one from another
-    bool instancesKnown = true;
+    // For each cache of this kind, the logical processors that reported it. Incomplete unless instancesKnown.
+    std::vector<std::vector<const libQuarrow::cpu::x86_cpu*>> instances;
+    bool instancesKnown = true; // false: some do not tell one from another
 };
 
 // In the order of level and type.

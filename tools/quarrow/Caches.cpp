@@ -14,8 +14,8 @@ namespace {
 zel::String sharing(const CacheKind& kind) {
     if (kind.instancesKnown) {
         zel::Array<zel::String> sets;
-        for (const CacheInstance& instance : kind.instances) {
-            sets.append(numberRanges(instance.processors));
+        for (const auto& processors : kind.instances) {
+            sets.append(numberRanges(processors));
         }
         return zel::String::join(sets, " | ");
     }
