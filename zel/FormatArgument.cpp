@@ -79,8 +79,11 @@ class Formatter {
         if (contains("diuoxX", conversion.letter)) {
             appendInteger(conversion, argument);
         } else if (contains("eEfFgG", conversion.letter)) {
-            // {fmt} and the C library do not agree on %#g.
-            require(argument.kind == Kind::Double && !(conversion.has('#') && contains("gG", conversion.letter)));
+            // {fmt} and the C library do not agree on %#g. And {fmt} stops at 767 digits, of which 309 may stand before
+            // the point.
+            constexpr std::size_t mostDecimals = 450;
+            require(argument.kind == Kind::Double && !(conversion.has('#') && contains("gG", conversion.letter)) &&
+                    !(conversion.precision.value_or(0) > mostDecimals && contains("fF", conversion.letter)));
             appendNumber(conversion, argument.number);
         } else if (conversion.letter == 'c') {
             appendUnit(conversion, argument);

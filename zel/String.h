@@ -34,11 +34,12 @@ class ZEL_EXPORT String {
     explicit String(std::u16string units);
 
     // printf-like formatting, the same on every platform. Understands `%d %i %u %o %x %X %c %s %e %f %g %E %F %G %p %%`
-    // with flags (but not `%#g`), width and precision (both up to 65535; `*` takes them from an argument) and the
-    // length prefixes h, hh, l, ll, z, j, t, L, I32 and I64. A `%s` takes a `const char*` (read byte for byte; null is
-    // "(null)"), a std::string or a String. An argument's real type decides how it is read, never the length prefix, so
-    // a wrong prefix cannot read out of bounds; h and hh still narrow the value. A wrong conversion or a missing
-    // argument raises the assertion "format matches arguments"; surplus arguments are ignored.
+    // with flags (but not `%#g`), width and precision (both up to 65535, the precision of `%f` up to 450; `*` takes
+    // them from an argument) and the length prefixes h, hh, l, ll, z, j, t, L, I32 and I64. A `%s` takes a
+    // `const char*` (read byte for byte; null is "(null)"), a std::string or a String. An argument's real type decides
+    // how it is read, never the length prefix, so a wrong prefix cannot read out of bounds; h and hh still narrow the
+    // value. A wrong conversion or a missing argument raises the assertion "format matches arguments"; surplus
+    // arguments are ignored.
     template <class... Arguments>
     static String SprintfFormat(const char* format, const Arguments&... arguments);
 

@@ -13,7 +13,7 @@ using zel::String;
 
 template <class... Arguments>
 void expectAsTheCLibrary(const std::string& format, Arguments... arguments) {
-    char expected[512];
+    char expected[2048];
     std::snprintf(expected, sizeof expected, format.c_str(), arguments...);
     EXPECT_EQ(String::SprintfFormat(format.c_str(), arguments...).toUtf8(), expected) << format;
 }
@@ -67,6 +67,7 @@ TEST(SprintfFormat, FormatsTextsAsTheCLibraryDoes) {
     expectAsTheCLibrary("100%% %d%%", 7);
     expectAsTheCLibrary("%*d|%-*d|%.*f|%*s", 6, 42, 6, 42, 2, 1.2345, -6, "ab");
     expectAsTheCLibrary("%.*d|%.*f", -1, 42, -1, 1.5);
+    expectAsTheCLibrary("%.450f|%.450f", 1e308, 5e-324);
 }
 
 TEST(SprintfFormat, GivesTheseTexts) {
@@ -110,7 +111,7 @@ TEST(SprintfFormat, RaisesTheAssertionForWhatDoesNotMatch) {
                   "%99999999999999999999d", "% ", "%a", "%*5d"},
                  1);
     expectRaised({"%d", "%c", "%f", "%p", "%*s"}, "text");
-    expectRaised({"%d", "%s", "%X", "%c"}, 1.5);
+    expectRaised({"%d", "%s", "%X", "%c", "%.451f"}, 1.5);
     expectRaised({"%*d"}, std::numeric_limits<std::int64_t>::min(), 1);
 }
 
