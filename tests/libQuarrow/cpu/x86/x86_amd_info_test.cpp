@@ -1,7 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_amd_info.h>
 #include <tests/support/AmdProcessor.h>
 #include <tests/support/CacheTexts.h>
-#include <tests/support/CountingMachine.h>
 #include <tests/support/LogCapture.h>
 
 #include <gtest/gtest.h>
@@ -13,12 +12,9 @@ using testing_support::AmdProcessor;
 
 namespace {
 
-struct AmdMachine : testing_support::CurrentMachine {
-    explicit AmdMachine(const AmdProcessor& processor)
-        : CurrentMachine(std::vector<AmdProcessor>{processor}), cpu(AffinityMask(WinAffinity(1)), true, 0, 0),
-          info(cpu) {}
+struct AmdMachine : testing_support::OneProcessor {
+    explicit AmdMachine(const AmdProcessor& processor) : OneProcessor(processor), info(cpu) {}
 
-    x86_cpu cpu;
     x86_amd_info info;
 };
 
@@ -133,21 +129,18 @@ TEST(x86_amd_info, caches_of_the_deterministic_leaf_come_first) {
         processor.leaf(0x80000001, {0, 0, supported ? 1u << 22 : ~(1u << 22), 0});
         processor.leaf(0x8000001D, {0x00004143, 0x03C0003F, 0x000007FF, 0}); // for two
         AmdMachine machine(processor);
-        CountingMachine counting(machine.machine);
-        const libQuarrow::os::ScopedMachine scope(counting);
-        const x86_cpu cpu(AffinityMask(WinAffinity(1)), true, 0, 0);
         zel::Array<x86_cache> found{x86_cache(), x86_cache()};
-        EXPECT_EQ(Access::getCacheTopologyInfo(cpu, found), supported);
+        EXPECT_EQ(Access::getCacheTopologyInfo(machine.cpu, found), supported);
         EXPECT_EQ(found.size(), supported ? 1u : 2u); // refused: left as it was
         const testing_support::LogCapture log;
-        counting.counts = {};
+        machine.counts() = {};
         x86_caches caches;
-        ASSERT_TRUE(cpu.getCaches(caches));
-        EXPECT_EQ(counting.counts.affinitySets, 2u); // there and back
-        const char* const legacy = "L1D 0/0 Unknown x1, L1I 0/0 Unknown x1, L2U 0/0 Unknown x0";
+        ASSERT_TRUE(machine.info.getCaches(caches));
+        EXPECT_EQ(machine.counts().affinitySets, 2u); // there and back
         const std::string message = "1 libQuarrow.x86_vendor_info: CPUID - Cache topology supported: ";
         EXPECT_EQ(log.messages(), std::vector<std::string>{message + (supported ? "yes" : "no")});
-        EXPECT_EQ(testing_support::textOf(caches), supported ? "L2U 2097152/64 16 x2" : legacy);
+        EXPECT_EQ(testing_support::textOf(caches),
+                  supported ? "L2U 2097152/64 16 x2" : "L1D 0/0 Unknown x1, L1I 0/0 Unknown x1, L2U 0/0 Unknown x0");
         EXPECT_FALSE(caches[0].matchesApicId(0)); // topology IDs are for Intel
     }
 }

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <tests/support/CacheTexts.h>
-#include <tests/support/CountingMachine.h>
 #include <tests/support/IntelProcessor.h>
 
 #include <string>
@@ -14,7 +13,7 @@ namespace {
 std::string cachesOf(const IntelProcessor& processor) {
     const IntelMachine intel(processor);
     x86_caches caches;
-    const bool found = intel.cpu.getCaches(caches);
+    const bool found = intel.info.getCaches(caches);
     EXPECT_EQ(found, !caches.isEmpty());
     return testing_support::textOf(caches);
 }
@@ -52,7 +51,6 @@ TEST(x86_intel_caches, come_from_leaves_4_and_2_and_0x80000006) {
         IntelProcessor processor;
         std::string caches;
     } cases[] = {
-        {"leaf 4", haswell(), "L1D 32768/64 8 x2, L1I 32768/64 8 x2, L2U 262144/64 8 x2, L3U 8388608/64 16 x16"},
         {"a trace cache (0x70) comes from leaf 2 all the same, the L2 there (0x7A) does not",
          haswell().leaf(2, {0x007A7001, 0, 0, 0}),
          "L1D 32768/64 8 x2, L1I 32768/64 8 x2, L1T 12288 uops/0 8 x1, L2U 262144/64 8 x2, L3U 8388608/64 16 x16"},
@@ -101,15 +99,11 @@ TEST(x86_intel_caches, come_from_leaves_4_and_2_and_0x80000006) {
 
 TEST(x86_intel_caches, cost_one_migration) {
     IntelMachine intel(haswell());
-    CountingMachine counting(intel.machine);
-    const libQuarrow::os::ScopedMachine scope(counting);
-    const x86_cpu cpu(AffinityMask(WinAffinity(1)), true, 0, 0);
-    cpu.vendorInfo();
-    counting.counts = {};
+    intel.counts() = {};
     x86_caches caches;
-    EXPECT_TRUE(cpu.getCaches(caches));
-    EXPECT_EQ(counting.counts.cpuid, 6u);        // leaf 2 and five sub-leaves of leaf 4
-    EXPECT_EQ(counting.counts.affinitySets, 2u); // there and back
+    EXPECT_TRUE(intel.info.getCaches(caches));
+    EXPECT_EQ(intel.counts().cpuid, 6u);        // leaf 2 and five sub-leaves of leaf 4
+    EXPECT_EQ(intel.counts().affinitySets, 2u); // there and back
 }
 
 TEST(x86_intel_caches, know_which_processors_leaf_4_means) {
