@@ -20,13 +20,14 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     explicit CountingMachine(libQuarrow::os::Machine& machine) : m_machine(machine) {}
 
     Counts counts;
+    libQuarrow::os::Clock* clockInstead = nullptr; // null: the machine's own
 
     libQuarrow::os::Instructions& instructions() override { return *this; }
     std::shared_ptr<libQuarrow::cpu::AffinityAPI> createAffinityAPI() override {
         auto api = m_machine.createAffinityAPI();
         return api ? std::make_shared<Affinities>(std::move(api), counts) : nullptr;
     }
-    libQuarrow::os::Clock& clock() override { return m_machine.clock(); }
+    libQuarrow::os::Clock& clock() override { return clockInstead != nullptr ? *clockInstead : m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
 
   private:
