@@ -8,7 +8,9 @@ here=$(cd "$(dirname "$0")/.." && pwd)
 : "${WINEPREFIX:=$here/build/wine}"
 : "${WINEDEBUG:=-all}"
 : "${WINEDLLOVERRIDES:=mscoree=;mshtml=;winemenubuilder.exe=}"
-export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES
+# Else file names that are not ASCII do not reach the disk.
+: "${LC_ALL:=C.UTF-8}"
+export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES LC_ALL
 mkdir -p "$WINEPREFIX"
 
 # The first of the programs that there is.
