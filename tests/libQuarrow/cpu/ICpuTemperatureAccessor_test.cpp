@@ -46,6 +46,7 @@ TEST(ICpuTemperatureAccessor, offset_of_whole_degrees) {
         EXPECT_FALSE(info->reserved);
         const auto offset = info->thresholdOffset.map([](const auto& value) { return value.getIntegerValue(); });
         EXPECT_EQ(offset, test.offset);
+        EXPECT_EQ(info->thresholdOffset.value_or(zel::Temperature()).getPrecision(), 0u);
     }
     EXPECT_FALSE(FixedAccessor(boost::none, boost::none).getTemperatureInfo());
 }
