@@ -1,49 +1,37 @@
 #include <tests/corpus/Table.h>
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
-std::vector<std::string> splitAt(const std::string& text, char separator) {
-    std::vector<std::string> pieces(1);
-    for (const char c : text) {
-        if (c == separator) {
-            pieces.emplace_back();
-        } else {
-            pieces.back() += c;
-        }
-    }
-    return pieces;
-}
-
-Table::Table(const std::string& path) {
+std::vector<Row> readTable(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
+    std::vector<Row> rows;
     std::vector<std::string> names;
     for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
+        line.erase(std::min(line.find('\r'), line.size()));
+        std::istringstream cells(line);
         if (line.empty() || line.front() == '#') {
             continue;
         }
-        const std::vector<std::string> cells = splitAt(line, '\t');
         if (names.empty()) {
-            names = cells;
+            for (std::string name; std::getline(cells, name, '\t');) {
+                names.push_back(name);
+            }
             continue;
         }
-        Row row;
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            row[names[i]] = i < cells.size() ? cells[i] : std::string();
+        Row& row = rows.emplace_back();
+        for (const std::string& name : names) {
+            std::getline(cells, row[name], '\t'); // a cell that is missing is empty
         }
-        m_rows.push_back(std::move(row));
     }
+    return rows;
 }
 
-std::vector<Table::Row> Table::rowsOf(const std::string& file) const {
+std::vector<Row> rowsOf(const std::vector<Row>& table, const std::string& file) {
     std::vector<Row> found;
-    for (const Row& row : m_rows) {
-        if (row.at("file") == file) {
-            found.push_back(row);
-        }
-    }
+    std::copy_if(table.begin(), table.end(), std::back_inserter(found),
+                 [&file](const Row& row) { return row.at("file") == file; });
     return found;
 }
