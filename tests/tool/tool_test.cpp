@@ -3,9 +3,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <regex>
 #include <set>
+#include <sstream>
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -17,68 +21,113 @@ namespace {
 const char* const intel = "intel-2p-smt.txt";
 const char* const amd = "amd-family17-smt.txt";
 const char* const unknownMaker = "two-groups-unknown-maker.txt";
+const char* const rich = "intel-thermal.txt"; // has MSRs, memory, ports and a time-stamp counter
 const char* const guest = "guest-epyc-2cpu-a10f11.txt";
 
 std::string of(const char* name, const std::string& command) {
     return "--machine " + quoted(machine(name)) + " " + command;
 }
 
-// What the commands say to people, on machines whose answers are known.
-TEST(Tool, ReportsToPeople) {
-    const struct {
-        const char* machine;
-        const char* command;
-        std::vector<const char*> texts;
-    } cases[] = {
-        {intel,
-         "cpus 5",
-         {"CPU Name            : Intel\u00ae Xeon\u00ae CPU X5650 @ 2.67GHz\n", "Logical CPU Number  : 5\n",
-          "APIC ID             : 11h\n", "Location            : CPU:0:0:1:0:1\n", "Revision            : C0\n",
-          "Technology          : 32 nm\n", "Intel type          : NehalemFamily, WestmereCore\n",
-          "Processor number    : X5650\n", "Designed frequency  : 2670 MHz\n"}},
-        {intel,
-         "",
-         {"PHYSICAL_CPU[1]  : CPU:0:0:1:*:* - Intel\u00ae", "Caches of PHYSICAL_CPU[1]:\n   Cache Level     : L1\n"}},
-        {intel,
-         "caches",
-         {"L2 Unified       : 2 x 256 KB, 8-Way Set-Associative, 64 bytes per line\n     logical CPUs   : 4-5 | 6-7\n",
-          "L3 Unified       : 12 MB, 16-Way Set-Associative, 64 bytes per line\n     logical CPUs   : 4-7\n"}},
-        // AMD's leaf gives the number of threads that share only.
-        {amd,
-         "caches",
-         {"L1 Data          : 2 x 32 KB, 8-Way Set-Associative, 64 bytes per line\n     logical CPUs   : 0-1 | 2-3\n",
-          "L3 Unified       : 4 MB, 16-Way Set-Associative, 64 bytes per line\n     logical CPUs   : 0-3\n"}},
-        {amd, "features", {"Logical CPUs        : 0-3\n", "Allowed features    : CPUID, AVX, MSR, TSC, AVX2\n"}},
-        {unknownMaker,
-         "features",
-         {"Logical CPUs        : 0, 2\nSupported features  : CPUID, MMX, CMPXCHG8B, TSC, FPU\n",
-          "\nLogical CPUs        : 4\nSupported features  : CPUID, TSC, FPU\n"}},
-        {unknownMaker, "caches", {"not known"}},
-        {unknownMaker, "tree", {"Caches of PHYSICAL_CPU[2]: not known\n"}},
-        {unknownMaker,
-         "affinity",
-         {"System affinity     : 0:0000000000000005h/1:0000000000000002h (3 logical processors)\n"}},
-        {unknownMaker, "affinity 1:2", {"Group 1             : 1\n", "Logical CPU Number  : 4\n"}},
-        {guest,
-         "tree",
-         {"PHYSICAL_CPU[0]  : CPU:0:0:0:*:* - AMD EPYC\n", "THREAD[0]   : CPU:0:0:0:1:0 - APICID:00000001h"}},
-    };
-    for (const auto& row : cases) {
-        const ToolRun run = runTool(of(row.machine, row.command));
-        EXPECT_EQ(run.status, 0) << row.command << ": " << run.err;
-        for (const char* text : row.texts) {
-            EXPECT_THAT(run.out, HasSubstr(text)) << row.machine << " " << row.command;
-        }
+void replaceAll(std::string& text, const std::string& what, const std::string& by) {
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
+        text.replace(at, what.size(), by);
     }
 }
 
-TEST(Tool, PrintsTheNamedProcessorsInTheOrderNamed) {
-    const std::string out = runTool(of(intel, "cpus 6 0x2")).out;
-    const std::size_t six = out.find("Logical CPU Number  : 6\n");
-    const std::size_t two = out.find("Logical CPU Number  : 2\n");
-    EXPECT_LT(six, two);
-    EXPECT_NE(two, std::string::npos);
-    EXPECT_THAT(out, Not(HasSubstr("Logical CPU Number  : 0\n")));
+// transcript.txt, to the letter.
+TEST(Tool, AnswersAsInTheTranscript) {
+    std::istringstream transcript(contentOf(QUARROW_SOURCE_DIR "/tests/tool/transcript.txt"));
+    std::string command;
+    std::string expected;
+    unsigned int commands = 0;
+    const auto check = [&] {
+        if (commands++ == 0) {
+            return; // the comment at the top
+        }
+        std::string arguments = command;
+        replaceAll(arguments, "MACHINES/", machine(""));
+        const ToolRun run = runTool(arguments);
+        std::string shown = run.out + run.err + (run.status == 0 ? "" : "[" + std::to_string(run.status) + "]\n");
+        replaceAll(shown, machine(""), "MACHINES/");
+        replaceAll(shown, "\r\n", "\n");
+        EXPECT_EQ(shown, expected) << command;
+    };
+    const std::string prompt = "$ quarrow ";
+    for (std::string line; std::getline(transcript, line);) {
+        if (line.substr(0, prompt.size()) == prompt) {
+            check();
+            command = line.substr(prompt.size());
+            expected.clear();
+        } else {
+            expected += line + "\n";
+        }
+    }
+    check();
+    EXPECT_GT(commands, 40u);
+}
+
+// Two packages of 64 cores of two threads; four cores share an L2 cache, sixteen an L3 cache.
+std::string largeMachine() {
+    std::string text = "Quarrow recording 1\n";
+    const auto leaf = [&text](std::array<unsigned int, 6> values) {
+        char line[100];
+        std::snprintf(line, sizeof line, "0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", values[0],
+                      values[1], values[2], values[3], values[4], values[5]);
+        text += line;
+    };
+    for (unsigned int n = 0; n < 256; ++n) {
+        text += "CPU " + std::to_string(n) + ":\n";
+        leaf({0, 0, 0xB, 0x756E6547, 0x6C65746E, 0x49656E69});
+        leaf({1, 0, 0x806F8, n << 24 | 0x800800, 0, 0x10000010});
+        leaf({4, 0, 0xFC004121, 0x1C0003F, 63, 0});   // L1d for 2 threads
+        leaf({4, 1, 0xFC01C143, 0x1C0003F, 1023, 0}); // L2 for 8
+        leaf({4, 2, 0xFC07C163, 0x1C0003F, 8191, 0}); // L3 for 32
+        leaf({0xB, 0, 1, 2, 0x100, n});
+        leaf({0xB, 1, 7, 128, 0x201, n});
+        leaf({0x80000000, 0, 0x80000004, 0, 0, 0});
+        leaf({0x80000002, 0, 0x3E263C, 0, 0, 0}); // its name is <&>
+    }
+    return text + "end of recording\n";
+}
+
+TEST(Picture, ShowsHundredsOfProcessorsEachOnce) {
+    const std::string path = scratch("large.txt");
+    const std::string svgPath = scratch("large.svg");
+    writeContent(path, largeMachine());
+    for (const std::size_t columns : {40, 80, 120}) {
+        std::istringstream rows(
+            runTool("picture --width " + std::to_string(columns) + " --machine " + quoted(path)).out);
+        std::set<int> seen;
+        std::size_t count = 0;
+        for (std::string row; std::getline(rows, row); ++count) {
+            const auto isFirstOfCharacter = [](char byte) { return (byte & 0xC0) != 0x80; };
+            EXPECT_LE(static_cast<std::size_t>(std::count_if(row.begin(), row.end(), isFirstOfCharacter)), columns);
+            const std::regex core("\\[ *([0-9]+) ([0-9]+)\\]");
+            for (std::sregex_iterator found(row.begin(), row.end(), core), end; found != end; ++found) {
+                EXPECT_TRUE(seen.insert(std::stoi((*found)[1])).second);
+                EXPECT_TRUE(seen.insert(std::stoi((*found)[2])).second);
+            }
+        }
+        EXPECT_EQ(seen.size(), 256u) << columns;
+        EXPECT_LT(count, 260u) << columns;
+    }
+    EXPECT_EQ(runTool("picture --svg " + quoted(svgPath) + " --machine " + quoted(path)).status, 0);
+    std::string svg = contentOf(svgPath);
+    EXPECT_THAT(svg, HasSubstr(">Package 1: &lt;&amp;&gt;</text>"));
+    EXPECT_THAT(svg, HasSubstr(">64 cores of 2 threads, each with L1d 32 KB</text>"));
+    const std::pair<const char*, int> elements[] = {
+        {"thread", 256}, {"core", 128}, {"l2", 32}, {"l3", 8}, {"package", 2}};
+    for (const auto& [kind, count] : elements) {
+        const std::regex element(std::string("<rect class=\"") + kind + "\"");
+        EXPECT_EQ(std::distance(std::sregex_iterator(svg.begin(), svg.end(), element), {}), count) << kind;
+    }
+}
+
+TEST(Tool, ShowsNoProgressButOnATerminal) {
+    const ToolRun run = runTool("speed");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
+    EXPECT_THAT(run.out, StartsWith("Speeds in MHz.\n\nCPU     TSC"));
 }
 
 TEST(Tool, KeepsTheControlCharactersOfARecordingFromTheTerminal) {
@@ -108,41 +157,17 @@ TEST(Tool, LogsToStandardErrorWhatThePriorityAdmits) {
     EXPECT_EQ(runTool(of(intel, "--log 4 cpus 0")).err, "");
 }
 
-TEST(Tool, DescribesAProcessorInJson) {
-    const json document = runToolForJson(of(intel, "--json"));
-    EXPECT_EQ(document["machine"], QUARROW_SOURCE_DIR "/tests/machines/intel-2p-smt.txt");
-    ASSERT_EQ(document["processors"].size(), 8u);
-    const json& cpu = document["processors"][5];
-    const json expected = {{"logicalCpuNumber", 5},
-                           {"affinity", "0:0000000000000020h"},
-                           {"location", "CPU:0:0:1:0:1"},
-                           {"apicId", 17},
-                           {"vendor", "GenuineIntel"},
-                           {"name", "Intel\u00ae Xeon\u00ae CPU X5650 @ 2.67GHz"},
-                           {"maxCpuid", 11},
-                           {"maxExtendedCpuid", 0x80000008},
-                           {"coresPerPackage", 2},
-                           {"threadsPerPackage", 4},
-                           {"maxAddressableCores", 8},
-                           {"maxAddressableThreads", 16},
-                           {"allowedFeatures", {"CPUID", "MSR", "TSC"}},
-                           {"revision", "C0"},
-                           {"technology", "32 nm"},
-                           {"socketType", nullptr},
-                           {"amd", nullptr}};
-    for (const auto& [name, value] : expected.items()) {
-        EXPECT_EQ(cpu[name], value) << name;
-    }
-    EXPECT_EQ(cpu["signature"],
-              json::parse(R"({"raw": 132802, "family": 6, "model": 12, "extFamily": 0, "extModel": 2, "stepping": 2,
-                              "displayFamily": 6, "displayModel": 44})"));
-    // Leaf 4 tells for how many APIC IDs there is room: 16 in a package of 4.
-    EXPECT_EQ(cpu["caches"][3],
-              json::parse(R"({"level": "L3", "type": "Unified", "associativity": "16-Way Set-Associative", "ways": 16,
-                              "lineSizeBytes": 64, "sizeBytes": 12582912, "sizeMicroOps": null, "threadsSharing": 16,
-                              "instances": 1})"));
-    EXPECT_EQ(cpu["intel"], json::parse(R"({"types": ["NehalemFamily", "WestmereCore"], "processorNumber": "X5650",
-                                            "designedFrequencyMHz": 2670, "mobile": null})"));
+TEST(Tool, TellsSpeedsAndLimitsInJson) {
+    EXPECT_EQ(runToolForJson(of(rich, "speed --json"))["processors"][1]["speed"], json::parse(R"(
+        {"tscHertz": 3696000000, "busClockHertz": 100000000,
+         "multiplier": {"current": 8, "effective": null, "lowest": 8, "highest": 37},
+         "hertz": {"current": 800000000, "effective": null, "lowest": 800000000, "highest": 3700000000},
+         "turbo": {"ratio": 40, "hertz": 4000000000}})"));
+    EXPECT_EQ(runToolForJson(of(rich, "limits --json"))["processors"][1]["limits"], json::parse(R"(
+        {"tccActivationCelsius": 100, "turboRatios": [{"activeCores": 1, "ratio": 40}, {"activeCores": 2, "ratio": 39}]})"));
+    EXPECT_EQ(runToolForJson(of(amd, "speed 0 --json"))["processors"][0]["speed"]["tscHertz"], nullptr);
+    EXPECT_EQ(runToolForJson(of(amd, "limits --json"))["processors"][0]["limits"],
+              json::parse(R"({"tccActivationCelsius": null, "turboRatios": null})"));
 }
 
 TEST(Tool, SaysNullForWhatIsNotKnown) {
@@ -190,9 +215,6 @@ TEST(Tool, PartitionsTheProcessorsInJson) {
 }
 
 TEST(Tool, TellsAffinitiesInJson) {
-    EXPECT_EQ(runToolForJson(of(unknownMaker, "affinity 1:2h/0:5 --json"))["text"], json::parse(R"(
-        {"affinity": "0:0000000000000005h/1:0000000000000002h", "count": 3, "logicalCpuNumber": null,
-         "groups": [{"group": 0, "processors": [0, 2]}, {"group": 1, "processors": [1]}]})"));
     const json document = runToolForJson(of(intel, "affinity --json"));
     for (const char* which : {"system", "process", "thread"}) {
         EXPECT_EQ(document[which]["count"], 8) << which;
@@ -228,8 +250,8 @@ TEST(Tool, WritesARecordingWholeOrNotAtAll) {
     EXPECT_EQ(entries, 2u); // the file and the folder: nothing half-written stays
 }
 
-// Each wrong usage or input: exit status 2 and one line that says what is wrong.
-TEST(Tool, RefusesWrongUsageAndInputInOneLine) {
+// Each wrong file: exit status 2 and one line that says what is wrong.
+TEST(Tool, RefusesWrongFilesInOneLine) {
     const std::string broken = scratch("broken.txt");
     const std::string text = contentOf(machine(amd));
     writeContent(broken, text.substr(0, text.size() / 2));
@@ -241,25 +263,13 @@ TEST(Tool, RefusesWrongUsageAndInputInOneLine) {
         std::string arguments;
         const char* says;
     } cases[] = {
-        {"frobnicate", "frobnicate"},
-        {"--frobnicate", "--frobnicate"},
-        {"tree cpus", "cpus"},
-        {"cpus x", "'x'"},
-        {"cpus 0 99 --machine " + quoted(machine(intel)), "no logical processor 99; this machine has 0-7"},
-        {"cpus 4294967295", "4294967295"},
-        {"affinity 0:1/z", "'0:1/z' is no affinity"},
-        {"affinity 0:1 0:2", "TEXT"},
-        {"--log 5", "--log"},
-        {"--log many", "--log"},
-        {"--machine", "--machine"},
         {"--machine " + quoted(scratch("no such file.txt")), "no such file.txt"},
         {"--machine " + quoted(QUARROW_SOURCE_DIR), "folder"},
         {"--machine " + quoted(broken), "broken.txt"},
         {"--machine " + quoted(binary) + " cpus", "binary.bin"},
         {"cpus --machine " + quoted(empty), "nothing.txt"},
-        {"--machine -", "standard input"},
-        {"record --json", "--json"},
         {"record " + quoted(scratch("no such folder/a.txt")), "no such folder"},
+        {"picture --svg " + quoted(scratch("no such folder/a.svg")), "no such folder"},
     };
     for (const auto& row : cases) {
         const ToolRun run = runTool(row.arguments);
@@ -275,7 +285,8 @@ TEST(Tool, NoticesThatItsOutputIsLost) {
     if (!std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "there is no /dev/full";
     }
-    for (const char* arguments : {"--version >/dev/full", "tree >/dev/full", "record /dev/full"}) {
+    for (const char* arguments :
+         {"--version >/dev/full", "tree >/dev/full", "record /dev/full", "picture --svg /dev/full"}) {
         const ToolRun run = runTool(arguments);
         EXPECT_EQ(run.status, 1) << arguments;
         EXPECT_THAT(run.err, StartsWith("quarrow: cannot write ")) << arguments;
@@ -284,7 +295,8 @@ TEST(Tool, NoticesThatItsOutputIsLost) {
 
 TEST(Tool, HelpsWithEveryCommand) {
     const std::string help = runTool("--help").out;
-    for (const char* command : {"tree", "cpus", "features", "caches", "affinity", "record"}) {
+    for (const char* command : {"tree", "cpus", "features", "caches", "picture", "limits", "speed", "affinity",
+                                "record", "msr", "mem", "port"}) {
         EXPECT_THAT(help, HasSubstr(std::string("\n  ") + command + " "));
         const ToolRun run = runTool(std::string(command) + " --help");
         EXPECT_EQ(run.status, 0) << command;
@@ -313,10 +325,11 @@ TEST(JsonManual, DescribesEveryField) {
             }
         }
     };
-    collect(runToolForJson(of(intel, "--json")));
     collect(runToolForJson(of(amd, "--json")));
-    collect(runToolForJson(of(amd, "affinity --json")));
-    collect(runToolForJson(of(amd, "affinity 0:1 --json")));
+    for (const char* command : {"", "speed", "limits", "affinity", "affinity 0:1", "msr 0x1A2", "mem 0xF0000",
+                                "mem 0xF0000 --length 4", "port 0x70"}) {
+        collect(runToolForJson(of(rich, std::string("--json ") + command)));
+    }
     EXPECT_GT(names.size(), 50u);
     for (const std::string& name : names) {
         EXPECT_THAT(manual, HasSubstr("`" + name + "`"));

@@ -60,6 +60,7 @@ libQuarrow::cpu::x86_physical_cpus readTree(const Request& request) {
 std::vector<const x86_cpu*> namedProcessors(const zel::Array<x86_cpu>& processors,
                                             const std::vector<std::string>& operands) {
     std::vector<const x86_cpu*> named;
+    named.reserve(std::max(operands.size(), processors.size()));
     for (const std::string& operand : operands) {
         named.push_back(&processorNamed(processors, operand));
     }

@@ -112,8 +112,9 @@ std::string report(const Processors& processors, const std::vector<Speed>& speed
             table.push_back(padded(cells));
         }
     }
-    std::string text = "Speeds in MHz.\n\n";
-    for (std::size_t row = 0; row <= processors.size(); ++row) {
+    const bool anyKnown = table.size() > 1;
+    std::string text = anyKnown ? "Speeds in MHz.\n\n" : "";
+    for (std::size_t row = 0; anyKnown && row <= processors.size(); ++row) {
         for (const Cells& cells : table) {
             text += (&cells == &table.front() ? "" : "  ") + cells[row].toUtf8();
         }
@@ -122,7 +123,8 @@ std::string report(const Processors& processors, const std::vector<Speed>& speed
     if (unknown.isEmpty()) {
         return text;
     }
-    text += "\nNot known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
+    text += anyKnown ? "\n" : "";
+    text += "Not known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
     return text + whyNoMsrs(*processors.front());
 }
 
