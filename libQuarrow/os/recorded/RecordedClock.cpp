@@ -14,11 +14,13 @@ boost::optional<std::uint64_t> RecordedMachineState::statedTscHertz() const {
         return recording.tscHertz;
     }
     const RecordedProcessor& first = recording.processors.front();
-    const cpu::cpuid_args* crystal = findLeaf(first, 0x15, 0);
-    const cpu::cpuid_args* frequencies = findLeaf(first, 0x16, 0);
-    if (crystal != nullptr && crystal->eax != 0 && crystal->ebx != 0 && crystal->ecx != 0) {
-        return std::uint64_t{crystal->ecx} * crystal->ebx / crystal->eax; // Hz, numerator, denominator
+    const cpu::cpuid_args* crystal = findLeaf(first, 0x15, 0); // denominator, numerator, Hz
+    const std::uint64_t hertz =
+        crystal != nullptr && crystal->eax != 0 ? std::uint64_t{crystal->ecx} * crystal->ebx / crystal->eax : 0;
+    if (hertz != 0) {
+        return hertz;
     }
+    const cpu::cpuid_args* frequencies = findLeaf(first, 0x16, 0);
     const std::uint64_t baseMegahertz = frequencies != nullptr ? frequencies->eax & 0xFFFF : 0;
     return boost::make_optional(baseMegahertz != 0, baseMegahertz * 1'000'000);
 }
