@@ -23,9 +23,20 @@ Recording machineOf(std::size_t count) {
     return recording;
 }
 
-boost::optional<Recording> recorded(RecordedMachine& machine, RecordingError& error) {
+Recording recorded(const Recording& recording) {
+    RecordedMachine machine(recording);
     const ScopedMachine scope(machine);
-    return recordCurrentMachine(error);
+    RecordingError error;
+    return recordCurrentMachine(error).value();
+}
+
+// How many sub-leaves of how many leaves were recorded of the one processor, the leaves masked.
+std::map<std::uint32_t, unsigned int> counted(const Recording& recording, std::uint32_t mask) {
+    std::map<std::uint32_t, unsigned int> counts;
+    for (const auto& leaf : recorded(recording).processors.at(0).leaves) {
+        ++counts[leaf.first.first & mask];
+    }
+    return counts;
 }
 
 TEST(MachineRecorder, LeavesOutProcessorsThatCannotBePinned) {
@@ -65,17 +76,9 @@ TEST(MachineRecorder, FollowsEachEnumerationToItsEnd) {
         leaves[{0x5, subleaf}].eax = 1;                                     // has no sub-leaves
     }
     leaves[{0x40000000, 0}].eax = 0x40000000;
-    RecordedMachine machine(recording);
-    RecordingError error;
-    const auto result = recorded(machine, error);
-    ASSERT_TRUE(result) << error.message;
-    std::map<std::uint32_t, unsigned int> subleaves;
-    for (const auto& leaf : result->processors[0].leaves) {
-        ++subleaves[leaf.first.first];
-    }
     const std::map<std::uint32_t, unsigned int> expected = {
         {0, 1}, {1, 1}, {4, 4}, {5, 1}, {7, 3}, {0xB, 3}, {0xD, 32}, {0x14, 64}, {0x1F, 64}, {0x80000000, 1}};
-    EXPECT_EQ(subleaves, expected);
+    EXPECT_EQ(counted(recording, ~0U), expected);
 }
 
 TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
@@ -92,16 +95,8 @@ TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
         leaves[{0x80000000 + leaf, 0}].ebx = 1;
         leaves[{0xC0000000 + leaf, 0}].ebx = 1;
     }
-    RecordedMachine machine(recording);
-    RecordingError error;
-    const auto result = recorded(machine, error);
-    ASSERT_TRUE(result) << error.message;
-    std::map<std::uint32_t, unsigned int> ranges;
-    for (const auto& leaf : result->processors[0].leaves) {
-        ++ranges[leaf.first.first & 0xC0000000];
-    }
     const std::map<std::uint32_t, unsigned int> expected = {{0, 0x100}, {0x40000000, 0xFF}, {0xC0000000, 1}};
-    EXPECT_EQ(ranges, expected);
+    EXPECT_EQ(counted(recording, 0xC0000000), expected);
 }
 
 // The machine that the tests run on, recorded, says of itself what it says when asked.
@@ -109,14 +104,10 @@ TEST(MachineRecorder, RecordsThisMachine) {
     RecordingError error;
     const auto native = recordCurrentMachine(error);
     ASSERT_TRUE(native) << error.message;
-    const auto leaf0 = native->processors.at(0).leaves.at({0, 0});
-    cpu::cpuid_args asked{0, 0, 0, 0};
-    currentMachine().instructions().cpuid(asked);
-    EXPECT_EQ(leaf0, asked);
-    RecordedMachine machine(*native);
-    const auto replayed = recorded(machine, error);
-    ASSERT_TRUE(replayed) << error.message;
-    EXPECT_TRUE(*replayed == *native);
+    cpu::cpuid_args leaf0{0, 0, 0, 0};
+    currentMachine().instructions().cpuid(leaf0);
+    EXPECT_EQ((native->processors.at(0).leaves.at({0, 0})), leaf0);
+    EXPECT_TRUE(recorded(*native) == *native);
 }
 
 } // namespace

@@ -41,11 +41,10 @@ TEST(QuarrowFormat, RoundTripsEverything) {
     const auto recording = parseRecording("\n# a comment\n" + everything + "\t\n # the end", "own", error);
     ASSERT_TRUE(recording) << error.message;
     EXPECT_EQ(written(*recording), everything);
-    EXPECT_EQ(recording->processors.size(), 2U);
+    ASSERT_EQ(recording->processors.size(), 2U);
     EXPECT_EQ(recording->processors[0].bit, 63);
     EXPECT_EQ(recording->processors[1].group, 65535);
     EXPECT_EQ(recording->memory.at(0xF0010), 0x4D);
-    EXPECT_EQ(recording->memory.size(), 4U);
     EXPECT_EQ(recording->ports.at(0x71), 0xFF);
     EXPECT_EQ(recording->tscHertz.value_or(0), 2893200000U);
     EXPECT_EQ(recording->processors[0].xcr0.value_or(0), 0x8000000000000007U);
@@ -60,58 +59,50 @@ TEST(QuarrowFormat, NoticesEveryCut) {
     EXPECT_TRUE(parseRecording(everything.substr(0, everything.size() - 1), "own", error)) << error.message;
 }
 
+void expectRefused(const std::string& text, const std::string& expected) {
+    RecordingError error;
+    EXPECT_FALSE(parseRecording(text, "own", error)) << text.substr(0, 1000);
+    EXPECT_EQ(error.message.substr(0, expected.size()), expected);
+}
+
 TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
-    const struct {
-        const char* line; // in the place of the line before "end of recording"
-        const char* expected;
-    } cases[] = {
+    const std::string place = "expected a group and bit that no processor before has";
+    const std::string processor = "expected \"CPU NUMBER: group GROUP bit BIT\"";
+    const std::string memory = "expected \"memory 0xADDRESS: BYTE BYTE ...\"";
+    const std::string port = "expected \"port 0xNUMBER: BYTE BYTE ...\"";
+    const std::pair<const char*, std::string> lines[] = {
         {"hello", "expected a line of a Quarrow recording"},
-        {"CPU 2: group 0 bit 63", "expected a group and bit that no processor before has"},
-        {"CPU 63:", "expected a group and bit that no processor before has"},
-        {"CPU 2: group 0 bit 64", "expected \"CPU NUMBER: group GROUP bit BIT\""},
-        {"CPU 2: group 65536 bit 0", "expected \"CPU NUMBER: group GROUP bit BIT\""},
-        {"CPU 4194304:", "expected \"CPU NUMBER: group GROUP bit BIT\""},
-        {"CPU 2: group 1", "expected \"CPU NUMBER: group GROUP bit BIT\""},
+        {"CPU 2: group 0 bit 63", place},
+        {"CPU 63:", place},
+        {"CPU 2: group 0 bit 64", processor},
+        {"CPU 2: group 65536 bit 0", processor},
+        {"CPU 4194304:", processor},
+        {"CPU 2: group 1", processor},
         {"xcr0 0x7", "expected \"xcr0 0xVALUE\""},
         {"msr 0x00000017: 0x1", "expected \"msr 0xNUMBER: 0xVALUE\""},
         {"tsc 1", "expected \"tsc HERTZ\" once"},
-        {"memory 0x00000000000f0010: 00", "expected \"memory 0xADDRESS: BYTE BYTE ...\""},
-        {"memory 0xfffffffffffffffe: 00 00 00", "expected \"memory 0xADDRESS: BYTE BYTE ...\""},
-        {"memory 0x0000000000000000:", "expected \"memory 0xADDRESS: BYTE BYTE ...\""},
-        {"port 0x10000: 00", "expected \"port 0xNUMBER: BYTE BYTE ...\""},
-        {"port 0x0072: 1", "expected \"port 0xNUMBER: BYTE BYTE ...\""},
-        {"end of recording", "expected nothing after \"end of recording\""},
+        {"memory 0x00000000000f0010: 00", memory},
+        {"memory 0xfffffffffffffffe: 00 00 00", memory},
+        {"memory 0x0000000000000000:", memory},
+        {"port 0x10000: 00", port},
+        {"port 0x0072: 1", port},
     };
-    for (const auto& [line, expected] : cases) {
-        std::string text = everything;
-        text.insert(text.find("end of"), std::string(line) + "\n");
-        RecordingError error;
-        EXPECT_FALSE(parseRecording(text, "own", error)) << line;
-        const std::string where = error.message.substr(0, error.message.find(": "));
-        EXPECT_EQ(where, std::string(line) == "end of recording" ? "own:17" : "own:16") << line;
-        EXPECT_NE(error.message.find(expected), std::string::npos) << line << " gave " << error.message;
+    for (const auto& [line, expected] : lines) { // each in the place of the closing line
+        expectRefused(everything.substr(0, everything.find("end of")) + line + "\n", "own:16: " + expected);
     }
-}
-
-TEST(QuarrowFormat, RefusesOtherMistakes) {
-    const struct {
-        const char* text;
-        const char* expected;
-    } cases[] = {
+    const std::string header = "Quarrow recording 1\n";
+    const std::string leaf = "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n";
+    const std::pair<std::string, const char*> texts[] = {
+        {everything + "tsc 1\n", "own:17: expected nothing after \"end of recording\""},
         {"Quarrow recording 2\n", "own:1: expected \"Quarrow recording 1\""},
-        {"Quarrow recording 1\nend of recording\n", "own: there are no CPUID values in it"},
-        {"Quarrow recording 1\ntsc 0\n", "own:2: expected \"tsc HERTZ\""},
-        {"Quarrow recording 1\nxcr0 0x0000000000000000\n", "own:2: expected \"xcr0"},
-        {"Quarrow recording 1\n0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n",
-         "own:2: expected \"CPU 0:\" before the values of a processor"},
-        {"Quarrow recording 1\nCPU 0:\n0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n"
-         "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n",
-         "own:4: expected each leaf and sub-leaf of a processor once"},
+        {header + "end of recording\n", "own: there are no CPUID values in it"},
+        {header + "tsc 0\n", "own:2: expected \"tsc HERTZ\""},
+        {header + "xcr0 0x0000000000000000\n", "own:2: expected \"xcr0"},
+        {header + leaf, "own:2: expected \"CPU 0:\" before the values of a processor"},
+        {header + "CPU 0:\n" + leaf + leaf, "own:4: expected each leaf and sub-leaf of a processor once"},
     };
-    for (const auto& [text, expected] : cases) {
-        RecordingError error;
-        EXPECT_FALSE(parseRecording(text, "own", error)) << text;
-        EXPECT_EQ(error.message.substr(0, std::string(expected).size()), expected);
+    for (const auto& [text, expected] : texts) {
+        expectRefused(text, expected);
     }
 }
 
@@ -126,11 +117,10 @@ TEST(QuarrowFormat, BoundsProcessorsAndMemory) {
     for (std::size_t i = 0; i <= maxRecordedMemoryBytes; ++i) {
         memory << " 00";
     }
-    RecordingError error;
-    EXPECT_FALSE(parseRecording(processors.str(), "own", error));
-    EXPECT_EQ(error.message, "own:262146: expected no more than 262144 processors");
-    EXPECT_FALSE(parseRecording(memory.str(), "own", error));
-    EXPECT_NE(error.message.find("1 MiB in all at most"), std::string::npos) << error.message;
+    expectRefused(processors.str(), "own:262146: expected no more than 262144 processors");
+    expectRefused(memory.str() + "\n",
+                  "own:2: expected \"memory 0xADDRESS: BYTE BYTE ...\" with 16 and 2 hexadecimal digits, "
+                  "each byte once and 1 MiB in all at most");
 }
 
 // Over a folder of dumps, where one is given: each loads, round-trips, and replayed and recorded gives the same twice.
@@ -138,10 +128,11 @@ TEST(QuarrowFormat, RoundTripsACollection) {
     if (std::string(QUARROW_CORPUS).empty()) {
         GTEST_SKIP() << "no folder of dumps given (QUARROW_CORPUS)";
     }
-    const auto recorded = [](const Recording& machine, RecordingError& error) {
+    RecordingError error;
+    const auto recorded = [&error](const Recording& machine) {
         RecordedMachine replayed(machine);
         const ScopedMachine scope(replayed);
-        return recordCurrentMachine(error);
+        return recordCurrentMachine(error).value();
     };
     unsigned int files = 0;
     for (const auto& entry : std::filesystem::directory_iterator(QUARROW_CORPUS)) {
@@ -149,17 +140,13 @@ TEST(QuarrowFormat, RoundTripsACollection) {
             continue;
         }
         SCOPED_TRACE(entry.path().filename().string());
-        RecordingError error;
         const auto dump = readRecording(entry.path().string(), error);
         ASSERT_TRUE(dump) << error.message;
         const auto again = parseRecording(written(*dump), "again", error);
         ASSERT_TRUE(again) << error.message;
         EXPECT_TRUE(*again == *dump);
-        const auto first = recorded(*dump, error);
-        ASSERT_TRUE(first) << error.message;
-        const auto second = recorded(*first, error);
-        ASSERT_TRUE(second) << error.message;
-        EXPECT_EQ(written(*first), written(*second));
+        const Recording first = recorded(*dump);
+        EXPECT_EQ(written(first), written(recorded(first)));
         ++files;
     }
     EXPECT_NE(files, 0U) << "no .txt file in " QUARROW_CORPUS;
