@@ -7,14 +7,6 @@ using namespace libQuarrow::cpu;
 
 namespace {
 
-constexpr std::uint32_t bits(std::initializer_list<unsigned int> set) {
-    std::uint32_t value = 0;
-    for (const unsigned int bit : set) {
-        value |= 1U << bit;
-    }
-    return value;
-}
-
 // Every bit of every leaf that is looked at, up to the given maxima.
 LiteralReader fullProcessor(const char* vendor, std::uint32_t maximum, std::uint32_t extendedMaximum) {
     constexpr cpuid_args ones = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF};
@@ -69,39 +61,39 @@ TEST(SupportedFeatures, GuardedByMaximaAndVendor) {
 
 TEST(SupportedFeatures, SameBitByMaker) {
     const auto supported = [](const char* vendor) {
-        LiteralReader cpuid(
-            vendor, 1, 0x80000001,
-            {{1, 0, {0, 0, bits({0}), bits({23, 28})}}, {0x80000001, 0, {0, 0, bits({0, 6}), bits({11, 12, 20, 29})}}});
+        LiteralReader cpuid(vendor, 1, 0x80000001,
+                            {{1, 0, {0, 0, 1 << 0, 1 << 23 | 1 << 28}},
+                             {0x80000001, 0, {0, 0, 1 << 0 | 1 << 6, 1 << 11 | 1 << 12 | 1 << 20 | 1 << 29}}});
         return decodeSupportedFeatures(cpuid).toString();
     };
-    EXPECT_EQ(supported("GenuineIntel"), zel::String("CPUID, MMX, EM64T, SSE3, HTT, LAHF/SAHF, SYSCALL, XD"));
-    EXPECT_EQ(supported("AuthenticAMD"),
-              zel::String("CPUID, MMX, x86-64, SSE3, SSE4A, HTT, LAHF/SAHF, SYSCALL, MTRR, NX"));
-    EXPECT_EQ(supported("  Shanghai  "), zel::String("CPUID, MMX"));
+    EXPECT_EQ(supported("GenuineIntel"), "CPUID, MMX, EM64T, SSE3, HTT, LAHF/SAHF, SYSCALL, XD");
+    EXPECT_EQ(supported("AuthenticAMD"), "CPUID, MMX, x86-64, SSE3, SSE4A, HTT, LAHF/SAHF, SYSCALL, MTRR, NX");
+    EXPECT_EQ(supported("  Shanghai  "), "CPUID, MMX");
 }
 
 TEST(AllowedFeatures, WhatTheOperatingSystemEnabled) {
-    constexpr std::uint32_t avx = bits({27, 28}), avx2 = bits({5});
+    constexpr std::uint32_t osxsave = 1 << 27, avx = 1 << 28, avx2 = 1 << 5;
     const struct {
-        std::uint32_t leaf1, leaf7;
+        std::uint32_t maximum, leaf1, leaf7;
         std::uint64_t enabledState;
         const char* text;
     } cases[] = {
-        {avx, avx2, 7, "CPUID, AVX, MSR, TSC, AVX2"},
-        {avx, 0, 6, "CPUID, AVX, MSR, TSC"},
-        {avx, avx2, 2, "CPUID, MSR, TSC"},
-        {avx, avx2, 4, "CPUID, MSR, TSC"},
-        {bits({28}), avx2, 7, "CPUID, MSR, TSC"},
-        {bits({27}), avx2, 7, "CPUID, MSR, TSC"},
+        {7, osxsave | avx, avx2, 7, "CPUID, AVX, MSR, TSC, AVX2"},
+        {1, osxsave | avx, 0, 7, "CPUID, AVX, MSR, TSC, AVX2"}, // leaf 7 is read whatever the highest one, on purpose
+        {7, osxsave | avx, 0, 6, "CPUID, AVX, MSR, TSC"},
+        {7, osxsave | avx, avx2, 2, "CPUID, MSR, TSC"},
+        {7, osxsave | avx, avx2, 4, "CPUID, MSR, TSC"},
+        {7, avx, avx2, 7, "CPUID, MSR, TSC"},
+        {7, osxsave, avx2, 7, "CPUID, MSR, TSC"},
     };
     for (const auto& c : cases) {
-        LiteralReader cpuid("GenuineIntel", 7, 0,
-                            {{1, 0, {0, 0, c.leaf1, bits({4, 5, 25})}}, {7, 0, {0, c.leaf7, 0, 0}}});
+        LiteralReader cpuid("GenuineIntel", c.maximum, 0,
+                            {{1, 0, {0, 0, c.leaf1, 1 << 4 | 1 << 5 | 1 << 25}}, {7, 0, {0, c.leaf7, 0, 0}}});
         cpuid.enabledState = c.enabledState;
-        EXPECT_EQ(decodeAllowedFeatures(cpuid).toString(), zel::String(c.text));
+        EXPECT_EQ(decodeAllowedFeatures(cpuid).toString(), c.text);
     }
     LiteralReader bare("GenuineIntel", 1, 0, {});
-    EXPECT_EQ(decodeAllowedFeatures(bare).toString(), zel::String("CPUID"));
+    EXPECT_EQ(decodeAllowedFeatures(bare).toString(), "CPUID");
 }
 
 } // namespace
