@@ -41,17 +41,10 @@ TEST(String, CarriesUtf8AndMarksWhatIsNone) {
     EXPECT_EQ(String(std::u16string{0xD800, u'x', 0xDC00}).toUtf8(), "\xEF\xBF\xBDx\xEF\xBF\xBD");
 }
 
-TEST(String, Finds) {
+TEST(String, FindsCutsAndJoins) {
     const String text("abcabc");
-    EXPECT_EQ(text.find("bc"), 1u);
-    EXPECT_EQ(text.find("bc", 2), 4u);
-    EXPECT_EQ(text.find("a", 99), String::npos);
-    EXPECT_EQ(text.reverseFind("abc"), 3u);
-    EXPECT_TRUE(text.startsWith("abca"));
-    EXPECT_FALSE(String("ab").startsWith("abc"));
-}
-
-TEST(String, CutsAndJoins) {
+    EXPECT_TRUE(text.find("bc") == 1 && text.find("bc", 2) == 4 && text.find("a", 99) == String::npos);
+    EXPECT_TRUE(text.reverseFind("abc") == 3 && text.startsWith("abca") && !String("ab").startsWith("abc"));
     const std::pair<String, const char*> cases[] = {
         {String("abcdef").subString(2), "cdef"},
         {String("abcdef").subString(2, 3), "cde"},
@@ -100,9 +93,7 @@ TEST(String, ReadsWholeNumbers) {
         EXPECT_EQ(value, 77u) << text;
     }
     std::uint16_t small = 5;
-    EXPECT_EQ(String("65535").toUint16(small), String::PARSE_OK);
-    EXPECT_EQ(String("65536").toUint16(small), String::PARSE_FAILED);
-    EXPECT_EQ(small, 65535);
+    EXPECT_TRUE(String("65535").toUint16(small) != 0 && String("65536").toUint16(small) == 0 && small == 65535);
 }
 
 TEST(String, ReadsLeadingDigits) {

@@ -1,7 +1,5 @@
 #include <zel/Assertion.h>
-#include <zel/EndianMode.h>
 #include <zel/Measurement.h>
-#include <zel/SharedResource.h>
 #include <zel/Temperature.h>
 
 #include <gtest/gtest.h>
@@ -54,37 +52,6 @@ TEST(Measurement, ShowsPlainNumbers) {
     EXPECT_EQ(NonDiscreteMeasurement(3, 6, 8).toString(2, 13), "3.00000000");
     EXPECT_THROW(NonDiscreteMeasurement(8, 7, 0), AssertionError);
     EXPECT_THROW(NonDiscreteMeasurement(8, 6, 0).toString(2, 12), AssertionError);
-}
-
-TEST(EndianMode, ReversesWithModeTwoOnly) {
-    for (const unsigned int mode : {0u, 1u, 2u, 3u, ~0u}) {
-        const auto endian = static_cast<EndianMode>(mode);
-        const bool reversed = mode == 2;
-        EXPECT_EQ(applyEndianMode(endian, std::uint8_t{0x12}), 0x12);
-        EXPECT_EQ(applyEndianMode(endian, std::uint16_t{0x1234}), reversed ? 0x3412 : 0x1234);
-        EXPECT_EQ(applyEndianMode(endian, 0x12345678u), reversed ? 0x78563412u : 0x12345678u);
-        EXPECT_EQ(applyEndianMode(endian, std::uint64_t{0x0102030405060708}),
-                  reversed ? 0x0807060504030201u : 0x0102030405060708u);
-    }
-}
-
-TEST(SharedResource, DeletesWithTheLastHolder) {
-    struct Counted {
-        explicit Counted(int& count) : alive(count) { ++alive; }
-        ~Counted() { --alive; }
-        int& alive;
-    };
-    using Holder = SharedResource<PointerStorage<Counted>>;
-    int alive = 0;
-    {
-        Holder first(new Counted(alive));
-        const Holder second = first;
-        first = Holder();
-        EXPECT_FALSE(first.isValid());
-        EXPECT_TRUE(second.isValid());
-        EXPECT_EQ(second->alive, 1);
-    }
-    EXPECT_EQ(alive, 0);
 }
 
 } // namespace
