@@ -53,7 +53,8 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("Positionals", "Arguments");
     app.footer(examples);
-    app.fallthrough(); // options stand before or after the command
+    app.allow_windows_style_options(false); // what begins with / is a path
+    app.fallthrough();                      // options stand before or after the command
     app.require_subcommand(0, 1);
     app.set_help_flag("-h,--help", "Print this help, or that of a command, and exit");
     app.set_version_flag("--version", "quarrow " QUARROW_VERSION, "Print the version and exit");
@@ -111,7 +112,8 @@ std::string explanation(const CLI::App& app, const CLI::ParseError& error) {
     if (!surplus.empty()) {
         text = "'" + CLI::detail::join(surplus, " ") + "' is not understood";
     } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
-        text = text.substr(0, text.find(':')) + " takes one value, once"; // it begins with the name
+        text.resize(std::min(text.find(':'), text.size())); // it begins with the name
+        text += " takes one value, once";
     }
     const auto commands = app.get_subcommands();
     return text + "; 'quarrow " + (commands.empty() ? "" : commands.front()->get_name() + " ") +
