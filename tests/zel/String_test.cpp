@@ -42,9 +42,9 @@ TEST(String, CarriesUtf8AndMarksWhatIsNone) {
 }
 
 TEST(String, FindsCutsAndJoins) {
-    const String text("abcabc");
-    EXPECT_TRUE(text.find("bc") == 1 && text.find("bc", 2) == 4 && text.find("a", 99) == String::npos);
-    EXPECT_TRUE(text.reverseFind("abc") == 3 && text.startsWith("abca") && !String("ab").startsWith("abc"));
+    const String whole("abcabc");
+    EXPECT_TRUE(whole.find("bc") == 1 && whole.find("bc", 2) == 4 && whole.find("a", 99) == String::npos);
+    EXPECT_TRUE(whole.reverseFind("abc") == 3 && whole.startsWith("abca") && !String("ab").startsWith("abc"));
     const std::pair<String, const char*> cases[] = {
         {String("abcdef").subString(2), "cdef"},
         {String("abcdef").subString(2, 3), "cde"},
