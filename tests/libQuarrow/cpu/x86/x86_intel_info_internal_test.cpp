@@ -68,6 +68,7 @@ TEST(x86_intel_info_internal, looks_for_the_processor_number_in_lists) {
         {",T9400,E8400", exact, true},
         {";84;9400", prefix, false},
         {";E8400X", prefix, false},
+        {";E", prefix, true},
         {"EE8400", exact, false}, // the first character separates: these are "" and 8400
         {"", exact, false, "Improper list format"},
         {";", exact, false, "Improper list format"},

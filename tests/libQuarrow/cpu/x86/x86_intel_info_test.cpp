@@ -57,6 +57,7 @@ const Identity identities[] = {
     {0x1067A, "CPU X3350 @ 2.66GHz", desktop, wolfdale, "45 nm", "", none, false, none, true},
     {0x1067A, "CPU QX9300 @ 2.53GHz", mobileLow, "Core2Family | Penryn", "45 nm", "E0", 90, true, none, true},
     {0x10676, "CPU P8400 @ 2.26GHz", mobileHigh, "Core2Family | Penryn", "45 nm", "M0", 105, true, none, true},
+    {0x106D1, "CPU E7450 @ 2.40GHz", desktop, wolfdale, "45 nm", "", 100, false, none, true},
     // Not one of the signatures that go by number, although it looks like them.
     {0x1067B, "CPU QX9300 @ 2.53GHz", {}, "Core2Family", "", ""},
     // 65 nm Core 2: mobile by number. Without "@" there is no number. MSR 0xEE from stepping 4 on.
@@ -98,6 +99,7 @@ const Identity identities[] = {
     {0xF50, "", {}, "Pentium4Family", "", ""}, // made up: no such model
     {0xF65, "", {}, "Pentium4Family", "65 nm", "D0"},
     {0x695, "", {}, "", "0.13 um", "B1"},
+    {0x6D6, "", {}, "", "90 nm", "B1"},
     {0x6D8, "", {}, "", "90 nm", "C0"},
 };
 
@@ -148,7 +150,7 @@ TEST(x86_intel_info, reads_number_and_designed_frequency_from_the_brand_string) 
         {0x6F6, "Genuine Intel(R) CPU @ 1.66GHz", "", 1660},                 // ends without a number
         {0x6F6, "E6600 @ 4.999GHz", "", 4999},                               // a single word
         {0x6F6, "@ 5.00GHz", "", 705},                                       // 5,000,000,000 - 2^32 Hz
-        {0x6F6, "1.00GHz CPU E6600 9.5GHz", "", 910},                        // 9,500,000,000 - 2 * 2^32 Hz
+        {0x6F6, "1.00GHz CPU E6600 10.5GHz", "", 1910},                      // 10,500,000,000 - 2 * 2^32 Hz
         {0x306C3, "Intel(R) Core(TM) i7-4770 CPU @ 3.40GHz", nullptr, 3400}, // this class goes without
         {0x306C3, "1.6GHz", nullptr, 1600},
         {0x306C3, "GHz", nullptr},

@@ -1,5 +1,7 @@
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
+#include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+#include <libQuarrow/cpu/x86/x86_vendor_info.h>
 #include <tests/support/AmdProcessor.h>
 #include <tests/support/IntelProcessor.h>
 #include <tests/support/LogCapture.h>
@@ -70,12 +72,19 @@ TEST(x86_physical_cpus, are_in_location_order) {
     EXPECT_NE(x86_physical_cpus(true).toString().find("   CORE[10]      : CPU:0:0:0:10:*\n"), zel::String::npos);
 }
 
-TEST(x86_physical_cpus, processors_without_topology_are_packages_of_their_own) {
+TEST(x86_physical_cpus, know_nothing_of_processors_of_an_unknown_maker) {
     CurrentMachine machine(std::vector<AmdProcessor>{stranger(), stranger()});
     const x86_physical_cpus tree(true);
-    ASSERT_EQ(tree.size(), 2u);
+    ASSERT_EQ(tree.size(), 2u); // without topology each is a package of its own
     EXPECT_NE(tree.toString().find(" - APICID: None, Logical CPU#:1\n"), zel::String::npos);
-    machine.machine.faults().systemAffinityUnreadable = true;
+    const x86_vendor_info& info = *tree.getThread(0).vendorInfo();
+    x86_caches caches;
+    x86_speed_metrics metrics;
+    zel::String text = "untouched";
+    EXPECT_FALSE(info.getCaches(caches) || info.getSpeedMetrics(metrics) || info.getRevisionString(text) ||
+                 info.getTechnologyString(text) || info.getSocketTypeString(text));
+    EXPECT_EQ(text, "untouched");
+    machine.faults().systemAffinityUnreadable = true;
     EXPECT_EQ(x86_physical_cpus(true).toString(), "");
 }
 
