@@ -106,6 +106,20 @@ TEST(x86_intel_caches, cost_one_migration) {
     EXPECT_EQ(intel.counts().affinitySets, 2u); // there and back
 }
 
+TEST(x86_intel_caches, of_a_single_leaf_replace_or_append) {
+    const IntelMachine intel(haswell().leaf(0x80000000, {0x80000006, 0, 0, 0}).leaf(2, {0x007A7001, 0, 0, 0}));
+    zel::Array<x86_cache> caches{x86_cache(), x86_cache()};
+    EXPECT_TRUE(intel.info.getCacheAndTLBInfo(caches));
+    EXPECT_EQ(caches.size(), 4u);
+    EXPECT_TRUE(intel.info.getL2CacheInfo(caches));
+    EXPECT_EQ(caches.size(), 1u);
+    const IntelMachine none(IntelProcessor(0x663).maxLeaf(1));
+    EXPECT_FALSE(none.info.getCacheAndTLBInfo(caches));
+    EXPECT_EQ(caches.size(), 1u);
+    EXPECT_FALSE(none.info.getL2CacheInfo(caches));
+    EXPECT_TRUE(caches.isEmpty());
+}
+
 TEST(x86_intel_caches, know_which_processors_leaf_4_means) {
     // APIC ID 0x2D (leaf 1 EBX); threads sharing and the ID bits that they take.
     const std::pair<std::uint32_t, std::uint32_t> cases[] = {{1, 0}, {2, 1}, {3, 3}, {4, 3}, {5, 7}, {4096, 0xFFF}};
