@@ -139,6 +139,9 @@ TEST(AmdSpeed, comes_from_the_registers_of_the_family) {
                          {0xC0010071, 0x64000161A}, {0xC0010015, 0x01001011}};
     Msrs fx8150BoostOff = fx8150;
     fx8150BoostOff[0xC0010015] |= 1u << 25;
+    Msrs fx8150ByStatus = fx8150; // of P-state 7 after the two boost states: past all registers
+    fx8150ByStatus.erase(0xC0010071);
+    fx8150ByStatus[0xC0010063] = 7;
     // clang-format off
     const Case cases[] = {
         {"Athlon 64 2800+", Amd(0xF4A), {{0xC0010042, 0x200000A0A0A}}, "200000000: 0/9/9 = 1800000000"},
@@ -159,6 +162,8 @@ TEST(AmdSpeed, comes_from_the_registers_of_the_family) {
          "100000000: 8/16/16 = 1600000000"},
         {"FX-8150", withBoost(0x600F12), fx8150, "200000000: 7/21/18 = 3600000000, 21 = 4200000000"},
         {"FX-8150, boost switched off", withBoost(0x600F12), fx8150BoostOff, "200000000: 7/21/18 = 3600000000"},
+        {"FX-8150, no such state", withBoost(0x600F12), fx8150ByStatus,
+         "200000000: 7/0/18 = 3600000000, 21 = 4200000000"},
         {"a later family 0x15", Amd(0x610F01), {{0xC0010064, on | 0x16}, {0xC0010071, 0x16}},
          "100000000: 38/38/38 = 3800000000"},
         {"Ryzen 5 1500X", withBoost(0x800F11),
@@ -173,35 +178,41 @@ TEST(AmdSpeed, comes_from_the_registers_of_the_family) {
     expectMetrics(cases);
 }
 
-// MSR_PLATFORM_INFO of 3400 MHz, and MPERF and APERF that move on with every reading, by 1000 and by 1250 counts.
+// MSR_PLATFORM_INFO of 3400 MHz, and MPERF and APERF that move on with every reading.
 class RunningCounters : public libKernelMode::DriverBackend {
   public:
-    std::unique_ptr<libKernelMode::MsrAccess> openMsr(std::string&) override {
-        return std::make_unique<Access>(values);
-    }
+    RunningCounters(std::uint64_t mperf, std::uint64_t aperf) : steps{{0xE7, mperf}, {0xE8, aperf}} {}
+    std::unique_ptr<libKernelMode::MsrAccess> openMsr(std::string&) override { return std::make_unique<Access>(*this); }
 
   private:
     struct Access : libKernelMode::MsrAccess {
-        explicit Access(Msrs& all) : registers(all) {}
+        explicit Access(RunningCounters& all) : counters(all) {}
         bool read(std::uint32_t msr, std::uint64_t& value) override {
-            value = registers[msr] += msr == 0xE7 ? 1000 : msr == 0xE8 ? 1250 : 0;
+            value = counters.values[msr] += counters.steps[msr];
             return true;
         }
         bool write(std::uint32_t, std::uint64_t) override { return false; }
-        Msrs& registers;
+        RunningCounters& counters;
     };
-    Msrs values = {{0xCE, 0x2200}};
+    Msrs steps;
+    Msrs values = {{0xCE, 0x2200}, {0xE7, 5000}, {0xE8, 5000}};
 };
 
-TEST(EffectiveSpeed, is_measured_where_the_counters_are) {
-    for (const std::uint32_t ecx : {1u, 0u}) {
-        const OneProcessor one(IntelProcessor(0x306C3).leaf(6, {0, 0, ecx, 0}));
-        RunningCounters counters;
+TEST(EffectiveSpeed, is_measured_where_the_counters_are_and_run_forwards) {
+    constexpr std::uint64_t back = std::uint64_t{0} - 1000;
+    const struct {
+        std::uint32_t ecx;
+        std::uint64_t mperf, aperf;
+        double multiplier;
+    } cases[] = {{1, 1000, 1250, 42.5}, {0, 1000, 1250, 0}, {1, back, 1250, 0}, {1, 1000, back, 0}, {1, 0, 1250, 0}};
+    for (const auto& row : cases) {
+        const OneProcessor one(IntelProcessor(0x306C3).leaf(6, {0, 0, row.ecx, 0}));
+        RunningCounters counters(row.mperf, row.aperf);
         libKernelMode::setDriverBackend(&counters); // the machine's scope puts the earlier one back
         x86_speed_metrics metrics;
         ASSERT_TRUE(one.cpu.getSpeedMetrics(metrics));
-        EXPECT_EQ(metrics.effectiveSpeed.value_or(0), ecx * 4250000000) << "3400 * 1.25";
-        EXPECT_EQ(metrics.effectiveMultiplier, ecx * 42.5);
+        EXPECT_EQ(metrics.effectiveSpeed.has_value(), row.multiplier != 0);
+        EXPECT_EQ(metrics.effectiveMultiplier, row.multiplier);
     }
 }
 
