@@ -137,8 +137,9 @@ TEST(Topology, OfProcessors) {
 // Which Intel signatures have an APIC ID in leaf 1; that models 5 and 6 do and model 3 does not is meant so.
 TEST(Topology, FirstApicId) {
     std::string with;
-    for (const std::uint32_t signature : {0x399, 0x480, 0x543, 0x619, 0x633, 0x652, 0x660, 0x672, 0x686, 0x695, 0x6A1,
-                                          0x6B1, 0x6C0, 0x6D6, 0xF12, 0x10676}) {
+    const std::uint32_t signatures[] = {0x399, 0x480, 0x543, 0x619, 0x633, 0x652, 0x660, 0x672,
+                                        0x686, 0x695, 0x6A1, 0x6B1, 0x6C0, 0x6D6, 0xF12, 0x10676};
+    for (const std::uint32_t signature : signatures) {
         LiteralReader cpuid = intel(1, signature, 9, 1, 1);
         x86_topology_facts facts;
         std::uint32_t id = 1;
