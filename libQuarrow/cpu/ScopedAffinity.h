@@ -18,7 +18,7 @@ class QUARROW_EXPORT ScopedAffinity {
     ScopedAffinity& operator=(const ScopedAffinity&) = delete;
 
     // Pins. False when that fails, and always when the affinity in force could not be read: what could not be put back
-    // is not changed.
+    // is not changed. Only what the last call did is undone: where it failed, what one before it did stays.
     bool set();
     // Puts the earlier affinity back. Mind the result, which is the opposite of set()'s: false after success, true when
     // there was nothing to undo and when it failed. After a failure a later call, or the destructor, tries again.

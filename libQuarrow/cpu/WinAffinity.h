@@ -16,7 +16,8 @@ namespace libQuarrow::cpu {
 // A set of logical processors over processor groups of at most 64 processors each.
 //
 // The list of groups is always in normal form: ascending group numbers, each group once, no zero mask. Every value asks
-// AffinityAPI::create() for a backend of its own when it is built; copies share it.
+// AffinityAPI::create() for a backend of its own when it is built, and nothing is kept between them, which is meant;
+// copies share it.
 class QUARROW_EXPORT WinAffinity {
   public:
     enum SplitType : std::uint32_t { PerLogicalCpu = 0, PerGroup = 1 };

@@ -47,18 +47,26 @@ TEST_P(ScopedAffinityOf, PinsAndPutsBackOnce) {
 
 TEST_P(ScopedAffinityOf, DoesNotPinWhatItCouldNotPutBack) {
     current = boost::none;
-    {
-        ScopedAffinity pin(processor2, thread);
-        EXPECT_FALSE(pin.set());
-        EXPECT_TRUE(pin.restore());
-    }
+    EXPECT_FALSE(ScopedAffinity(processor2, thread).set());
+    EXPECT_TRUE(ScopedAffinity(processor2, thread).restore());
     EXPECT_EQ(machine.calls, Calls{});
 }
 
-TEST_P(ScopedAffinityOf, UndoesNothingWhenPinningFailed) {
+// Only what the last set() did counts: where it failed, what one before it did stays.
+TEST_P(ScopedAffinityOf, UndoesWhatTheLastSettingDid) {
     machine.refused = {"0:4"};
     EXPECT_FALSE(ScopedAffinity(processor2, thread).set());
     EXPECT_EQ(machine.calls, in({"0:4"}));
+    machine.refused.clear();
+    {
+        ScopedAffinity pin(processor2, thread);
+        EXPECT_TRUE(pin.set());
+        machine.refused = {"0:4"};
+        EXPECT_FALSE(pin.set());
+        EXPECT_TRUE(pin.restore());
+        EXPECT_EQ(brief(current), "0:4");
+    }
+    EXPECT_EQ(machine.calls, in({"0:4", "0:4", "0:4"}));
 }
 
 TEST_P(ScopedAffinityOf, TriesAgainWhenPuttingBackFailed) {
