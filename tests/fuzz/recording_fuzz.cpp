@@ -3,21 +3,14 @@
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <libQuarrow/os/recorded/Recording.h>
 
+#include <tests/fuzz/Require.h>
+
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <sstream>
 
 using namespace libQuarrow::os;
 
 namespace {
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::cerr << "not so: " << what << '\n';
-        std::abort();
-    }
-}
 
 std::string written(const Recording& recording) {
     std::ostringstream out;

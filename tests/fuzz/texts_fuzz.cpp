@@ -5,22 +5,15 @@
 #include <zel/Array.h>
 #include <zel/String.h>
 
+#include <tests/fuzz/Require.h>
+
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
 
 using libQuarrow::cpu::WinAffinity;
 using libQuarrow::cpu::x86_cpu_location;
 using zel::String;
 
 namespace {
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::cerr << "not so: " << what << '\n';
-        std::abort();
-    }
-}
 
 void checkNumbers(const String& text) {
     std::uint16_t small = 0xABCD;
@@ -44,7 +37,8 @@ void checkLocation(const String& text) {
     x86_cpu_location location;
     if (location.fromString(text)) {
         x86_cpu_location again;
-        require(again.fromString(location.toString(true)) && again == location, "a location's text reads back the same");
+        require(again.fromString(location.toString(true)) && again == location,
+                "a location's text reads back the same");
     }
 }
 

@@ -94,31 +94,31 @@ TEST_F(Drivers, MsrsAreReachedWhileOpen) {
 
 TEST_F(Drivers, MemoryPassesOnOnlyWhatCanBeDone) {
     constexpr std::uint64_t last = std::numeric_limits<std::uint64_t>::max();
-    unsigned char buffer[16] = {};
-    const struct {
+    struct Block {
         std::uint64_t address;
-        unsigned int size;
-        unsigned int unit;
-        bool isNull, passed;
-    } cases[] = {
-        {0, 3, 0, false, true},        {3, 1, 0, false, true},  {4, 8, 4, false, true},
-        {4, 6, 4, false, false},       {2, 4, 4, false, false}, {0, 8, 1, false, false}, // no such units
-        {0, 8, 2, false, false},       {0, 8, 8, false, false}, {last, 1, 0, false, true},
-        {last, 2, 0, false, false}, // wraps round
-        {last - 3, 4, 4, false, true}, {0, 4, 0, true, false},
+        unsigned int size, unit;
+        bool isNull = false;
     };
     MemDriver driver;
-    EXPECT_FALSE(driver.readPhysicalMemory(0, buffer, 1, MemDriver::AnyUnit)) << "not open yet";
-    ASSERT_TRUE(driver.openDriver());
-    for (const auto& row : cases) {
-        SCOPED_TRACE(testing::Message() << row.address << " " << row.size << " " << row.unit);
+    unsigned char buffer[16] = {};
+    const auto expectPassed = [&](const Block& block, bool passed) {
+        SCOPED_TRACE(testing::Message() << block.address << " " << block.size << " " << block.unit);
         m_backend.accesses = 0;
-        void* const place = row.isNull ? nullptr : buffer;
-        const auto unit = static_cast<MemDriver::AccessUnit>(row.unit);
-        EXPECT_EQ(driver.readPhysicalMemory(row.address, place, row.size, unit), row.passed);
-        EXPECT_EQ(driver.writePhysicalMemory(row.address, place, row.size, unit), row.passed);
-        EXPECT_EQ(m_backend.accesses, row.passed ? 2 : 0);
-        EXPECT_TRUE(!row.passed || m_backend.width == row.unit);
+        void* const place = block.isNull ? nullptr : buffer;
+        const auto unit = static_cast<MemDriver::AccessUnit>(block.unit);
+        EXPECT_EQ(driver.readPhysicalMemory(block.address, place, block.size, unit), passed);
+        EXPECT_EQ(driver.writePhysicalMemory(block.address, place, block.size, unit), passed);
+        EXPECT_TRUE(passed ? m_backend.accesses == 2 && m_backend.width == block.unit : m_backend.accesses == 0);
+    };
+    expectPassed({0, 3, 0}, false); // not open yet
+    ASSERT_TRUE(driver.openDriver());
+    for (const Block& block : {Block{0, 3, 0}, {3, 1, 0}, {4, 8, 4}, {last, 1, 0}, {last - 3, 4, 4}}) {
+        expectPassed(block, true);
+    }
+    // Not divided by the unit; no such unit; wrapping round; no buffer.
+    for (const Block& block :
+         {Block{4, 6, 4}, {2, 4, 4}, {0, 8, 1}, {0, 8, 2}, {0, 8, 8}, {last, 2, 0}, {0, 4, 0, true}}) {
+        expectPassed(block, false);
     }
     m_backend.takes = false; // and is not asked for nothing
     EXPECT_TRUE(driver.readPhysicalMemory(0, nullptr, 0, MemDriver::AnyUnit));

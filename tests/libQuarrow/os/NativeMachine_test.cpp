@@ -19,10 +19,8 @@ cpu::cpuid_args cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
 TEST(NativeInstructions, ExecuteOnTheProcessor) {
     const cpu::cpuid_args zero = cpuid(0, 0);
     ASSERT_GE(zero.eax, 1u);
-    for (const std::uint32_t part : {zero.ebx, zero.edx, zero.ecx}) { // the vendor string is printable
-        for (unsigned int shift = 0; shift < 32; shift += 8) {
-            EXPECT_TRUE(((part >> shift) & 0xFF) >= 0x20 && ((part >> shift) & 0xFF) < 0x7F);
-        }
+    for (const std::uint32_t part : {zero.ebx, zero.edx, zero.ecx}) { // of the vendor string: bytes from 0x20 to 0x7F
+        EXPECT_EQ((part | (part - 0x20202020)) & 0x80808080, 0u);
     }
     for (const std::uint32_t level : {0u, 1u, 0xFFu}) { // leaf 0xB gives the sub-leaf back in CL
         EXPECT_TRUE(zero.eax < 0xB || (cpuid(0xB, level).ecx & 0xFF) == level);

@@ -66,29 +66,24 @@ void expectRefused(const std::string& text, const std::string& expected) {
 }
 
 TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
-    const std::string place = "expected a group and bit that no processor before has";
-    const std::string processor = "expected \"CPU NUMBER: group GROUP bit BIT\"";
-    const std::string memory = "expected \"memory 0xADDRESS: BYTE BYTE ...\"";
-    const std::string port = "expected \"port 0xNUMBER: BYTE BYTE ...\"";
-    const std::pair<const char*, std::string> lines[] = {
-        {"hello", "expected a line of a Quarrow recording"},
-        {"CPU 2: group 0 bit 63", place},
-        {"CPU 63:", place},
-        {"CPU 2: group 0 bit 64", processor},
-        {"CPU 2: group 65536 bit 0", processor},
-        {"CPU 4194304:", processor},
-        {"CPU 2: group 1", processor},
-        {"xcr0 0x7", "expected \"xcr0 0xVALUE\""},
-        {"msr 0x00000017: 0x1", "expected \"msr 0xNUMBER: 0xVALUE\""},
-        {"tsc 1", "expected \"tsc HERTZ\" once"},
-        {"memory 0x00000000000f0010: 00", memory},
-        {"memory 0xfffffffffffffffe: 00 00 00", memory},
-        {"memory 0x0000000000000000:", memory},
-        {"port 0x10000: 00", port},
-        {"port 0x0072: 1", port},
+    // Lines in the place of the closing line, several for one mistake.
+    const std::pair<const char*, std::vector<const char*>> mistakes[] = {
+        {"a line of a Quarrow recording", {"hello"}},
+        {"a group and bit that no processor before has", {"CPU 2: group 0 bit 63", "CPU 63:"}},
+        {"\"CPU NUMBER: group GROUP bit BIT\"",
+         {"CPU 2: group 0 bit 64", "CPU 2: group 65536 bit 0", "CPU 4194304:", "CPU 2: group 1"}},
+        {"\"xcr0 0xVALUE\"", {"xcr0 0x7"}},
+        {"\"msr 0xNUMBER: 0xVALUE\"", {"msr 0x00000017: 0x1"}},
+        {"\"tsc HERTZ\" once", {"tsc 1"}},
+        {"\"memory 0xADDRESS: BYTE BYTE ...\"",
+         {"memory 0x00000000000f0010: 00", "memory 0xfffffffffffffffe: 00 00 00", "memory 0x0000000000000000:"}},
+        {"\"port 0xNUMBER: BYTE BYTE ...\"", {"port 0x10000: 00", "port 0x0072: 1"}},
     };
-    for (const auto& [line, expected] : lines) { // each in the place of the closing line
-        expectRefused(everything.substr(0, everything.find("end of")) + line + "\n", "own:16: " + expected);
+    for (const auto& [expected, lines] : mistakes) {
+        for (const std::string line : lines) {
+            expectRefused(everything.substr(0, everything.find("end of")) + line + "\n",
+                          std::string("own:16: expected ") + expected);
+        }
     }
     const std::string header = "Quarrow recording 1\n";
     const std::string leaf = "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n";

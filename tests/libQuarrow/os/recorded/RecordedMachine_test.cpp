@@ -5,6 +5,8 @@
 #include <libQuarrow/cpu/ScopedAffinity.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 
+#include <tests/support/ScriptedAffinity.h>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -20,8 +22,8 @@ constexpr cpu::cpuid_args intelLeaf0{0xD, 0x756E6547, 0x6C65746E, 0x49656E69};
 constexpr cpu::cpuid_args amdLeaf0{0xD, 0x68747541, 0x444D4163, 0x69746E65};
 
 // Processors at the given places; leaf 5 EAX of each is its index.
-Recording machineAt(const std::vector<std::pair<std::uint16_t, std::uint8_t>>& places,
-                    const cpu::cpuid_args& leaf0 = amdLeaf0) {
+using Places = std::vector<std::pair<std::uint16_t, std::uint8_t>>;
+Recording machineAt(const Places& places, const cpu::cpuid_args& leaf0 = amdLeaf0) {
     Recording recording;
     for (const auto& [group, bit] : places) {
         RecordedProcessor processor;
@@ -44,6 +46,15 @@ std::uint32_t here() {
     return ask(5).eax;
 }
 
+// A recording, current as long as it lives.
+struct Replay {
+    explicit Replay(const Recording& recording) : machine(recording) {}
+    explicit Replay(const Places& places) : Replay(machineAt(places)) {}
+
+    RecordedMachine machine;
+    ScopedMachine scope{machine};
+};
+
 WinAffinity affinity(const char* text) {
     return WinAffinity::fromString(text).value();
 }
@@ -57,8 +68,7 @@ TEST(RecordedCpuid, AnswersWhatIsThereAndZerosOtherwise) {
         leaves[{0xD, 1}].eax = 0xF;
         leaves[{0x80000000, 0}].eax = 0x80000008;
         leaves[{0x8FFFFFFF, 0}].eax = 0x49;
-        RecordedMachine machine(recording);
-        const ScopedMachine scope(machine);
+        const Replay replay(recording);
         const struct {
             std::uint32_t leaf, subleaf, intelEax, otherEax;
         } cases[] = {
@@ -82,13 +92,12 @@ TEST(RecordedCpuid, AnswersXcr0) {
     }
     recording.processors[1].xcr0 = 3;
     recording.processors[2].leaves[{1, 0}].ecx = 0;
-    RecordedMachine machine(recording);
-    const ScopedMachine scope(machine);
+    const Replay replay(recording);
     const std::uint64_t expected[] = {0x40000000000000E7, 3, 0};
     for (unsigned int i = 0; i < 3; ++i) {
         ASSERT_TRUE(WinAffinity(std::uint64_t{1} << i).setThreadAffinity());
-        EXPECT_EQ(machine.instructions().xgetbv(0), expected[i]);
-        EXPECT_EQ(machine.instructions().xgetbv(1), 0U);
+        EXPECT_EQ(currentMachine().instructions().xgetbv(0), expected[i]);
+        EXPECT_EQ(currentMachine().instructions().xgetbv(1), 0U);
     }
 }
 
@@ -104,49 +113,44 @@ TEST(RecordedMachine, AnEmptyRecordingAnswersNothing) {
     EXPECT_EQ(reason, "this recording holds no MSRs; docs/recordings.md tells how to add some");
 }
 
+// What the thread and the process are pinned to, and the processor that answers.
+std::string pins() {
+    return brief(WinAffinity::threadAffinity()) + ", " + brief(WinAffinity::processAffinity()) + ", " +
+           std::to_string(here());
+}
+
 TEST(RecordedAffinity, WithoutGroups) {
-    RecordedMachine machine(machineAt({{0, 1}, {0, 4}, {0, 0}}));
-    const ScopedMachine scope(machine);
+    const Replay replay({{0, 1}, {0, 4}, {0, 0}});
     EXPECT_FALSE(affinity("0:1").supportsCpuGroups());
-    EXPECT_EQ(WinAffinity::systemAffinity().value(), affinity("0:13h"));
-    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:13h"));
-    EXPECT_EQ(here(), 0U) << "the first processor of the file";
+    EXPECT_EQ(brief(WinAffinity::systemAffinity()), "0:13");
+    EXPECT_EQ(pins(), "0:13, 0:13, 0"); // the first processor of the file
     EXPECT_TRUE(affinity("0:11h").setThreadAffinity());
-    EXPECT_EQ(here(), 2U) << "the lowest of several";
+    EXPECT_EQ(pins(), "0:11, 0:13, 2"); // the lowest of several
     for (const char* refused : {"0:4h", "0:3Fh", "1:1", "0:1/1:1", "0:0"}) {
-        EXPECT_FALSE(affinity(refused).setThreadAffinity()) << refused;
-        EXPECT_FALSE(affinity(refused).setProcessAffinity()) << refused;
+        EXPECT_FALSE(affinity(refused).setThreadAffinity() || affinity(refused).setProcessAffinity()) << refused;
     }
     EXPECT_TRUE(affinity("0:10h").setProcessAffinity());
-    EXPECT_EQ(WinAffinity::processAffinity().value(), affinity("0:10h"));
-    EXPECT_EQ(here(), 2U) << "a thread with an affinity of its own stays";
-    std::thread([] { EXPECT_EQ(here(), 1U) << "all others move"; }).join();
+    EXPECT_EQ(pins(), "0:11, 0:10, 2"); // a thread with an affinity of its own stays, all others move
+    std::thread([] { EXPECT_EQ(pins(), "0:10, 0:10, 1"); }).join();
     EXPECT_TRUE(affinity("0:10h").setThreadAffinity()); // what it is without one of its own
     EXPECT_TRUE(affinity("0:13h").setProcessAffinity());
-    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:13h"));
-    EXPECT_EQ(here(), 0U);
+    EXPECT_EQ(pins(), "0:13, 0:13, 0");
 }
 
 TEST(RecordedAffinity, WithGroupsAndHoles) {
-    RecordedMachine machine(machineAt({{0, 0}, {0, 8}, {3, 63}}));
-    const ScopedMachine scope(machine);
+    const Replay replay({{0, 0}, {0, 8}, {3, 63}});
     EXPECT_TRUE(affinity("0:1").supportsCpuGroups());
-    EXPECT_EQ(WinAffinity::systemAffinity().value(), affinity("0:101h/3:8000000000000000h"));
-    EXPECT_EQ(WinAffinity::processAffinity().value(), WinAffinity::systemAffinity().value());
-    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:101h")) << "a thread is in one group";
-    EXPECT_FALSE(affinity("0:1").setProcessAffinity());
+    EXPECT_EQ(brief(WinAffinity::systemAffinity()), "0:101 3:8000000000000000");
+    EXPECT_EQ(pins(), "0:101, 0:101 3:8000000000000000, 0"); // a thread is in one group
+    EXPECT_FALSE(affinity("0:1").setProcessAffinity() || affinity("1:1").setThreadAffinity());
     EXPECT_TRUE(affinity("3:8000000000000000h").setThreadAffinity());
     EXPECT_EQ(here(), 2U);
     EXPECT_TRUE(affinity("0:100h/3:8000000000000000h").setThreadAffinity());
-    EXPECT_EQ(WinAffinity::threadAffinity().value(), affinity("0:100h")) << "only the first group counts";
-    EXPECT_EQ(here(), 1U);
-    EXPECT_FALSE(affinity("1:1").setThreadAffinity());
-    EXPECT_EQ(here(), 1U);
+    EXPECT_EQ(pins(), "0:100, 0:101 3:8000000000000000, 1"); // only the first group counts
 }
 
 TEST(RecordedAffinity, EveryThreadHasItsOwn) {
-    RecordedMachine machine(machineAt({{0, 0}, {0, 1}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {3, 0}, {3, 1}}));
-    const ScopedMachine scope(machine);
+    const Replay replay({{0, 0}, {0, 1}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {3, 0}, {3, 1}});
     std::atomic<unsigned int> wrong{0};
     std::vector<std::thread> running;
     const std::vector<WinAffinity> processors = WinAffinity::systemAffinity()->split(WinAffinity::PerLogicalCpu);
@@ -166,23 +170,21 @@ TEST(RecordedAffinity, EveryThreadHasItsOwn) {
 }
 
 TEST(RecordedAffinity, FailsAsPlanted) {
-    RecordedMachine machine(machineAt({{0, 0}, {0, 1}}));
-    const ScopedMachine scope(machine);
-    machine.faults().unpinnable = {0};
+    Replay replay({{0, 0}, {0, 1}});
+    Faults& faults = replay.machine.faults();
+    faults.unpinnable = {0};
     EXPECT_FALSE(affinity("0:1").setThreadAffinity());
     EXPECT_TRUE(affinity("0:2").setThreadAffinity() && affinity("0:3").setThreadAffinity());
-    machine.faults() = Faults();
-    machine.faults().failingAffinitySet = 4;
+    faults = Faults();
+    faults.failingAffinitySet = 4;
     EXPECT_TRUE(affinity("0:1").setThreadAffinity());
     EXPECT_FALSE(affinity("0:2").setThreadAffinity());
-    EXPECT_EQ(here(), 0U);
+    EXPECT_EQ(pins(), "0:1, 0:3, 0");
     EXPECT_TRUE(affinity("0:2").setThreadAffinity());
-    EXPECT_TRUE(WinAffinity::systemAffinity() && WinAffinity::processAffinity() && WinAffinity::threadAffinity());
-    machine.faults().systemAffinityUnreadable = true;
-    machine.faults().processAffinityUnreadable = true;
-    machine.faults().threadAffinityUnreadable = true;
-    EXPECT_FALSE(WinAffinity::systemAffinity() || WinAffinity::processAffinity() || WinAffinity::threadAffinity());
-    machine.faults().noAffinityBackend = true;
+    faults.systemAffinityUnreadable = faults.processAffinityUnreadable = faults.threadAffinityUnreadable = true;
+    EXPECT_EQ(pins(), "none, none, 1");
+    EXPECT_FALSE(WinAffinity::systemAffinity());
+    faults.noAffinityBackend = true;
     EXPECT_EQ(cpu::AffinityAPI::create(), nullptr);
 }
 
@@ -239,8 +241,7 @@ TEST(RecordedDrivers, AnswerMsrsOfTheProcessorAtHand) {
     Recording recording = machineAt({{0, 0}, {0, 1}});
     recording.processors[0].msrs = {{0x17, 1}, {0x10, 2}};
     recording.processors[1].msrs = {{0x17, 3}};
-    RecordedMachine machine(recording);
-    const ScopedMachine scope(machine);
+    Replay replay(recording);
     libKernelMode::MsrDriver driver;
     ASSERT_TRUE(driver.openDriver()) << driver.failureReason();
     std::uint64_t value = 0;
@@ -248,34 +249,23 @@ TEST(RecordedDrivers, AnswerMsrsOfTheProcessorAtHand) {
     ASSERT_TRUE(affinity("0:2").setThreadAffinity());
     EXPECT_TRUE(driver.readMsr(0x17, value) && value == 3);
     EXPECT_TRUE(driver.writeMsr(0x17, 9) && driver.readMsr(0x17, value) && value == 9);
-    EXPECT_EQ(machine.recording().processors[0].msrs.at(0x17), 1U);
+    EXPECT_EQ(replay.machine.recording().processors[0].msrs.at(0x17), 1U);
     EXPECT_FALSE(driver.readMsr(0x10, value) || driver.writeMsr(0x10, 1)) << "of the other processor only";
-    machine.faults().failingMsrs = {0x17};
+    replay.machine.faults().failingMsrs = {0x17};
     EXPECT_FALSE(driver.readMsr(0x17, value) || driver.writeMsr(0x17, 1));
-    machine.faults().noMsrDriver = true;
+    replay.machine.faults().noMsrDriver = true;
     EXPECT_FALSE(libKernelMode::MsrDriver().openDriver());
 }
 
-TEST(RecordedDrivers, AnswerMemoryAndPorts) {
+TEST(RecordedDrivers, EndAtTheLastByteOfMemory) {
     Recording recording = machineAt({{0, 0}});
     recording.memory = {{0xFFFFFFFFFFFFFFFE, 0x12}, {0xFFFFFFFFFFFFFFFF, 0x34}, {0, 0x56}};
-    recording.ports = {{0x70, 1}, {0x71, 2}, {0x72, 3}};
     RecordedMachine machine(recording);
     std::string reason;
     const auto memory = machine.drivers().openMemory(reason);
-    const auto ports = machine.drivers().openPorts(reason);
-    ASSERT_TRUE(memory && ports) << reason;
     std::uint8_t bytes[3] = {};
     EXPECT_TRUE(memory->read(0xFFFFFFFFFFFFFFFE, bytes, 2, 0) && bytes[1] == 0x34);
-    EXPECT_TRUE(memory->write(0xFFFFFFFFFFFFFFFF, bytes, 1, 0));
-    EXPECT_EQ(machine.recording().memory.at(0xFFFFFFFFFFFFFFFF), 0x12);
-    EXPECT_FALSE(memory->read(0xFFFFFFFFFFFFFFFE, bytes, 3, 0)) << "no wrap round";
-    EXPECT_FALSE(memory->read(1, bytes, 1, 0));
-    std::uint32_t value = 0;
-    EXPECT_TRUE(ports->read(0x70, 2, value) && value == 0x201);
-    EXPECT_TRUE(ports->write(0x71, 2, 0xABCD));
-    EXPECT_EQ(machine.recording().ports.at(0x72), 0xAB);
-    EXPECT_FALSE(ports->read(0x70, 4, value));
+    EXPECT_FALSE(memory->read(0xFFFFFFFFFFFFFFFE, bytes, 3, 0) || memory->write(0xFFFFFFFFFFFFFFFF, bytes, 2, 0));
 }
 
 } // namespace
