@@ -15,7 +15,7 @@ endef
 corpus_option = -DQUARROW_CORPUS="$(abspath $(CORPUS))"
 
 .NOTPARALLEL:
-.PHONY: all report test test-linux test-linux-asan test-windows stress bench fuzz install package docs format clean
+.PHONY: all report test test-linux test-linux-asan test-windows stress analyze bench fuzz install package docs format clean
 
 # The libraries and the tool, as they are installed.
 all:
@@ -45,6 +45,16 @@ stress:
 	@scripts/install-packages.sh test
 	$(call build,linux-tsan,,stress_tests)
 	QUARROW_STRESS_SECONDS=$(SECONDS) build/linux-tsan/bin/stress_tests
+
+# clang-tidy and cppcheck over everything but the tests; .clang-tidy says which checks, and why not the others. The
+# folders of Windows are for cppcheck only.
+analyze:
+	@scripts/install-packages.sh analyze
+	$(call build,linux,,libQuarrow_objects)
+	cppcheck --quiet --std=c++17 --language=c++ --enable=warning,performance,portability --inline-suppr \
+	    --error-exitcode=1 -j $(JOBS) -I. -Ibuild/linux zel libKernelMode libQuarrow tools examples
+	git ls-files zel libKernelMode libQuarrow tools examples | grep '\.cpp$$' | grep -v /windows/ | \
+	    xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/linux
 
 # Measures what the library costs, and prints how that compares with what it must cost. On an idle machine.
 bench:

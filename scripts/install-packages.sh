@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs from Debian what building needs and this machine lacks; with "test" what testing on both platforms needs too,
-# with "bench", "fuzz" or "docs" what the benchmarks, the fuzz targets or the reference documentation need.
+# with "bench", "fuzz", "docs" or "analyze" what the benchmarks, the fuzz targets, the reference documentation or the static
+# analysis need.
 # Asks nothing; needs root only when something is missing.
 set -eu
 
@@ -9,6 +10,7 @@ test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpk
 bench="libbenchmark-dev libhwloc-dev"
 fuzz="clang libclang-rt-14-dev"
 docs="doxygen"
+analyze="clang-tidy cppcheck"
 
 case "${1:-build}" in
     build) wanted="$build" ;;
@@ -16,8 +18,9 @@ case "${1:-build}" in
     bench) wanted="$build $bench" ;;
     fuzz) wanted="$build $fuzz" ;;
     docs) wanted="$build $docs" ;;
+    analyze) wanted="$build $test $analyze" ;;
     *)
-        echo "usage: $0 [build|test|bench|fuzz|docs]" >&2
+        echo "usage: $0 [build|test|bench|fuzz|docs|analyze]" >&2
         exit 2
         ;;
 esac

@@ -121,6 +121,7 @@ class Layout {
         const std::size_t share = (column.width + m.gapX) / beside;
         const std::size_t width = std::max(barWidth(longest(threads)), share - std::min(share, m.gapX));
         std::vector<Drawing> drawings;
+        drawings.reserve(threads.size());
         for (const zel::String& thread : threads) {
             drawings.push_back(drawingOf(Shape::ThreadBox, width, m.bar, thread));
         }

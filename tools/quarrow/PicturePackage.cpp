@@ -99,6 +99,7 @@ void PackagePicture::add(const CacheKind& kind) {
 
 void PackagePicture::addShared(const PictureCache& cache, const std::vector<const x86_cpu*>& processors) {
     std::vector<std::size_t> cores;
+    cores.reserve(processors.size());
     for (const x86_cpu* cpu : processors) {
         cores.push_back(m_coreOf.at(cpu));
     }

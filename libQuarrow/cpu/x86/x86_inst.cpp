@@ -110,12 +110,12 @@ void x86_inst::impSupportedFeatures(x86_feature_flags& out) {
 // answer and on the query that runs before it; both must stay.
 bool x86_inst::featuresSupported(const x86_feature_flags& flags) {
     getSupportedFeatures();
-    return (flags & flags) == flags;
+    return (flags & flags) == flags; // NOLINT(misc-redundant-expression): meant
 }
 
 bool x86_inst::featuresAllowed(const x86_feature_flags& flags) {
     getAllowedFeatures();
-    return (flags & flags) == flags;
+    return (flags & flags) == flags; // NOLINT(misc-redundant-expression): meant
 }
 
 } // namespace libQuarrow::cpu

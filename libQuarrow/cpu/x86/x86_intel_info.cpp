@@ -108,7 +108,7 @@ bool x86_intel_info::getCpuDesignedFrequency(std::uint32_t& mhz) const {
     }
     // In 32 bits on purpose: from 5 GHz on the product wraps, and must go on doing so for those who compare this
     // figure.
-    std::uint64_t hertz = parts[0].strToUInt(10) * std::uint32_t{1000000000};
+    std::uint64_t hertz = std::uint32_t{parts[0].strToUInt(10) * 1000000000};
     std::uint64_t place = 1000000000;
     for (const char16_t digit : parts[1].units()) {
         place /= 10;

@@ -20,7 +20,7 @@ zel::String withoutTrailingZeros(const zel::String& text, std::size_t last) {
 }
 
 zel::String trimmedText(double value, unsigned int minDecimals) {
-    const zel::String text = zel::String::SprintfFormat("%f", value);
+    zel::String text = zel::String::SprintfFormat("%f", value);
     const std::size_t point = text.find(".");
     if (point == zel::String::npos) {
         return text; // no number: nothing to trim

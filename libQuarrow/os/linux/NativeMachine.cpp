@@ -4,8 +4,8 @@
 #include <libQuarrow/os/InstructionRoutines.h>
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
 
+#include <ctime>
 #include <sched.h>
-#include <time.h>
 
 namespace libQuarrow::os {
 namespace {

@@ -1,7 +1,7 @@
 #include <libQuarrow/os/recorded/QuarrowFormat.h>
 #include <libQuarrow/os/recorded/Recording.h>
 
-#include <fmt/ostream.h>
+#include <zel/String.h>
 
 #include <ostream>
 
@@ -10,17 +10,22 @@ namespace {
 
 constexpr std::size_t bytesPerLine = 16;
 
+template <class... Arguments>
+void write(std::ostream& out, const char* format, Arguments... arguments) {
+    out << zel::String::SprintfFormat(format, arguments...).toUtf8();
+}
+
 void writeProcessor(const RecordedProcessor& processor, std::size_t number, std::ostream& out) {
-    fmt::print(out, "CPU {}: group {} bit {}\n", number, processor.group, processor.bit);
+    write(out, "CPU %zu: group %u bit %u\n", number, processor.group, processor.bit);
     for (const auto& [where, registers] : processor.leaves) {
-        fmt::print(out, "   {:#010x} {:#04x}: eax={:#010x} ebx={:#010x} ecx={:#010x} edx={:#010x}\n", where.first,
-                   where.second, registers.eax, registers.ebx, registers.ecx, registers.edx);
+        write(out, "   0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", where.first, where.second,
+              registers.eax, registers.ebx, registers.ecx, registers.edx);
     }
     if (processor.xcr0) {
-        fmt::print(out, "   xcr0 {:#018x}\n", *processor.xcr0);
+        write(out, "   xcr0 0x%016I64x\n", *processor.xcr0);
     }
     for (const auto& [msr, value] : processor.msrs) {
-        fmt::print(out, "   msr {:#010x}: {:#018x}\n", msr, value);
+        write(out, "   msr 0x%08x: 0x%016I64x\n", msr, value);
     }
 }
 
@@ -29,10 +34,10 @@ template <class Address>
 void writeBytes(const char* what, int digits, const std::map<Address, std::uint8_t>& bytes, std::ostream& out) {
     auto next = bytes.begin();
     while (next != bytes.end()) {
-        fmt::print(out, "{} 0x{:0{}x}:", what, next->first, digits);
+        write(out, "%s 0x%0*I64x:", what, digits, next->first);
         std::uint64_t address = next->first;
         do {
-            fmt::print(out, " {:02x}", next->second);
+            write(out, " %02x", next->second);
             ++next;
             ++address;
         } while (next != bytes.end() && next->first == address && address % bytesPerLine != 0);
@@ -45,7 +50,7 @@ void writeBytes(const char* what, int digits, const std::map<Address, std::uint8
 void writeRecording(const Recording& recording, std::ostream& out) {
     out << quarrowHeader << quarrowFormatVersion << '\n';
     if (recording.tscHertz) {
-        fmt::print(out, "tsc {}\n", *recording.tscHertz);
+        write(out, "tsc %I64u\n", *recording.tscHertz);
     }
     std::size_t number = 0;
     for (const RecordedProcessor& processor : recording.processors) {

@@ -2,6 +2,8 @@
 
 #include <libQuarrow/cpu/WinAffinity.h>
 
+#include <utility>
+
 namespace libQuarrow::cpu {
 namespace {
 
@@ -20,7 +22,7 @@ std::vector<GroupAffinity> groupZero(DWORD_PTR mask) {
 
 } // namespace
 
-WinLegacyAffinityAPI::WinLegacyAffinityAPI(CpuLegacyAPI api) : m_api(api) {}
+WinLegacyAffinityAPI::WinLegacyAffinityAPI(CpuLegacyAPI api) : m_api(std::move(api)) {}
 
 bool WinLegacyAffinityAPI::setProcessAffinity(const WinAffinity& affinity) {
     const auto mask = singleMask(affinity);
