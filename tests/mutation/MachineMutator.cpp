@@ -41,6 +41,12 @@ std::uint32_t& registerOf(cpu::cpuid_args& registers, std::size_t index) {
 
 constexpr std::uint32_t extremes[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF, 0x00FF00FF, 0xFF00FF00};
 
+// The registers that decide something.
+constexpr std::uint32_t msrs[] = {0x17,       0x1B,       0x2C,       0xCD,       0xCE,       0xE7,
+                                  0xE8,       0xEE,       0x198,      0x1A0,      0x1A2,      0x1AD,
+                                  0x1AE,      0x1AF,      0xC0010015, 0xC0010042, 0xC0010061, 0xC0010063,
+                                  0xC0010064, 0xC0010065, 0xC0010066, 0xC0010071};
+
 void mutateOnce(os::Recording& recording, Choices& choices) {
     os::RecordedProcessor& processor = recording.processors[choices.below(recording.processors.size())];
     const unsigned int what = choices.byte() % 10;
@@ -50,7 +56,8 @@ void mutateOnce(os::Recording& recording, Choices& choices) {
         return;
     }
     if (what == 9) {
-        processor.msrs[choices.byte() % 2 == 0 ? 0x17 : 0x1A0] = choices.word();
+        std::uint64_t& value = processor.msrs[msrs[choices.byte() % std::size(msrs)]];
+        value = std::uint64_t{choices.word()} << 32 | choices.word();
         return;
     }
     if (processor.leaves.empty()) {
@@ -142,8 +149,9 @@ std::size_t askEverything(const os::Recording& recording) {
             ++characters; // a machine without a processor that answers
         }
     };
-    for (const auto command : {quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
-                               quarrow::cachesCommand, quarrow::affinityCommand}) {
+    for (const auto command :
+         {quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand, quarrow::cachesCommand,
+          quarrow::affinityCommand, quarrow::limitsCommand, quarrow::speedCommand, quarrow::pictureCommand}) {
         ask(command, false);
     }
     ask(quarrow::treeCommand, true); // the document with everything
