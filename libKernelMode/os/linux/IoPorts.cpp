@@ -1,8 +1,9 @@
 #include <libKernelMode/os/linux/IoPorts.h>
 
+#include <libKernelMode/os/linux/Device.h>
+
 #include <cerrno>
 #include <sys/io.h>
-#include <system_error>
 
 namespace libKernelMode {
 
@@ -58,26 +59,15 @@ class IoPorts : public PortAccess {
     }
 };
 
-std::string describeFailure(int error) {
-    const std::string failure = "cannot open the I/O ports: ";
-    switch (error) {
-    case EACCES:
-    case EPERM:
-        return failure + "permission denied; port access needs root and a kernel that is not locked down";
-    case ENOSYS:
-        return failure + "this kernel has no ioperm; port access needs CONFIG_X86_IOPL_IOPERM";
-    default:
-        return failure + std::generic_category().message(error);
-    }
-}
-
 } // namespace
 
 std::unique_ptr<PortAccess> openIoPorts(std::string& reason) {
     // Whether the thread may is only found out by asking for a port; asking accesses none.
     const AllowedPorts probe(0, 1);
     if (!probe) {
-        reason = describeFailure(errno);
+        const char* const denied = "permission denied; port access needs root and a kernel that is not locked down";
+        const char* const absent = "this kernel has no ioperm; port access needs CONFIG_X86_IOPL_IOPERM";
+        reason = describeFailure("the I/O ports", errno, {{EACCES, denied}, {EPERM, denied}, {ENOSYS, absent}});
         return nullptr;
     }
     return std::make_unique<IoPorts>();

@@ -1,30 +1,17 @@
 #include <libKernelMode/os/linux/MemoryDevice.h>
 
+#include <libKernelMode/os/linux/Device.h>
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <limits>
 #include <sys/mman.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace libKernelMode {
 
 namespace {
-
-std::string describeFailure(const std::string& device, int error) {
-    const std::string failure = "cannot open " + device + ": ";
-    switch (error) {
-    case EACCES:
-    case EPERM:
-        return failure + "permission denied; physical memory needs root and a kernel that is not locked down";
-    case ENOENT:
-    case ENXIO:
-        return failure + "no such device; physical memory needs a kernel with CONFIG_DEVMEM";
-    default:
-        return failure + std::generic_category().message(error);
-    }
-}
 
 // The pages around a range of the device, mapped until the end of the scope.
 class Mapping {
@@ -140,15 +127,12 @@ class MemoryDevice : public MemoryAccess {
 } // namespace
 
 std::unique_ptr<MemoryAccess> openMemoryDevice(const std::string& device, std::string& reason) {
-    // O_SYNC: the kernel maps device registers uncached.
-    bool writable = true;
-    int file = ::open(device.c_str(), O_RDWR | O_SYNC | O_CLOEXEC);
-    if (file < 0 && (errno == EACCES || errno == EPERM || errno == EROFS)) {
-        writable = false;
-        file = ::open(device.c_str(), O_RDONLY | O_SYNC | O_CLOEXEC);
-    }
+    bool writable = false;
+    const int file = openDevice(device, O_SYNC, writable); // O_SYNC: the kernel maps device registers uncached
     if (file < 0) {
-        reason = describeFailure(device, errno);
+        const char* const denied = "permission denied; physical memory needs root and a kernel that is not locked down";
+        const char* const absent = "no such device; physical memory needs a kernel with CONFIG_DEVMEM";
+        reason = describeFailure(device, errno, {{EACCES, denied}, {EPERM, denied}, {ENOENT, absent}, {ENXIO, absent}});
         return nullptr;
     }
     return std::make_unique<MemoryDevice>(file, writable);

@@ -1,11 +1,11 @@
 // The drivers of the Linux kernel.
 #include <libKernelMode/DriverBackend.h>
 
+#include <libKernelMode/os/linux/Device.h>
 #include <libKernelMode/os/linux/IoPorts.h>
 #include <libKernelMode/os/linux/MemoryDevice.h>
 
 #include <cerrno>
-#include <fcntl.h>
 #include <sched.h>
 #include <system_error>
 #include <unistd.h>
@@ -13,22 +13,6 @@
 namespace libKernelMode {
 
 namespace {
-
-std::string describeFailure(const std::string& device, int error) {
-    const std::string failure = "cannot open " + device + ": ";
-    switch (error) {
-    case EACCES:
-    case EPERM:
-        return failure + "permission denied; MSR access needs root and the msr module";
-    case ENOENT:
-        return failure + "no such device; the msr module is not loaded, try 'modprobe msr'";
-    case ENXIO:
-    case EIO:
-        return failure + "the processor is offline or has no MSRs";
-    default:
-        return failure + std::generic_category().message(error);
-    }
-}
 
 // An open msr device, whose file offset is the number of the MSR.
 class MsrDevice : public MsrAccess {
@@ -58,12 +42,17 @@ class LinuxDriverBackend : public DriverBackend {
             return nullptr;
         }
         const std::string device = "/dev/cpu/" + std::to_string(processor) + "/msr";
-        int file = ::open(device.c_str(), O_RDWR | O_CLOEXEC);
-        if (file < 0 && (errno == EACCES || errno == EPERM || errno == EROFS)) {
-            file = ::open(device.c_str(), O_RDONLY | O_CLOEXEC); // reading may still be allowed
-        }
+        bool writable = false; // where it is not, writing fails
+        const int file = openDevice(device, 0, writable);
         if (file < 0) {
-            reason = describeFailure(device, errno);
+            const char* const denied = "permission denied; MSR access needs root and the msr module";
+            const char* const absent = "the processor is offline or has no MSRs";
+            reason = describeFailure(device, errno,
+                                     {{EACCES, denied},
+                                      {EPERM, denied},
+                                      {ENOENT, "no such device; the msr module is not loaded, try 'modprobe msr'"},
+                                      {ENXIO, absent},
+                                      {EIO, absent}});
             return nullptr;
         }
         return std::make_unique<MsrDevice>(file);

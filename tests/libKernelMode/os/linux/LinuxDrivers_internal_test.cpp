@@ -82,6 +82,8 @@ TEST_F(MemoryFile, AndDriversLeakNothing) {
     EXPECT_EQ(openFiles(), before);
     EXPECT_EQ(m_reason.find("cannot open /dev/no-such-memory: no such device; "), 0u) << m_reason;
     RecordProperty("opened", opened);
+    EXPECT_EQ(openMemoryDevice("/", m_reason), nullptr);
+    EXPECT_EQ(m_reason, "cannot open /: Is a directory");
 }
 
 TEST(NativePorts, AreReadWhereAllowed) {
