@@ -33,7 +33,8 @@ Recording recorded(const Recording& recording) {
 // How many sub-leaves of how many leaves were recorded of the one processor, the leaves masked.
 std::map<std::uint32_t, unsigned int> counted(const Recording& recording, std::uint32_t mask) {
     std::map<std::uint32_t, unsigned int> counts;
-    for (const auto& leaf : recorded(recording).processors.at(0).leaves) {
+    const Recording result = recorded(recording); // lives as long as the loop
+    for (const auto& leaf : result.processors.at(0).leaves) {
         ++counts[leaf.first.first & mask];
     }
     return counts;
