@@ -13,15 +13,7 @@ namespace {
 
 AmdTopologyEntry entry(std::uint64_t mask, std::uint32_t node, std::uint32_t core, std::uint32_t apicId,
                        std::uint32_t threadsPerCore) {
-    AmdTopologyEntry e;
-    e.affinity = WinAffinity(mask);
-    e.extendedApicId = apicId;
-    e.nodeId = node;
-    e.coreId = core;
-    e.nodesPerProcessor = 1;
-    e.threadsPerCore = threadsPerCore;
-    e.packageThreads = 4;
-    return e;
+    return {WinAffinity(mask), apicId, node, core, 1, threadsPerCore, 4, {}, {}};
 }
 
 TEST(AmdTopology, EntryFromLeaves) {

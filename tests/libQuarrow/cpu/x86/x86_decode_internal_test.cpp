@@ -88,14 +88,4 @@ TEST(Decode, SignatureAndApicId) {
     }
 }
 
-TEST(RememberingCpuidReader, ExecutesEachLeafOnce) {
-    LiteralReader source("GenuineIntel", 4, 0, {{4, 0, {1, 0, 0, 0}}, {4, 1, {2, 0, 0, 0}}});
-    RememberingCpuidReader cpuid(source);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(cpuid.read(4, 0).eax, 1u);
-        EXPECT_EQ(cpuid.read(4, 1).eax, 2u);
-    }
-    EXPECT_EQ(source.executions, 2u);
-}
-
 } // namespace

@@ -25,7 +25,11 @@ struct Case {
     const char* metrics;
 };
 
-// In Hz, 0 for what is not known: "bus clock: lowest multiplier / current one / highest one = highest speed", with
+double megahertz(const boost::optional<std::uint64_t>& hertz) {
+    return static_cast<double>(hertz.value_or(0)) / 1000000;
+}
+
+// In MHz, 0 for what is not known: "bus clock: lowest multiplier / current one / highest one = highest speed", with
 // turbo ", highest ratio with turbo = speed"; "none" when nothing is known.
 std::string textOf(const OneProcessor& one) {
     x86_speed_metrics m;
@@ -38,10 +42,10 @@ std::string textOf(const OneProcessor& one) {
     EXPECT_EQ(m.currentSpeed.has_value(), m.busClock && m.currentMultiplier != 0);
     EXPECT_EQ(m.lowestSpeed.has_value(), m.busClock && m.minMultiplier != 0);
     EXPECT_EQ(m.effectiveSpeed, boost::none) << "a recording's counters stand still";
-    zel::String text = zel::String::SprintfFormat("%u: %g/%g/%g = %u", m.busClock.value_or(0), m.minMultiplier,
-                                                  m.currentMultiplier, m.maxMultiplier, m.highestSpeed.value_or(0));
+    zel::String text = zel::String::SprintfFormat("%.10g: %g/%g/%g = %.10g", megahertz(m.busClock), m.minMultiplier,
+                                                  m.currentMultiplier, m.maxMultiplier, megahertz(m.highestSpeed));
     if (m.turboRatio || m.turboSpeed) {
-        text += zel::String::SprintfFormat(", %g = %u", m.turboRatio.value_or(0), m.turboSpeed.value_or(0));
+        text += zel::String::SprintfFormat(", %g = %.10g", m.turboRatio.value_or(0), megahertz(m.turboSpeed));
     }
     return text.toUtf8();
 }
@@ -64,42 +68,38 @@ TEST(IntelSpeed, comes_from_the_registers_of_the_generation) {
     };
     // clang-format off
     const Case cases[] = {
-        {"Xeon Irwindale", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D0000112D}},
-         "200000000: 0/17/17 = 3400000000"},
-        {"the same, slowed down", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D00000E1E}},
-         "200000000: 0/14/17 = 3400000000"},
-        {"no SpeedStep", Intel(0xF29), {{0x2C, 0x0E020000}, {0x198, 0x500}}, "200000000: 0/14/14 = 2800000000"},
-        {"model 2, code 0", Intel(0xF24), {{0x2C, 0x14000000}}, "100000000: 0/20/20 = 2000000000"},
-        {"model 4, code 0", Intel(0xF43), {{0x2C, 0x0E000000}}, "266666667: 0/14/14 = 3733333338"},
+        {"Xeon Irwindale", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D0000112D}}, "200: 0/17/17 = 3400"},
+        {"the same, slowed down", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D00000E1E}}, "200: 0/14/17 = 3400"},
+        {"no SpeedStep", Intel(0xF29), {{0x2C, 0x0E020000}, {0x198, 0x500}}, "200: 0/14/14 = 2800"},
+        {"model 2, code 0", Intel(0xF24), {{0x2C, 0x14000000}}, "100: 0/20/20 = 2000"},
+        {"model 4, code 0", Intel(0xF43), {{0x2C, 0x0E000000}}, "266.666667: 0/14/14 = 3733.333338"},
         {"model 2, a code of later models", Intel(0xF29), {{0x2C, 0x0E040000}}, "0: 0/14/14 = 0"},
-        {"model 0: bus clock only", Intel(0xF0A, "4 CPU 1.70GHz"), {{0x2C, 0}}, "100000000: 0/0/17 = 1700000000"},
+        {"model 0: bus clock only", Intel(0xF0A, "4 CPU 1.70GHz"), {{0x2C, 0}}, "100: 0/0/17 = 1700"},
         {"Core 2 P8400, accelerated", Intel(0x10676),
-         {{0xCD, 0x1E0}, {0x198, 0x0617092706000927}, {0x17, 0x001C0000B9F4C822}},
-         "266666667: 0/9/9 = 2400000003"},
+         {{0xCD, 0x1E0}, {0x198, 0x0617092706000927}, {0x17, 0x001C0000B9F4C822}}, "266.666667: 0/9/9 = 2400.000003"},
         {"Core 2, half a step", Intel(0x10676), {{0xCD, 4}, {0x198, 0x482200000616}},
-         "333333333: 0/6/8.5 = 2833333331"},
+         "333.333333: 0/6/8.5 = 2833.333331"},
         {"Core 2 without a status", Intel(0x10676), {{0xCD, 0}, {0x17, 0x001C0000B9F4C822}},
-         "266666667: 0/0/8 = 2133333336"},
-        {"Core Duo", Intel(0x6EC), {{0xCD, 3}, {0x198, 0x0D2800000613}}, "166666667: 0/6/13 = 2166666671"},
+         "266.666667: 0/0/8 = 2133.333336"},
+        {"Core Duo", Intel(0x6EC), {{0xCD, 3}, {0x198, 0x0D2800000613}}, "166.666667: 0/6/13 = 2166.666671"},
         {"Core 2, a code that is none", Intel(0x6F6), {{0xCD, 7}, {0x198, 0x092700000613}}, "0: 0/6/9 = 0"},
-        {"Atom", Intel(0x106C2), {{0xCD, 1}, {0x198, 0x0C1A00000616}}, "133333333: 0/6/12 = 1599999996"},
-        {"Atom, a slow bus", Intel(0x106C2), {{0xCD, 7}, {0x198, 0x0C1A00000C16}}, "83333333: 0/12/12 = 999999996"},
-        {"Silvermont", Intel(0x30673), {{0xCD, 0}, {0xCE, 0x1800}, {0x198, 0x1000}}, "83333333: 0/16/24 = 1999999992"},
-        {"Airmont", Intel(0x406C3), {{0xCD, 8}, {0xCE, 0x1400}, {0x198, 0x1400}}, "87500000: 0/20/20 = 1750000000"},
+        {"Atom", Intel(0x106C2), {{0xCD, 1}, {0x198, 0x0C1A00000616}}, "133.333333: 0/6/12 = 1599.999996"},
+        {"Atom, a slow bus", Intel(0x106C2), {{0xCD, 7}, {0x198, 0x0C1A00000C16}}, "83.333333: 0/12/12 = 999.999996"},
+        {"Silvermont", Intel(0x30673), {{0xCD, 0}, {0xCE, 0x1800}, {0x198, 0x1000}},
+         "83.333333: 0/16/24 = 1999.999992"},
+        {"Airmont", Intel(0x406C3), {{0xCD, 8}, {0xCE, 0x1400}, {0x198, 0x1400}}, "87.5: 0/20/20 = 1750"},
         {"Westmere i5-650", withTurbo(0x20652, 2), {{0xCE, 0x090008051800}, {0x198, 0x19}, {0x1AD, 0x191A}},
-         "133333333: 9/25/24 = 3199999992, 26 = 3466666658"},
+         "133.333333: 9/25/24 = 3199.999992, 26 = 3466.666658"},
         {"Sandy Bridge i5-2400, turbo switched off", Intel(0x206A7),
-         {{0xCE, 0x100078011F00}, {0x198, 0x280800001F00}, {0x1AD, 0x20212122}}, "100000000: 16/31/31 = 3100000000"},
+         {{0xCE, 0x100078011F00}, {0x198, 0x280800001F00}, {0x1AD, 0x20212122}}, "100: 16/31/31 = 3100"},
         {"Haswell i7-4770, turbo switched on", withTurbo(0x306C3, 4),
-         {{0xCE, 0x00080838F3012200}, {0x198, 0x1FC300002200}, {0x1AD, 0x25262727}},
-         "100000000: 8/34/34 = 3400000000, 39 = 3900000000"},
+         {{0xCE, 0x00080838F3012200}, {0x198, 0x1FC300002200}, {0x1AD, 0x25262727}}, "100: 8/34/34 = 3400, 39 = 3900"},
         {"Skylake Xeon Bronze 3104: no turbo", Intel(0x50654),
-         {{0xCE, 0x0007082CF3811100}, {0x198, 0x150500000800}, {0x1AD, 0x1111111111111111}},
-         "100000000: 8/8/17 = 1700000000"},
+         {{0xCE, 0x0007082CF3811100}, {0x198, 0x150500000800}, {0x1AD, 0x1111111111111111}}, "100: 8/8/17 = 1700"},
         {"of no class, with leaf 0x16", withTurbo(0x906A4, 4).maxLeaf(0x16).leaf(0x16, {1500, 4400, 100, 0}),
-         {{0xCE, 0x0004043DF0810F00}, {0x198, 0x1E00}}, "100000000: 4/30/15 = 1500000000, 44 = 4400000000"},
+         {{0xCE, 0x0004043DF0810F00}, {0x198, 0x1E00}}, "100: 4/30/15 = 1500, 44 = 4400"},
         {"registers before leaf 0x16", Intel(0x906E9).maxLeaf(0x16).leaf(0x16, {4200, 4200, 100, 0}),
-         {{0xCE, 0x080000002900}}, "100000000: 8/0/41 = 4100000000"},
+         {{0xCE, 0x080000002900}}, "100: 8/0/41 = 4100"},
     };
     // clang-format on
     expectMetrics(cases);
@@ -111,18 +111,15 @@ TEST(IntelSpeed, makes_do_with_cpuid) {
     };
     // clang-format off
     const Case cases[] = {
-        {"leaf 0x16 with turbo", withTurbo(2).leaf(0x16, {3600, 4500, 100, 0}), {},
-         "100000000: 0/0/36 = 3600000000, 45 = 4500000000"},
-        {"leaf 0x16, turbo off", withTurbo(0).leaf(0x16, {3600, 4500, 100, 0}), {}, "100000000: 0/0/36 = 3600000000"},
+        {"leaf 0x16 with turbo", withTurbo(2).leaf(0x16, {3600, 4500, 100, 0}), {}, "100: 0/0/36 = 3600, 45 = 4500"},
+        {"leaf 0x16, turbo off", withTurbo(0).leaf(0x16, {3600, 4500, 100, 0}), {}, "100: 0/0/36 = 3600"},
         {"leaf 0x16, upper halves reserved", withTurbo(2).leaf(0x16, {0xFFFF0E10, 0xFFFF0E10, 0xFFFF0064, 0}), {},
-         "100000000: 0/0/36 = 3600000000"},
-        {"leaf 0x16 of zeros: the name", withTurbo(2), {}, "100000000: 0/0/42 = 4200000000"},
-        {"leaf 0x15: 24 MHz * 216 / 2", withTurbo(0).leaf(0x15, {2, 216, 24000000, 0}), {},
-         "100000000: 0/0/26 = 2592000000"},
-        {"leaf 0x15 without a denominator", withTurbo(0).leaf(0x15, {0, 216, 24000000, 0}), {},
-         "100000000: 0/0/42 = 4200000000"},
+         "100: 0/0/36 = 3600"},
+        {"leaf 0x16 of zeros: the name", withTurbo(2), {}, "100: 0/0/42 = 4200"},
+        {"leaf 0x15: 24 MHz * 216 / 2", withTurbo(0).leaf(0x15, {2, 216, 24000000, 0}), {}, "100: 0/0/26 = 2592"},
+        {"leaf 0x15 without a denominator", withTurbo(0).leaf(0x15, {0, 216, 24000000, 0}), {}, "100: 0/0/42 = 4200"},
         {"no bus clock: the name alone", IntelProcessor(0x6D6, "Pentium(R) M processor 1.60GHz"), {},
-         "0: 0/0/0 = 1600000000"},
+         "0: 0/0/0 = 1600"},
         {"nothing", IntelProcessor(0x6D6), {}, "none"},
     };
     // clang-format on
@@ -144,33 +141,30 @@ TEST(AmdSpeed, comes_from_the_registers_of_the_family) {
     fx8150ByStatus[0xC0010063] = 7;
     // clang-format off
     const Case cases[] = {
-        {"Athlon 64 2800+", Amd(0xF4A), {{0xC0010042, 0x200000A0A0A}}, "200000000: 0/9/9 = 1800000000"},
-        {"an unlimited Athlon 64", Amd(0xF58), {{0xC0010042, 0x2A0E02}}, "200000000: 0/5/11 = 2200000000"},
+        {"Athlon 64 2800+", Amd(0xF4A), {{0xC0010042, 0x200000A0A0A}}, "200: 0/9/9 = 1800"},
+        {"an unlimited Athlon 64", Amd(0xF58), {{0xC0010042, 0x2A0E02}}, "200: 0/5/11 = 2200"},
         {"Phenom II 940", Amd(0x100F42),
          {{0xC0010061, 0x30}, {0xC0010064, 0x8000001A3C00200E}, {0xC0010065, 0x800001C33C003007},
           {0xC0010066, 0x800001B63C004002}, {0xC0010067, 0x800001723C005840}, {0xC0010068, 0x40000000},
-          {0xC0010071, 0x008000033C00200E}}, "200000000: 4/15/15 = 3000000000"},
+          {0xC0010071, 0x008000033C00200E}}, "200: 4/15/15 = 3000"},
         {"family 0x11", Amd(0x200F31), {{0xC0010064, on | 0x0E}, {0xC0010065, on | 0x4E}, {0xC0010071, 0x4E}},
-         "200000000: 5.5/5.5/11 = 2200000000"},
+         "200: 5.5/5.5/11 = 2200"},
         {"family 0x12", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010065, on | 0x081}, {0xC0010071, 0x081}},
-         "100000000: 16/16/29 = 2900000000"},
+         "100: 16/16/29 = 2900"},
         {"family 0x12, a divisor that is none", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010071, 0x08F}},
-         "100000000: 29/0/29 = 2900000000"},
+         "100: 29/0/29 = 2900"},
         {"E-350", Amd(0x500F10),
          {{0xC0010061, 0x20}, {0xC0010064, 0x8000012600002810}, {0xC0010065, 0x8000011A00002A12},
-          {0xC0010066, 0x8000028C00005430}, {0xC0010067, 0}, {0xC0010071, 0x002000A25E002810}},
-         "100000000: 8/16/16 = 1600000000"},
-        {"FX-8150", withBoost(0x600F12), fx8150, "200000000: 7/21/18 = 3600000000, 21 = 4200000000"},
-        {"FX-8150, boost switched off", withBoost(0x600F12), fx8150BoostOff, "200000000: 7/21/18 = 3600000000"},
-        {"FX-8150, no such state", withBoost(0x600F12), fx8150ByStatus,
-         "200000000: 7/0/18 = 3600000000, 21 = 4200000000"},
-        {"a later family 0x15", Amd(0x610F01), {{0xC0010064, on | 0x16}, {0xC0010071, 0x16}},
-         "100000000: 38/38/38 = 3800000000"},
+          {0xC0010066, 0x8000028C00005430}, {0xC0010067, 0}, {0xC0010071, 0x002000A25E002810}}, "100: 8/16/16 = 1600"},
+        {"FX-8150", withBoost(0x600F12), fx8150, "200: 7/21/18 = 3600, 21 = 4200"},
+        {"FX-8150, boost switched off", withBoost(0x600F12), fx8150BoostOff, "200: 7/21/18 = 3600"},
+        {"FX-8150, no such state", withBoost(0x600F12), fx8150ByStatus, "200: 7/0/18 = 3600, 21 = 4200"},
+        {"a later family 0x15", Amd(0x610F01), {{0xC0010064, on | 0x16}, {0xC0010071, 0x16}}, "100: 38/38/38 = 3800"},
         {"Ryzen 5 1500X", withBoost(0x800F11),
          {{0xC0010061, 0x20}, {0xC0010063, 1}, {0xC0010064, 0x8000000048CC888C}, {0xC0010065, 0x8000000047900878},
-          {0xC0010066, 0x8000000043DA907C}, {0xC0010067, 0}}, "100000000: 15.5/30/35 = 3500000000"},
+          {0xC0010066, 0x8000000043DA907C}, {0xC0010067, 0}}, "100: 15.5/30/35 = 3500"},
         {"family 0x17, no divisor, no such state", Amd(0x800F11), {{0xC0010063, 7}, {0xC0010064, on | 0x8C}}, "none"},
-        {"family 0x1A", Amd(0xB40F40), {{0xC0010063, 0}, {0xC0010064, on | 0x348}}, "100000000: 42/42/42 = 4200000000"},
+        {"family 0x1A", Amd(0xB40F40), {{0xC0010063, 0}, {0xC0010064, on | 0x348}}, "100: 42/42/42 = 4200"},
         {"a family without such registers", Amd(0x6A0), {}, "none"},
         {"no driver", Amd(0x800F11), {}, "none"},
     };
