@@ -16,6 +16,14 @@ using libQuarrow::cpu::x86_physical_cpu;
 
 namespace {
 
+// Where the whole machine's table settles where AMD's processors are, they carry no APIC ID, but give one with their
+// extended topology (AMD64 manual volume 3, Fn8000_001E_EAX).
+bool apicIdOf(const x86_cpu& cpu, std::uint32_t& id) {
+    constexpr std::uint32_t extendedTopology = 0x8000001E;
+    return cpu.getApicId(id) || (cpu.supportsFeature(libQuarrow::cpu::x86_feature_TOPEX) &&
+                                 cpu.callCPUID(extendedTopology, &id, nullptr, nullptr, nullptr));
+}
+
 // Some processors tell only how many share a cache. Those are the ones whose APIC IDs differ in no more than the low
 // bits, as many as that number needs: the rule of Intel's leaf 4, and by AMD64 manual volume 3 (Fn8000_001D) of AMD's
 // too.
@@ -23,7 +31,7 @@ void completeTopologyIds(x86_cache& cache, const x86_cpu& cpu) {
     std::uint32_t id = 0;
     std::uint32_t mask = 0;
     const std::uint32_t threads = cache.getThreadsSharing();
-    if (threads == 0 || cache.getTopologyIds(id, mask) || !cpu.getApicId(id)) {
+    if (threads == 0 || cache.getTopologyIds(id, mask) || !apicIdOf(cpu, id)) {
         return;
     }
     std::uint64_t span = 1;
@@ -53,7 +61,11 @@ class Sorter {
         std::uint32_t id = 0;
         std::uint32_t mask = 0;
         if (!cache.getTopologyIds(id, mask)) {
-            kind.instancesKnown = false;
+            if (cache.getThreadsSharing() == 1) {
+                kind.instances.push_back({&cpu});
+            } else {
+                kind.instancesKnown = false;
+            }
             return;
         }
         const auto place = std::make_tuple(number, id, mask);
@@ -62,6 +74,8 @@ class Sorter {
             kind.instances.emplace_back();
         }
         kind.instances[instance].push_back(&cpu);
+        // More than there are IDs with these bits: some of the IDs are made up, as hypervisors do.
+        kind.instancesKnown = kind.instancesKnown && kind.instances[instance].size() <= std::uint64_t{~mask} + 1;
     }
 
     std::vector<CacheKind> kinds;

@@ -75,10 +75,9 @@ void PackagePicture::add(const CacheKind& kind) {
     const PictureCache cache{nameOf(kind.cache), kind.cache.getCacheLevel()};
     if (!kind.instancesKnown) {
         const unsigned int threads = kind.cache.getThreadsSharing();
-        m_unplaced.push_back(
-            {cache.text + (threads == 0 ? zel::String(", shared by whom is not known")
-                                        : zel::String::SprintfFormat(", shared by %u, which is not known", threads)),
-             cache.level});
+        const zel::String who = threads == 0 ? zel::String("not known by whom")
+                                             : zel::String::SprintfFormat("by %u CPUs, not known which", threads);
+        m_unplaced.push_back({cache.text + ", shared " + who, cache.level});
         return;
     }
     std::map<std::size_t, unsigned int> ofOneCore; // how many of this kind a core has to itself
