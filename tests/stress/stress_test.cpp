@@ -1,6 +1,7 @@
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
+#include <libQuarrow/os/Machine.h>
 
 #include <gtest/gtest.h>
 
@@ -101,6 +102,8 @@ TEST(UnderLoad, ManyThreadsFindTheSameMachineAndStayWhereTheyAre) {
     const AffinityMask all = AffinityMask::threadAffinityMask().value();
     const std::vector<WinAffinity> single = all.maskPerLogicalCPU();
     const zel::String machine = describe(tree);
+    std::uint32_t priority = 0;
+    ASSERT_TRUE(libQuarrow::os::nativeMachine().clock().priorityClass(priority));
     Findings findings;
     std::atomic<bool> stop{false};
 
@@ -127,6 +130,9 @@ TEST(UnderLoad, ManyThreadsFindTheSameMachineAndStayWhereTheyAre) {
 
     EXPECT_EQ(findings.count(), 0u) << "the first: " << findings.first();
     EXPECT_TRUE(AffinityMask::threadAffinityMask() == all);
+    std::uint32_t after = 0;
+    ASSERT_TRUE(libQuarrow::os::nativeMachine().clock().priorityClass(after));
+    EXPECT_EQ(after, priority);
     unsigned int rounds = 0;
     for (const Worker& worker : work) {
         EXPECT_GT(worker.rounds, 0u);

@@ -8,6 +8,8 @@
 #include <libQuarrow/os/Machine.h>
 #include <zel/Log.h>
 
+#include <mutex>
+
 namespace libQuarrow::cpu {
 namespace {
 
@@ -37,12 +39,13 @@ bool fail(MessageTag tag, const zel::String& message) {
     return false;
 }
 
-// The process in the real-time priority class until the end of the scope. Where the class cannot be read it stays: what
-// could not be put back is not changed.
+// The process in the real-time priority class until the end of the scope, one measurement at a time: the second of two
+// that overlap would take the raised class for the one to put back. Where the class cannot be read it stays: what could
+// not be put back is not changed.
 class RaisedPriority {
   public:
     explicit RaisedPriority(os::Clock& clock)
-        : m_clock(clock),
+        : m_alone(mutex()), m_clock(clock),
           m_raised(clock.priorityClass(m_before) && clock.setPriorityClass(os::Clock::realTimePriorityClass)) {}
     ~RaisedPriority() {
         if (m_raised) {
@@ -53,6 +56,12 @@ class RaisedPriority {
     RaisedPriority& operator=(const RaisedPriority&) = delete;
 
   private:
+    static std::mutex& mutex() {
+        static std::mutex instance;
+        return instance;
+    }
+
+    std::lock_guard<std::mutex> m_alone;
     os::Clock& m_clock;
     std::uint32_t m_before = 0;
     bool m_raised;
