@@ -2,6 +2,7 @@
 #include <libQuarrow/os/recorded/LineCursor.h>
 #include <libQuarrow/os/recorded/Recording.h>
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -39,7 +40,7 @@ class RecordingParser {
     bool readLine(std::string_view line, bool terminated);
     bool note(Candidate& candidate, const std::string& mistake);
     bool settle(std::size_t index);
-    bool checkEnd();
+    boost::optional<Recording> finish();
     bool fail(const std::string& message) {
         m_message = message;
         return false;
@@ -96,25 +97,26 @@ bool RecordingParser::settle(std::size_t index) {
     return m_candidates.front().mistake.empty() || fail(m_candidates.front().mistake);
 }
 
-bool RecordingParser::checkEnd() {
+// After the last line. What a reader drops at the end may have been all that there was.
+boost::optional<Recording> RecordingParser::finish() {
     if (settled()) {
         FormatReader& reader = *m_candidates.front().reader;
         const std::string missing = reader.missing();
         if (!missing.empty()) {
-            return fail(atLine(missing));
+            fail(atLine(missing));
+            return boost::none;
         }
-        for (const RecordedProcessor& processor : reader.builder().recording().processors) {
-            if (!processor.leaves.empty()) {
-                return true;
-            }
-        }
-    }
-    for (const Candidate& candidate : m_candidates) {
-        if (!candidate.mistake.empty()) {
-            return fail(candidate.mistake);
+        Recording recording = reader.finish();
+        if (std::any_of(recording.processors.begin(), recording.processors.end(),
+                        [](const RecordedProcessor& processor) { return !processor.leaves.empty(); })) {
+            return recording;
         }
     }
-    return fail(m_name + ": " + withoutValues(m_text) + "; " + formatsRead);
+    const auto mistaken = std::find_if(m_candidates.begin(), m_candidates.end(),
+                                       [](const Candidate& candidate) { return !candidate.mistake.empty(); });
+    fail(mistaken != m_candidates.end() ? mistaken->mistake
+                                        : m_name + ": " + withoutValues(m_text) + "; " + formatsRead);
+    return boost::none;
 }
 
 boost::optional<Recording> RecordingParser::parse(RecordingError& error) {
@@ -131,11 +133,9 @@ boost::optional<Recording> RecordingParser::parse(RecordingError& error) {
         }
         good = readLine(line, length != std::string_view::npos);
     }
-    if (good && checkEnd()) {
-        return m_candidates.front().reader->finish();
-    }
+    boost::optional<Recording> recording = good ? finish() : boost::none;
     error.message = m_message;
-    return boost::none;
+    return recording;
 }
 
 } // namespace

@@ -163,6 +163,8 @@ TEST(RecordingFormats, SaysWhereTheMistakeIs) {
         {leaf0 + "MSR 00000017: 0004-0000-0000\n", "file:2: " + expectedMsr},
         {"CPUID 0000001: 1\n" + leaf0, "file:1: " + expectedReport}, // before the first value
         {raw0 + "0x00000001 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000\n", "file:2: " + expectedRaw},
+        {"basic_cpuid[0]=80000000 756e6547 6c65746e 49656e69\n", // drops itself: no such maximum
+         "file: there are no CPUID values in it" + formats},
         {"basic_cpuid[0]=0000000d 756e6547 6c65746e\n", "file:1: " + expectedArray},
         {"basic_cpuid[1073741824]=0000000d 00000000 00000000 00000000\n", "file:1: " + expectedArray}, // past its range
         {"CPU 0:\nCPUID 00000004:01 = 1c004122 01c0003f 0000003f 00000000 | \"A\"\n", "file:2: " + expectedReport},
@@ -217,6 +219,7 @@ TEST(RecordingFile, IsReadOrRefusedAsItStands) {
     };
     EXPECT_EQ(read("/nowhere/dump.txt"), "/nowhere/dump.txt: it cannot be opened: No such file or directory" + formats);
     EXPECT_EQ(read(QUARROW_SOURCE_DIR), QUARROW_SOURCE_DIR ": it is a folder" + formats);
+    EXPECT_EQ(read("\xFF").substr(0, 6), "\xFF: it "); // UTF-8 it is not
     std::ofstream(path, std::ios::binary) << "CPU:\r\n" + raw0;
     EXPECT_EQ(read(path), "0:0 0.0=d");
     std::ofstream(path, std::ios::binary) << std::string(maxRecordingBytes + 1, '\n');
