@@ -1,5 +1,7 @@
 #include <tools/quarrow/Commands.h>
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/MsrAccessor.h>
+#include <tools/quarrow/MsrNotes.h>
 #include <tools/quarrow/Output.h>
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
@@ -10,15 +12,40 @@ namespace quarrow {
 
 namespace os = libQuarrow::os;
 
+namespace {
+
+// The rate of the time-stamp counter, and the MSRs behind what the commands tell, where they can be read.
+void addRateAndMsrs(const Request& request, os::Recording& recording) {
+    zel::Array<libQuarrow::cpu::x86_cpu> processors;
+    if (!libQuarrow::cpu::x86_cpu::findLogicalCpus(processors, request.threadAffinity) || processors.isEmpty()) {
+        return; // what they say is in the recording all the same
+    }
+    std::uint64_t hertz = 0;
+    if (request.tscRateKnown && processors[0].calculateSpeedTSC(hertz)) {
+        recording.tscHertz = hertz;
+    }
+    if (whyNoMsrs(processors[0]).empty()) {
+        const MsrNotes notes(recording);
+        for (const auto command : {cpusCommand, limitsCommand, speedCommand}) {
+            command(request);
+        }
+    }
+}
+
+} // namespace
+
 std::string recordCommand(const Request& request) {
     if (request.json) {
         throw Failure(Failure::WrongInput, "record writes a recording, which is no JSON; leave --json out");
     }
     os::RecordingError error;
-    const boost::optional<os::Recording> recording = os::recordCurrentMachine(error);
+    boost::optional<os::Recording> recording = os::recordCurrentMachine(error);
     if (!recording) {
         throw Failure(Failure::CannotAnswer, error.message);
     }
+    Request everything = request;
+    everything.operands.clear();
+    addRateAndMsrs(everything, *recording);
     std::ostringstream text;
     os::writeRecording(*recording, text);
     if (request.operands.empty()) {
