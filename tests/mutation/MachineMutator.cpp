@@ -149,9 +149,9 @@ std::size_t askEverything(const os::Recording& recording) {
             ++characters; // a machine without a processor that answers
         }
     };
-    for (const auto command :
-         {quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand, quarrow::cachesCommand,
-          quarrow::affinityCommand, quarrow::limitsCommand, quarrow::speedCommand, quarrow::pictureCommand}) {
+    for (const auto command : {quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
+                               quarrow::cachesCommand, quarrow::affinityCommand, quarrow::limitsCommand,
+                               quarrow::speedCommand, quarrow::pictureCommand, quarrow::recordCommand}) {
         ask(command, false);
     }
     ask(quarrow::treeCommand, true); // the document with everything

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <random>
 
@@ -24,17 +24,17 @@ TEST(MutatedMachines, AnswerWithoutCrashingOrHanging) {
     ASSERT_FALSE(machines.empty());
     std::mt19937 random(setting("QUARROW_MUTATION_SEED", 20260101));
     const unsigned int rounds = setting("QUARROW_MUTATIONS", 400);
-    std::chrono::duration<double, std::milli> slowest{};
+    double slowest = 0; // milliseconds of processor time, so that other work on the machine does not count
     for (unsigned int round = 0; round < rounds; ++round) {
         std::vector<std::uint8_t> bytes(1 + random() % 64);
         for (std::uint8_t& byte : bytes) {
             byte = static_cast<std::uint8_t>(random());
         }
         const auto& machine = machines[round % machines.size()];
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         EXPECT_GT(askEverything(mutatedRecording(machine, bytes.data(), bytes.size())), 0u) << "round " << round;
-        slowest = std::max<decltype(slowest)>(slowest, std::chrono::steady_clock::now() - start);
-        ASSERT_LT(slowest, std::chrono::seconds(10)) << "round " << round;
+        slowest = std::max(slowest, 1e3 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
+        ASSERT_LT(slowest, 10000) << "round " << round;
     }
-    std::cout << rounds << " machines, the slowest took " << slowest.count() << " ms\n";
+    std::cout << rounds << " machines, the slowest took " << slowest << " ms\n";
 }
