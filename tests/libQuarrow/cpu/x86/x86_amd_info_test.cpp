@@ -35,7 +35,8 @@ TEST(x86_amd_info, revision_and_package) {
     } cases[] = {
         {0xF40, "SH-B0", {0xF, 15, 4, 0}, {0, 0}}, // the row that stands twice
         {k8, "JH-F2", {0xF, 8, 23, 0}, {3, 3}},
-        {phenom, "RB-C2", {0x10, 13, 10, 0}, {16, 16, 16, 16, 16, 16}},   // the field is not asked before family 0x11
+        {phenom, "RB-C2", {0x10, 13, 10, 0}, {16, 16, 16, 16, 16, 16}}, // the field is not asked before family 0x11
+        {0x100F22, "DR-B2", {0x10, 6, 6, 0}, {3, 3}},
         {turion, "LG-B1", {0x11, 11, 5, 0}, {5, 10, 11, 12, 16, 13, 16}}, // by the list of family 0x12, on purpose
         {llano, "LN1-B0", {0x12, 17, 4, 0}, {5, 10, 11, 12, 16, 13, 16}},
         {bulldozer, "OR-B2", {0x15, 18, 6, 0}, {5, 16, 16, 12, 16, 13, 16}},
@@ -83,6 +84,8 @@ TEST(x86_amd_info, caches_of_the_legacy_leaves) {
         {cpu(phenom, 2, 4), text("2", "2", "4")},
         {cpu(turion, 4, 4), text("1", "1", "4")},
         {cpu(k8, 2, 2), text("1", "1", "0")},
+        {cpu(llano, 4, 4), text("1", "1", "0")},
+        {cpu(0x400F10, 2, 2), text("1", "0", "0")}, // no such family
         {cpu(bobcat, 2, 2), text("1", "1", "0")},
         {cpu(bulldozer, 4, 8), text("2", "0", "0")},
         {cpu(jaguar, 4, 4), text("1", "0", "0")},
@@ -90,7 +93,7 @@ TEST(x86_amd_info, caches_of_the_legacy_leaves) {
         {cpu(phenom, 0, 0), text("0", "0", "0")}, // no division by no cores
         {cpu(phenom, 2, 2).leaf(0x80000006, {0, 0, 0x02008140, 0x0003F140}), text("1", "1", "")}, // L3 below one unit
         {AmdProcessor(phenom).caches().maxExtendedLeaf(0x80000005), text("1", "", "")},
-        {AmdProcessor(phenom).caches().maxExtendedLeaf(0x80000004), ""},
+        {AmdProcessor(phenom).caches().maxExtendedLeaf(0x80000000), ""},
     };
     for (const auto& [processor, expected] : cases) {
         const AmdMachine machine(processor);

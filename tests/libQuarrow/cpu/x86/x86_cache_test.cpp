@@ -2,6 +2,7 @@
 #include <zel/Assertion.h>
 
 #include <boost/optional/optional_io.hpp>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace libQuarrow::cpu;
@@ -78,7 +79,11 @@ TEST(x86_cache, size_counts_bytes_or_micro_operations) {
     std::uint64_t bytes = 7;
     EXPECT_FALSE(sized(CacheSizeInMicroOps).getCacheSizeBytes(bytes));
     EXPECT_EQ(bytes, 7u);
-    EXPECT_THROW(sized(2).getCacheSizeFormatted(false), zel::AssertionError);
+    EXPECT_TRUE(data.getCacheSizeBytes(bytes));
+    EXPECT_EQ(bytes, 48u << 10);
+    EXPECT_THAT(
+        [&] { sized(2).getCacheSizeFormatted(false); },
+        testing::Throws<zel::AssertionError>(testing::Property(&zel::AssertionError::sourcePath, "cpu/x86/x86_cache")));
 }
 
 TEST(x86_cache, comparison) {
@@ -94,6 +99,9 @@ TEST(x86_cache, comparison) {
     EXPECT_TRUE(b.matchesApicId(3));
     EXPECT_FALSE(b.matchesApicId(4));
     EXPECT_FALSE(l1Data().matchesApicId(0));
+    std::uint32_t id = 0;
+    std::uint32_t mask = 0;
+    EXPECT_FALSE(l1Data().getTopologyIds(id, mask));
     // Numbers that no processor reports count as signed.
     EXPECT_TRUE(x86_cache(static_cast<x86_CacheLevel>(0x80000000), {}, {}, 0, {}, 0) < a);
     EXPECT_TRUE(x86_cache(x86_cache_level_2, static_cast<x86_CacheType>(0x80000000), {}, 0, {}, 0) < a);
@@ -110,6 +118,8 @@ TEST(x86_caches, are_kept_in_order_of_level_then_type) {
               "L1D 1/64 Fully x0, L1D 2/64 Fully x0, L1D 1/64 Fully x0, L1D 2/64 Fully x0, "
               "L1I 1/0 Fully x0, L1I 1/0 Fully x0, L2U 1048576/64 16 x2, L2U 1048576/64 16 x2");
     std::size_t index = 99;
+    EXPECT_TRUE(caches.findCache(x86_cache_level_1, x86_cache_type_data, 0, index));
+    EXPECT_EQ(index, 0u);
     EXPECT_TRUE(caches.findCache(x86_cache_level_1, x86_cache_type_instruction, 1, index));
     EXPECT_EQ(index, 5u);
     EXPECT_FALSE(caches.findCache(x86_cache_level_2, x86_cache_type_unified, 2, index));

@@ -98,29 +98,31 @@ TEST(x86_intel_info_internal, tells_no_temperature_of_another_class) {
 }
 
 TEST(x86_intel_info_internal, finds_the_highest_turbo_ratio) {
+    const auto skylake = [](std::uint32_t leaf6) {
+        return IntelProcessor(0x506E3).leaf(6, {leaf6, 0, 0, 0}).counts(4, 8);
+    };
     const std::string header = "1 Cores Active:  Max Ratio:  Max Speed:";
+    const std::string first = "1 1              33          3300.000 MHz";
+    const std::string second = "1 2              32          3200.000 MHz";
     const struct {
-        std::uint32_t leaf6;
-        std::uint64_t ratios;
+        IntelProcessor processor;
         std::uint32_t highest;
         std::vector<std::string> messages;
     } cases[] = {
+        {skylake(2).msr(0x1AD, 0x27272727'00002021), 33, {header, first, second}}, // four cores
         // The highest is not the first; what has no ratio has no row.
-        {2, 0x27002000210000, 33, {header, "1 3              33          3300.000 MHz"}},
-        {2,
-         0x2021,
-         33,
-         {header, "1 1              33          3300.000 MHz", "1 2              32          3200.000 MHz"}},
-        {2, 0, 0, {header}},
-        {0xFFFFFFFD, 0x26, 0, {"2 Intel Turbo Boost not supported on CPU"}},
+        {skylake(2).msr(0x1AD, 0x00210000), 33, {header, "1 3              33          3300.000 MHz"}},
+        {skylake(2).msr(0x1AD, 0), 0, {header}},
+        {skylake(2), 0, {}},                                                     // no such register
+        {IntelProcessor(0x30673).leaf(6, {2, 0, 0, 0}).msr(0x1AD, 0x21), 0, {}}, // no class that has it
+        {skylake(0xFFFFFFFD).msr(0x1AD, 0x21), 0, {"2 Intel Turbo Boost not supported on CPU"}},
     };
     for (const auto& test : cases) {
-        const x86_intel_info_access skylake(
-            IntelProcessor(0x506E3).leaf(6, {test.leaf6, 0, 0, 0}).counts(4, 8).msr(0x1AD, test.ratios));
+        const x86_intel_info_access intel(test.processor);
         const LogCapture log;
         std::uint32_t ratio = 7;
         std::uint64_t speed = 1; // stays where there is no ratio
-        EXPECT_EQ(skylake.maxTurbo(100000000, ratio, speed), test.highest != 0);
+        EXPECT_EQ(intel.maxTurbo(100000000, ratio, speed), test.highest != 0);
         EXPECT_EQ(ratio, test.highest);
         EXPECT_EQ(speed, test.highest != 0 ? test.highest * std::uint64_t{100000000} : 1);
         std::vector<std::string> expected = test.messages;

@@ -63,6 +63,7 @@ const Identity identities[] = {
     // 65 nm Core 2: mobile by number. Without "@" there is no number. MSR 0xEE from stepping 4 on.
     {0x6F6, "CPU T7200 @ 2.00GHz", bit27Low, "Core2Family | Merom", "65 nm", "B2", 85, true, none, false},
     {0x6F6, "CPU T7200", {}, "Core2Family", "65 nm", "B2"},
+    {0x6F4, "CPU T7200 @ 2.00GHz", {{0xEE, 0}}, "Core2Family | Merom", "65 nm", "", 100, true},
     {0x6F2, "CPU T7200 @ 2.00GHz", {{0xEE, bit30}}, "Core2Family | Merom", "65 nm", "L2", 100, true},
     // The others by signature, frequency and brand, blanks included; of several rows that fit the last one decides.
     {0x6FB, "Core(TM)2 Duo CPU E6750 @ 2.66GHz", {}, "Core2Family", "65 nm", "G0", 85},
