@@ -92,11 +92,12 @@ TEST(PhysicalMemory, moves_values_in_either_byte_order) {
     }
 }
 
-TEST(PhysicalMemory, leaves_a_value_alone_that_it_cannot_read) {
+TEST(PhysicalMemory, fails_where_there_is_no_memory_or_driver) {
     Machine machine;
     const PhysicalMemory memory(base, zel::EndianBig);
     unsigned int value = 7;
-    EXPECT_FALSE(memory.read32(14, value)); // its last bytes are not there
+    EXPECT_TRUE(memory.write8(farOffset - 1, 0)); // just within the limit of writes
+    EXPECT_FALSE(memory.read32(14, value));       // its last bytes are not there
     machine.recorded.faults().noMemoryDriver = true;
     EXPECT_FALSE(memory.read32(0, value));
     EXPECT_FALSE(memory.write32(0, 1));
@@ -121,6 +122,7 @@ TEST(PhysicalMemory, moves_blocks_in_two_of_the_access_units) {
         {0, 8, 8, false, false},
         {0, 8, 7, false, false, true},
         {0, 8, -1, false, false, true},
+        {0, farOffset - 1, 7, false, false, true},
         {0, farOffset, 7, false, false}, // too large comes first
     };
     for (const auto& row : cases) {
