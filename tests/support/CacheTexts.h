@@ -25,4 +25,13 @@ inline std::string textOf(const libQuarrow::cpu::x86_caches& caches) {
     return text;
 }
 
+// "4x1 1x8": instances of each, and how many threads share one.
+inline zel::String countsOf(const libQuarrow::cpu::x86_caches& caches) {
+    zel::Array<zel::String> counts;
+    for (const libQuarrow::cpu::x86_cache& cache : caches) {
+        counts.append(zel::String::SprintfFormat("%ux%u", cache.getInstanceCount(), cache.getThreadsSharing()));
+    }
+    return zel::String::join(counts, " ");
+}
+
 } // namespace testing_support

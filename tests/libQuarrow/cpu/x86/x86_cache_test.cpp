@@ -99,9 +99,8 @@ TEST(x86_cache, comparison) {
     EXPECT_TRUE(b.matchesApicId(3));
     EXPECT_FALSE(b.matchesApicId(4));
     EXPECT_FALSE(l1Data().matchesApicId(0));
-    std::uint32_t id = 0;
-    std::uint32_t mask = 0;
-    EXPECT_FALSE(l1Data().getTopologyIds(id, mask));
+    std::uint32_t none = 0;
+    EXPECT_FALSE(l1Data().getTopologyIds(none, none));
     // Numbers that no processor reports count as signed.
     EXPECT_TRUE(x86_cache(static_cast<x86_CacheLevel>(0x80000000), {}, {}, 0, {}, 0) < a);
     EXPECT_TRUE(x86_cache(x86_cache_level_2, static_cast<x86_CacheType>(0x80000000), {}, 0, {}, 0) < a);
@@ -136,25 +135,22 @@ TEST(x86_caches, consolidation) {
         zel::Array<x86_cache> caches;
         bool combine;
         const char* expected; // instances and threads sharing
+        bool identified = false;
     } cases[] = {
-        {"different IDs are instances", {l2(0, ~1u), l2(2, ~1u)}, true, "2x1 "},
-        {"different IDs stay apart", {l2(0, ~1u), l2(2, ~1u)}, false, "1x1 1x1 "},
+        {"different IDs are instances", {l2(0, ~1u), l2(2, ~1u)}, true, "2x1"},
+        {"different IDs stay apart", {l2(0, ~1u), l2(2, ~1u)}, false, "1x1 1x1", true},
         // Both counts are reset to 1 on purpose, whatever they were.
-        {"equal IDs are one cache", {l2(0, ~1u), l2(1, ~1u)}, false, "1x1 "},
-        {"another mask is another cache", {l2(0, ~1u), l2(0, ~3u)}, false, "1x1 1x1 "},
-        {"no IDs: all stay as they are", {shared, shared}, false, "3x2 3x2 "},
-        {"no IDs: instances add up", {shared, shared}, true, "6x2 "},
-        {"other properties", {shared, l1Data(1)}, true, "3x2 1x0 "},
+        {"equal IDs are one cache", {l2(0, ~1u), l2(1, ~1u)}, false, "1x1", true},
+        {"another mask is another cache", {l2(0, ~1u), l2(0, ~3u)}, false, "1x1 1x1", true},
+        {"no IDs: all stay as they are", {shared, shared}, false, "3x2 3x2"},
+        {"no IDs: instances add up", {shared, shared}, true, "6x2"},
+        {"other properties", {shared, l1Data(1)}, true, "3x2 1x0"},
     };
     for (const auto& test : cases) {
         x86_caches caches(test.caches);
         caches.consolidateCaches(test.combine);
-        zel::String found;
-        for (const x86_cache& cache : caches) {
-            found += zel::String::SprintfFormat("%ux%u ", cache.getInstanceCount(), cache.getThreadsSharing());
-            EXPECT_FALSE(test.combine && cache.matchesApicId(0)); // combined: no IDs
-        }
-        EXPECT_EQ(found, test.expected) << test.what;
+        EXPECT_EQ(testing_support::countsOf(caches), test.expected) << test.what;
+        EXPECT_EQ(caches[0].matchesApicId(0), test.identified) << test.what;
     }
 }
 

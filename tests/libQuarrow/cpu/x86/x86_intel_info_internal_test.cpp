@@ -45,9 +45,7 @@ TEST(x86_intel_info_internal, keeps_the_platform_id_until_it_is_refreshed) {
     for (const auto& step : steps) {
         intel.faults().failingMsrs.clear();
         ASSERT_TRUE(intel.cpu.callWRMSR(0x17, step.stored));
-        if (!step.readable) {
-            intel.faults().failingMsrs = {0x17};
-        }
+        intel.faults().failingMsrs.insert(step.readable ? 0 : 0x17);
         std::uint64_t value = 9;
         EXPECT_EQ(intel.platformId(value, step.refresh), step.answer != 9);
         EXPECT_EQ(value, step.answer);

@@ -1,8 +1,8 @@
-#include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 #include <libQuarrow/cpu/x86/x86_vendor_info.h>
 #include <tests/support/AmdProcessor.h>
+#include <tests/support/CacheTexts.h>
 #include <tests/support/IntelProcessor.h>
 #include <tests/support/LogCapture.h>
 #include <zel/Assertion.h>
@@ -108,14 +108,14 @@ TEST(x86_physical_cpus, caches_of_a_package) {
         const char* what;
         libQuarrow::os::Recording machine;
         bool known;
-        std::vector<std::pair<std::uint32_t, std::uint32_t>> expected; // instances, and threads sharing: 1 on purpose
+        const char* expected; // instances, and threads sharing: 1 on purpose
     } cases[] = {
-        {"4 cores of 2 threads", amd(phenom, 4, 8, 8), true, {{4, 1}, {4, 1}, {4, 1}, {1, 1}}},
-        {"more share it than are there", amd(phenom, 4, 8, 1), true, {{1, 1}, {1, 1}, {1, 1}, {1, 8}}},
-        {"nobody knows who shares L2", amd(0x600F12, 4, 8, 8), false, {{7, 0}}},
-        {"no cores", amd(phenom, 0, 0, 1), true, {}},
-        {"unknown maker", CurrentMachine::recording(std::vector<AmdProcessor>{stranger()}), true, {}},
-        {"topology IDs", CurrentMachine::recording(coresWithSharedL2()), true, {{2, 1}, {1, 1}}},
+        {"4 cores of 2 threads", amd(phenom, 4, 8, 8), true, "4x1 4x1 4x1 1x1"},
+        {"more share it than are there", amd(phenom, 4, 8, 1), true, "1x1 1x1 1x1 1x8"},
+        {"nobody knows who shares L2", amd(0x600F12, 4, 8, 8), false, "7x0"},
+        {"no cores", amd(phenom, 0, 0, 1), true, ""},
+        {"unknown maker", CurrentMachine::recording(std::vector<AmdProcessor>{stranger()}), true, ""},
+        {"topology IDs", CurrentMachine::recording(coresWithSharedL2()), true, "2x1 1x1"},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
@@ -125,11 +125,7 @@ TEST(x86_physical_cpus, caches_of_a_package) {
         before.setInstanceCount(7);
         x86_caches caches(zel::Array<x86_cache>{before});
         EXPECT_EQ(x86_physical_cpus(true)[0].getCaches(caches), test.known);
-        std::vector<std::pair<std::uint32_t, std::uint32_t>> found;
-        for (const x86_cache& cache : caches) {
-            found.emplace_back(cache.getInstanceCount(), cache.getThreadsSharing());
-        }
-        EXPECT_EQ(found, test.expected);
+        EXPECT_EQ(countsOf(caches), test.expected);
     }
 }
 
