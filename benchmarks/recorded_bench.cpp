@@ -59,7 +59,7 @@ void everySize(benchmark::internal::Benchmark* benchmark) {
     for (const std::int64_t size : sizes) {
         benchmark->Arg(size);
     }
-    benchmark->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(5);
+    benchmark->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(15);
 }
 BENCHMARK_CAPTURE(tree, intel, Layout::intel)->Name("recorded/intel")->Apply(everySize);
 BENCHMARK_CAPTURE(tree, amd, Layout::amdTable)->Name("recorded/amd")->Apply(everySize);
@@ -81,7 +81,7 @@ void load(State& state) {
     state.counters["megabytes"] = static_cast<double>(std::filesystem::file_size(path)) / 1e6;
     std::filesystem::remove(path);
 }
-BENCHMARK(load)->Name("recording/load_4096")->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(5);
+BENCHMARK(load)->Name("recording/load_4096")->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(15);
 
 std::string nameOf(const char* machine, std::int64_t size) {
     return std::string(machine) + "/" + std::to_string(size);
