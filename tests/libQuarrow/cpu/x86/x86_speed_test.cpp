@@ -151,7 +151,7 @@ TEST(AmdSpeed, comes_from_the_registers_of_the_family) {
          "200: 5.5/5.5/11 = 2200"},
         {"family 0x12", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010065, on | 0x081}, {0xC0010071, 0x081}},
          "100: 16/16/29 = 2900"},
-        {"family 0x12, a divisor that is none", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010071, 0x08F}},
+        {"family 0x12, a divisor that is none", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010071, 0x089}},
          "100: 29/0/29 = 2900"},
         {"E-350", Amd(0x500F10),
          {{0xC0010061, 0x20}, {0xC0010064, 0x8000012600002810}, {0xC0010065, 0x8000011A00002A12},
