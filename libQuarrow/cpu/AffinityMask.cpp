@@ -5,13 +5,13 @@
 namespace libQuarrow::cpu {
 namespace {
 
-boost::optional<AffinityMask> wrap(const boost::optional<WinAffinity>& affinity) {
-    return affinity ? boost::optional<AffinityMask>(*affinity) : boost::none;
+boost::optional<AffinityMask> wrap(boost::optional<WinAffinity> affinity) {
+    return affinity ? boost::optional<AffinityMask>(std::move(*affinity)) : boost::none;
 }
 
-bool store(const boost::optional<WinAffinity>& affinity, AffinityMask& mask) {
+bool store(boost::optional<WinAffinity> affinity, AffinityMask& mask) {
     if (affinity) {
-        mask = AffinityMask(*affinity);
+        mask = std::move(*affinity);
     }
     return affinity.has_value();
 }

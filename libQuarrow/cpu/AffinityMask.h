@@ -7,6 +7,7 @@
 #include <boost/optional.hpp>
 
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace libQuarrow::cpu {
@@ -15,7 +16,7 @@ namespace libQuarrow::cpu {
 class QUARROW_EXPORT AffinityMask {
   public:
     AffinityMask() = default; // empty
-    AffinityMask(const WinAffinity& affinity) : m_affinity(affinity) {}
+    AffinityMask(WinAffinity affinity) : m_affinity(std::move(affinity)) {}
 
     bool operator==(const AffinityMask& other) const { return m_affinity == other.m_affinity; }
     bool operator!=(const AffinityMask& other) const { return !(*this == other); }

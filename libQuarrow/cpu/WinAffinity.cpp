@@ -29,11 +29,14 @@ bool isNormal(const std::vector<GroupAffinity>& groups) {
 
 } // namespace
 
-WinAffinity::WinAffinity() : WinAffinity(std::uint64_t{0}) {}
+WinAffinity::WinAffinity() : m_api(getAffinityAPI()) {}
 
 WinAffinity::WinAffinity(std::uint64_t group0Mask) : WinAffinity(std::vector{GroupAffinity(0, group0Mask)}) {}
 
-WinAffinity::WinAffinity(std::vector<GroupAffinity> groups) : m_groups(std::move(groups)), m_api(getAffinityAPI()) {
+WinAffinity::WinAffinity(std::vector<GroupAffinity> groups) : WinAffinity(std::move(groups), getAffinityAPI()) {}
+
+WinAffinity::WinAffinity(std::vector<GroupAffinity> groups, std::shared_ptr<AffinityAPI> api)
+    : m_groups(std::move(groups)), m_api(std::move(api)) {
     normalize();
 }
 
@@ -147,10 +150,8 @@ boost::optional<WinAffinity> WinAffinity::read(boost::optional<std::vector<Group
     if (!groups) {
         return boost::none;
     }
-    WinAffinity affinity(std::move(*groups));
     // A backend may remember more of what it read than the list can say, and needs that to put it back exactly.
-    affinity.m_api = std::move(api);
-    return affinity;
+    return WinAffinity(std::move(*groups), std::move(api));
 }
 
 boost::optional<WinAffinity> WinAffinity::systemAffinity() {

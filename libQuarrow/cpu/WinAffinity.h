@@ -63,6 +63,7 @@ class QUARROW_EXPORT WinAffinity {
     static boost::optional<WinAffinity> fromString(const zel::String& text);
 
   private:
+    WinAffinity(std::vector<GroupAffinity> groups, std::shared_ptr<AffinityAPI> api);
     static std::shared_ptr<AffinityAPI> getAffinityAPI();
     static boost::optional<WinAffinity> read(boost::optional<std::vector<GroupAffinity>> (AffinityAPI::*reader)());
     void normalize();

@@ -139,7 +139,7 @@ zel::String x86_cache::getCacheSizeFormatted(bool withInstances) const {
     ZEL_ASSERT_TEXT(m_sizeUnit == CacheSizeInBytes || m_sizeUnit == CacheSizeInMicroOps, "size unit is known",
                     "cpu/x86/x86_cache");
     zel::String size = m_sizeUnit == CacheSizeInBytes ? zel::DiscreteMeasurement(m_size).toString()
-                                                            : zel::ZELValue(m_size >> 10).toString() + " Kuops";
+                                                      : zel::ZELValue(m_size >> 10).toString() + " Kuops";
     if (!withInstances || m_instanceCount < 2) {
         return size;
     }

@@ -56,8 +56,8 @@ x86_cpu::x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, unsigned 
     refresh();
 }
 
-x86_cpu::x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers)
-    : m_useThreadAffinity(useThreadAffinity), m_affinity(affinity) {
+x86_cpu::x86_cpu(AffinityMask affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers)
+    : m_useThreadAffinity(useThreadAffinity), m_affinity(std::move(affinity)) {
     refresh(numbers);
 }
 
@@ -71,8 +71,8 @@ bool x86_cpu::findLogicalCpus(zel::Array<x86_cpu>& cpus, bool useThreadAffinity)
     system.getMaskPerLogicalDevice(masks);
     cpus.reserve(masks.size());
     LogicalCpuNumbers numbers(AffinityAPI::create());
-    for (const WinAffinity& mask : masks) {
-        x86_cpu cpu(mask, useThreadAffinity, numbers);
+    for (WinAffinity& mask : masks) {
+        x86_cpu cpu(std::move(mask), useThreadAffinity, numbers);
         if (cpu.isValid()) {
             cpus.append(std::move(cpu));
         }

@@ -115,7 +115,7 @@ class QUARROW_EXPORT x86_cpu {
         std::unique_ptr<x86_vendor_info> object;
     };
 
-    x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers);
+    x86_cpu(AffinityMask affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers);
     void init();
     void refresh(LogicalCpuNumbers& numbers);
     void getTopologyInfo(CpuidReader& cpuid);

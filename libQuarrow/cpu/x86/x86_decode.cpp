@@ -25,10 +25,9 @@ constexpr VendorRow vendorRows[] = {
     {"AMDisbetter!", x86_vendor_amd},     //
 };
 
-void appendCharacters(std::string& text, std::uint32_t value) {
-    for (unsigned int shift = 0; shift < 32; shift += 8) {
-        text += static_cast<char>(value >> shift & 0xFF);
-    }
+// Four characters, the first in the lowest byte: as they lie in memory.
+void appendCharacters(std::string& text, const std::uint32_t& value) {
+    text.append(reinterpret_cast<const char*>(&value), sizeof value);
 }
 
 // All 12 characters, zero bytes included.
@@ -111,6 +110,7 @@ zel::String decodeCpuName(CpuidReader& cpuid) {
         return nameBySignature(cpuid);
     }
     std::string text;
+    text.reserve(48);
     for (const std::uint32_t leaf : {0x80000002U, 0x80000003U, 0x80000004U}) {
         const cpuid_args part = cpuid.read(leaf);
         for (const std::uint32_t value : {part.eax, part.ebx, part.ecx, part.edx}) {

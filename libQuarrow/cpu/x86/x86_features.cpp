@@ -4,6 +4,9 @@
 #include <libQuarrow/cpu/x86/x86_decode.h>
 #include <libQuarrow/cpu/x86/x86_feature_table.h>
 
+#include <algorithm>
+#include <array>
+
 namespace libQuarrow::cpu {
 namespace {
 
@@ -18,13 +21,30 @@ feature_rows::Vendors toSet(x86_cpu_vendor vendor) {
     }
 }
 
+// The same rows, those of a leaf together.
+constexpr auto rowsByLeaf = [] {
+    std::array<feature_rows::Row, rowCount(feature_rows::all)> rows{};
+    std::size_t size = 0;
+    for (const feature_rows::Row& row : feature_rows::all) {
+        std::size_t at = size++;
+        for (; at > 0 && rows[at - 1].leaf > row.leaf; --at) {
+            rows[at] = rows[at - 1];
+        }
+        rows[at] = row;
+    }
+    return rows;
+}();
+
 // Reads `leaf` and adds what it reports of a processor of these vendors.
 void addFeaturesOfLeaf(CpuidReader& cpuid, std::uint32_t leaf, feature_rows::Vendors vendor,
                        x86_feature_flags& features) {
     const cpuid_args answer = cpuid.read(leaf);
-    for (const feature_rows::Row& row : feature_rows::all) {
-        if (row.leaf == leaf && (row.vendors & vendor) != 0 && ((answer.*row.reg >> row.bit) & 1U) != 0) {
-            features.addFeature(row.feature);
+    const auto* row =
+        std::lower_bound(rowsByLeaf.begin(), rowsByLeaf.end(), leaf,
+                         [](const feature_rows::Row& r, std::uint32_t number) { return r.leaf < number; });
+    for (; row != rowsByLeaf.end() && row->leaf == leaf; ++row) {
+        if ((row->vendors & vendor) != 0 && ((answer.*row->reg >> row->bit) & 1U) != 0) {
+            features.addFeature(row->feature);
         }
     }
 }
