@@ -98,5 +98,15 @@ TEST(LinuxAffinityAPI, LeavesOutWhatIsNotThere) {
     EXPECT_EQ(brief(api.threadAffinity()), brief(before));
 }
 
+TEST(LinuxAffinityAPI, KnowsAllProcessorsFromEachOfThem) {
+    const WinAffinity all = WinAffinity::systemAffinity().value();
+    EXPECT_EQ(all.logicalCpuCount(), sysconf(_SC_NPROCESSORS_ONLN));
+    for (const WinAffinity& processor : WinAffinity::threadAffinity()->split(WinAffinity::PerLogicalCpu)) {
+        ScopedAffinity pin(processor, true);
+        EXPECT_TRUE(pin.set());
+        EXPECT_EQ(brief(WinAffinity::systemAffinity()), brief(all));
+    }
+}
+
 } // namespace
 } // namespace libQuarrow::cpu

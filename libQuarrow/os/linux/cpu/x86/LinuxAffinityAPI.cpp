@@ -72,15 +72,23 @@ ProcessorSet all(const std::map<pid_t, ProcessorSet>& masks) {
     return processors;
 }
 
-boost::optional<ProcessorSet> readOnline() {
-    const int file = open("/sys/devices/system/cpu/online", O_RDONLY | O_CLOEXEC);
+// A list of processors that the kernel shows. None where it does not.
+boost::optional<std::vector<GroupAffinity>> readList(const char* path) {
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         return boost::none;
     }
     char text[4096]; // no file of this kind is longer than a page
     const ssize_t size = read(file, text, sizeof text);
     close(file);
-    return size > 0 ? ProcessorSet::parseList({text, static_cast<std::size_t>(size)}) : boost::none;
+    const auto processors = size > 0 ? ProcessorSet::parseList({text, static_cast<std::size_t>(size)}) : boost::none;
+    return processors ? boost::make_optional(processors->groups()) : boost::none;
+}
+
+// The processors that can ever come online. The kernel decides that when it starts.
+const boost::optional<std::vector<GroupAffinity>>& possible() {
+    static const auto processors = readList("/sys/devices/system/cpu/possible");
+    return processors;
 }
 
 } // namespace
@@ -133,10 +141,16 @@ bool LinuxAffinityAPI::supportsCpuGroups() const {
 }
 
 boost::optional<std::vector<GroupAffinity>> LinuxAffinityAPI::systemAffinity() {
-    // Not kept: processors come and go. Without the system's file they are taken to be numbered without gaps.
-    if (const auto online = readOnline()) {
-        return online->groups();
+    // Not kept: processors come and go. A thread may run on online ones only, so one that may run on all there can be
+    // names them all, and takes a tenth of the time that the system's file does.
+    const auto own = threadAffinity();
+    if (own && own == possible()) {
+        return own;
     }
+    if (auto online = readList("/sys/devices/system/cpu/online")) {
+        return online;
+    }
+    // Without the file they are taken to be numbered without gaps.
     const long count = sysconf(_SC_NPROCESSORS_ONLN);
     return count > 0 ? boost::make_optional(ProcessorSet::first(static_cast<unsigned int>(count)).groups())
                      : boost::none;
