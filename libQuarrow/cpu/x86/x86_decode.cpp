@@ -3,7 +3,7 @@
 #include <libQuarrow/cpu/x86/CpuidReader.h>
 
 #include <array>
-#include <string>
+#include <cstring>
 #include <string_view>
 
 namespace libQuarrow::cpu {
@@ -25,19 +25,17 @@ constexpr VendorRow vendorRows[] = {
     {"AMDisbetter!", x86_vendor_amd},     //
 };
 
-// Four characters, the first in the lowest byte: as they lie in memory.
-void appendCharacters(std::string& text, const std::uint32_t& value) {
-    text.append(reinterpret_cast<const char*>(&value), sizeof value);
+// The characters that registers hold, the first in the lowest byte as they lie in memory, and a zero byte.
+template <std::size_t count>
+std::array<char, 4 * count + 1> characters(const std::uint32_t (&registers)[count]) {
+    std::array<char, 4 * count + 1> text{};
+    std::memcpy(text.data(), registers, 4 * count);
+    return text;
 }
 
-// All 12 characters, zero bytes included.
-std::string vendorCharacters(CpuidReader& cpuid) {
+std::array<char, 13> vendorCharacters(CpuidReader& cpuid) {
     const cpuid_args leaf = cpuid.read(0);
-    std::string text;
-    for (const std::uint32_t value : {leaf.ebx, leaf.edx, leaf.ecx}) {
-        appendCharacters(text, value);
-    }
-    return text;
+    return characters({leaf.ebx, leaf.edx, leaf.ecx});
 }
 
 // Pentium II and III have no brand string; the brand index tells the III from its siblings.
@@ -92,9 +90,9 @@ std::uint32_t decodeMaxExtendedCpuid(CpuidReader& cpuid) {
 }
 
 x86_cpu_vendor decodeVendor(CpuidReader& cpuid) {
-    const std::string name = vendorCharacters(cpuid);
+    const auto name = vendorCharacters(cpuid);
     for (const VendorRow& row : vendorRows) {
-        if (row.name == name) {
+        if (row.name == std::string_view(name.data(), name.size() - 1)) {
             return row.vendor;
         }
     }
@@ -102,22 +100,19 @@ x86_cpu_vendor decodeVendor(CpuidReader& cpuid) {
 }
 
 zel::String decodeVendorName(CpuidReader& cpuid) {
-    return vendorCharacters(cpuid).c_str();
+    return vendorCharacters(cpuid).data(); // ends at the first zero byte
 }
 
 zel::String decodeCpuName(CpuidReader& cpuid) {
     if (decodeMaxExtendedCpuid(cpuid) < 0x80000004) {
         return nameBySignature(cpuid);
     }
-    std::string text;
-    text.reserve(48);
-    for (const std::uint32_t leaf : {0x80000002U, 0x80000003U, 0x80000004U}) {
-        const cpuid_args part = cpuid.read(leaf);
-        for (const std::uint32_t value : {part.eax, part.ebx, part.ecx, part.edx}) {
-            appendCharacters(text, value);
-        }
-    }
-    return text.c_str(); // ends at the first zero byte
+    const cpuid_args first = cpuid.read(0x80000002);
+    const cpuid_args second = cpuid.read(0x80000003);
+    const cpuid_args third = cpuid.read(0x80000004);
+    return characters({first.eax, first.ebx, first.ecx, first.edx, second.eax, second.ebx, second.ecx, second.edx,
+                       third.eax, third.ebx, third.ecx, third.edx})
+        .data(); // ends at the first zero byte
 }
 
 std::uint32_t decodeLocalApicId(CpuidReader& cpuid) {
