@@ -29,7 +29,7 @@ class Reporter : public benchmark::ConsoleReporter {
 // Without arguments: many short repetitions of everything, in random order, so that a disturbance meets all alike.
 int main(int count, char** arguments) {
     std::vector<std::string> words(arguments, arguments + count);
-    words.insert(words.begin() + 1, {"--benchmark_min_time=0.002", "--benchmark_repetitions=100",
+    words.insert(words.begin() + 1, {"--benchmark_min_time=0.002", "--benchmark_repetitions=500",
                                      "--benchmark_enable_random_interleaving"});
     std::vector<char*> pointers;
     for (std::string& word : words) {
