@@ -1,5 +1,5 @@
-# What `cmake --install` lays down, in two components. "runtime": the libraries and the tool with its man page and completion,
-# on Windows with the run-time libraries of MinGW. "development": the public headers, the CMake package, the pkg-config file.
+# What `cmake --install` lays down, in two components. "runtime": the libraries, the documents, and the tool with its man page
+# and completion, on Windows with the run-time libraries of MinGW. "development": the public headers, the CMake package, the pkg-config file.
 include(CMakePackageConfigHelpers)
 
 # The public headers: those that export something, and those that a public header includes.
@@ -71,6 +71,8 @@ foreach(package ${licensed})
     install(FILES /usr/share/doc/${package}/copyright RENAME ${package} OPTIONAL
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow/licenses COMPONENT runtime)
 endforeach()
+file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/*.json)
+install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow COMPONENT runtime)
 if(NOT WIN32)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/quarrow.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/quarrow/quarrow.bash-completion RENAME quarrow

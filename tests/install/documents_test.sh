@@ -49,6 +49,8 @@ for command in $commands; do
 done
 [ "$(completes quarrow --log "")" = "$(seq 4)" ] || complain "does not complete --log"
 [ "$(completes quarrow --machine "$source/READ")" = "$source/README.md" ] || complain "does not complete files"
+[ "$(completes quarrow --machine = "$source/READ")" = "$source/README.md" ] || complain "does not complete files after ="
+[ "$(completes quarrow --machine = /etc/passwd "")" = "$commands" ] || complain "no commands after an option with ="
 [ "$(completes quarrow cpus "" | head -1)" = 0 ] || complain "does not complete processor numbers"
 
 # shown DOCUMENT: its pieces of C++, without indentation, stand so in one of the examples.

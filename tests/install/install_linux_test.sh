@@ -27,7 +27,7 @@ echo "$(wc -l <"$work/headers") headers compile alone"
 try() {
     answers "quarrow 1." "$1/bin/quarrow" --version
     answers "CPU:0:0:1:1:*" "$1/bin/quarrow" --machine "$source/tests/machines/intel-2p-smt.txt"
-    for file in share/man/man1/quarrow.1 share/bash-completion/completions/quarrow; do
+    for file in share/man/man1/quarrow.1 share/doc/quarrow/recordings.md share/bash-completion/completions/quarrow; do
         [ -s "$1/$file" ] || fail "$1/$file is missing"
     done
     if readelf -S "$1"/lib/*.so.*.* "$1/bin/quarrow" | grep -q '\.debug_info'; then

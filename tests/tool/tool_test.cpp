@@ -249,7 +249,12 @@ TEST(Tool, WritesARecordingWholeOrNotAtAll) {
     const std::string path = folder + "/\u00e4lter.txt";
     std::filesystem::create_directories(folder + "/taken");
     EXPECT_EQ(runTool(of(amd, "record " + quoted(path))).status, 0);
+    using std::filesystem::perms;
+    const auto place = std::filesystem::u8path(path);
+    std::filesystem::permissions(place, perms::owner_read | perms::owner_write);
+    const perms own = std::filesystem::status(place).permissions();
     EXPECT_EQ(runTool(of(intel, "record " + quoted(path))).status, 0);
+    EXPECT_EQ(std::filesystem::status(place).permissions(), own);
     EXPECT_EQ(runTool("--machine " + quoted(path) + " cpus").out, runTool(of(intel, "cpus")).out);
     EXPECT_EQ(runTool(of(amd, "record " + quoted(folder + "/taken"))).status, 2);
     std::size_t entries = 0;

@@ -9,14 +9,10 @@
 namespace quarrow {
 namespace {
 
-bool isRecorded(const Request& request) {
-    return request.machine != "native";
-}
-
 void write(const Request& request, const Place& place, std::uint64_t value) {
     // Before it is done: a machine may not live to tell afterwards.
     std::fprintf(stderr, "quarrow: writing %s to %s%s\n", hexadecimal(value, place.bytes).c_str(), place.name.c_str(),
-                 isRecorded(request) ? ", for this run only: the recording stays as it is" : "");
+                 request.isRecorded() ? ", for this run only: the recording stays as it is" : "");
     std::fflush(stderr);
     if (!place.write(value)) {
         failRefused(request, place.name + " cannot be written");
@@ -53,7 +49,7 @@ std::string access(const Request& request, const Place& place, const boost::opti
 
 void failRefused(const Request& request, const std::string& access) {
     throw Failure(Failure::CannotAnswer,
-                  access + (isRecorded(request)
+                  access + (request.isRecorded()
                                 ? ": the recording does not hold it; docs/recordings.md tells how to add it"
                                 : ": there is none, or the driver does not let it through"));
 }

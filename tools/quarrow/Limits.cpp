@@ -7,8 +7,6 @@
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 #include <zel/Temperature.h>
 
-#include <algorithm>
-
 namespace quarrow {
 
 using libQuarrow::cpu::IntelTurboRatioLimit;
@@ -22,7 +20,6 @@ struct Limits {
     boost::optional<std::uint32_t> celsius;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> turbo; // active cores, ratio; empty: not known
 
-    bool operator==(const Limits& other) const { return celsius == other.celsius && turbo == other.turbo; }
     bool isComplete() const { return celsius && !turbo.empty(); }
 };
 
@@ -46,39 +43,17 @@ boost::optional<Limits> limitsOf(const x86_cpu& cpu) {
     return limits;
 }
 
-// Processors with the same limits, in the order of their first ones.
-struct Group {
-    boost::optional<Limits> limits;
-    std::vector<const x86_cpu*> processors;
-};
-
-std::vector<Group> groupsOf(const zel::Array<x86_cpu>& processors) {
-    std::vector<Group> groups;
-    for (const x86_cpu& cpu : processors) {
-        const boost::optional<Limits> limits = limitsOf(cpu);
-        auto group = std::find_if(groups.begin(), groups.end(),
-                                  [&limits](const Group& other) { return other.limits == limits; });
-        if (group == groups.end()) {
-            groups.push_back({limits, {}});
-            group = groups.end() - 1;
-        }
-        group->processors.push_back(&cpu);
+std::string described(const boost::optional<Limits>& limits) {
+    if (!limits) {
+        return line("Limits", "not known: they are read on Intel processors only");
     }
-    return groups;
-}
-
-std::string described(const Group& group) {
-    std::string text = line("Logical CPUs", numberRanges(group.processors));
-    if (!group.limits) {
-        return text + line("Limits", "not known: they are read on Intel processors only");
-    }
-    const Limits& limits = *group.limits;
-    text += line("Throttles at", limits.celsius ? zel::Temperature(static_cast<int>(*limits.celsius)).toString()
-                                                : zel::String("not known"));
-    if (limits.turbo.empty()) {
+    std::string text =
+        line("Throttles at", limits->celsius ? zel::Temperature(static_cast<int>(*limits->celsius)).toString()
+                                             : zel::String("not known"));
+    if (limits->turbo.empty()) {
         text += line("Turbo ratio", "not known");
     }
-    for (const auto& [cores, ratio] : limits.turbo) {
+    for (const auto& [cores, ratio] : limits->turbo) {
         text += line(zel::String::SprintfFormat("Turbo, %u core%s", cores, cores == 1 ? "" : "s"),
                      zel::String::SprintfFormat("x %u", ratio));
     }
@@ -105,15 +80,14 @@ std::string limitsCommand(const Request& request) {
             }
         });
     }
-    const zel::Array<x86_cpu> processors = readProcessors(request);
-    std::string text;
     std::string whyNot;
-    for (const Group& group : groupsOf(processors)) {
-        text += (text.empty() ? "" : "\n") + described(group);
-        if (whyNot.empty() && group.limits && !group.limits->isComplete()) {
-            whyNot = whyNoMsrs(*group.processors.front());
+    const std::string text = describedTogether(readProcessors(request), [&whyNot](const x86_cpu& cpu) {
+        const boost::optional<Limits> limits = limitsOf(cpu);
+        if (whyNot.empty() && limits && !limits->isComplete()) {
+            whyNot = whyNoMsrs(cpu);
         }
-    }
+        return described(limits);
+    });
     return whyNot.empty() ? text : text + "\n" + whyNot;
 }
 

@@ -40,16 +40,24 @@ fs::path besideIt(const fs::path& path) {
 
 } // namespace
 
-void writeOutput(const std::string& text) {
+bool writeOutput(const std::string& text) {
     errno = 0;
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+        return true;
+    }
+    if (errno != EPIPE) {
         throw Failure(Failure::CannotAnswer, "cannot write to standard output: " + reason(errno));
     }
+    return false;
 }
 
 void writeFile(const std::string& path, const std::string& text) {
     if (path.empty()) {
         throw Failure(Failure::WrongInput, "the name of the file to write is empty; name one");
+    }
+    if (path == "-") {
+        writeOutput(text);
+        return;
     }
     std::error_code error;
     // Through links, so that the file they lead to is replaced and not the link.
@@ -61,13 +69,17 @@ void writeFile(const std::string& path, const std::string& text) {
     if (fs::is_directory(status)) {
         throw Failure(Failure::WrongInput, path + " is a folder; name a file");
     }
-    if (fs::exists(status) && !fs::is_regular_file(status)) {
+    const bool isDeadLink = fs::is_symlink(target, error); // what it leads to is made through it
+    if (isDeadLink || (fs::exists(status) && !fs::is_regular_file(status))) {
         writeStream(target, path, text);
         return;
     }
     const fs::path part = besideIt(target);
     try {
         writeStream(part, path, text);
+        if (fs::exists(status)) {
+            fs::permissions(part, status.permissions());
+        }
         fs::rename(part, target);
     } catch (const fs::filesystem_error& failure) {
         fs::remove(part, error);

@@ -111,7 +111,7 @@ void PackagePicture::addShared(const PictureCache& cache, const std::vector<cons
 PictureBox PackagePicture::coreBox(std::size_t core) const {
     const libQuarrow::cpu::x86_cpu_core& what = m_package.getCore(core);
     PictureBox box;
-    box.title = zel::String::SprintfFormat("Core %u", what.getCoreNumber());
+    box.title = zel::String::SprintfFormat("Core %u", core);
     box.caches = m_ofCores[core];
     for (std::size_t i = 0; i < what.getThreadCount(); ++i) {
         box.threads.push_back(numberRanges({&what.getThread(i)}));

@@ -1,8 +1,11 @@
 #include <tools/quarrow/Processors.h>
 
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/Text.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <map>
 
 namespace quarrow {
 
@@ -31,29 +34,45 @@ const x86_cpu& processorNamed(const zel::Array<x86_cpu>& processors, const std::
     return *found;
 }
 
-[[noreturn]] void failWithoutProcessors(const Request& request) {
-    throw Failure(Failure::CannotAnswer,
-                  request.threadAffinity
-                      ? "no logical processor could be read: the system affinity is not known, or no thread can be "
-                        "moved to its processors"
-                      : "no logical processor could be read by moving the whole process; try without --process");
+// Why processors could not be read.
+std::string whyLeftOut(const Request& request) {
+    if (!request.threadAffinity) {
+        return "the whole process cannot be moved there; try without --process";
+    }
+    return request.isRecorded()
+               ? "the recording holds no CPUID leaf 0 of them; record it anew with 'quarrow record' or 'cpuid -r'"
+               : "no thread can be moved there; they may be offline, or forbidden to this process";
+}
+
+// A command that reports fewer processors than there are says so.
+void checkComplete(const Request& request, std::size_t read) {
+    const auto system = libQuarrow::cpu::AffinityMask::systemAffinityMask();
+    if (read == 0) {
+        throw Failure(Failure::CannotAnswer,
+                      "no logical processor could be read: " +
+                          (system ? whyLeftOut(request) : "the operating system does not tell which there are"));
+    }
+    const std::size_t all = system ? system->getAffinityData().logicalCpuCount() : read;
+    static bool said = false;
+    if (read < all && !said) {
+        said = true;
+        std::fprintf(stderr, "quarrow: left out %zu of %zu logical processors: %s\n", all - read, all,
+                     whyLeftOut(request).c_str());
+    }
 }
 
 } // namespace
 
 zel::Array<x86_cpu> readProcessors(const Request& request) {
     zel::Array<x86_cpu> processors;
-    if (!x86_cpu::findLogicalCpus(processors, request.threadAffinity) || processors.isEmpty()) {
-        failWithoutProcessors(request);
-    }
+    x86_cpu::findLogicalCpus(processors, request.threadAffinity);
+    checkComplete(request, processors.size());
     return processors;
 }
 
 libQuarrow::cpu::x86_physical_cpus readTree(const Request& request) {
     libQuarrow::cpu::x86_physical_cpus tree(request.threadAffinity);
-    if (tree.size() == 0) {
-        failWithoutProcessors(request);
-    }
+    checkComplete(request, tree.getThreadCount());
     return tree;
 }
 
@@ -70,6 +89,28 @@ std::vector<const x86_cpu*> namedProcessors(const zel::Array<x86_cpu>& processor
         }
     }
     return named;
+}
+
+std::string describedTogether(const zel::Array<x86_cpu>& processors,
+                              const std::function<std::string(const x86_cpu&)>& describe) {
+    struct Group {
+        std::string description;
+        std::vector<const x86_cpu*> processors;
+    };
+    std::vector<Group> groups;
+    std::map<std::string, std::size_t> places;
+    for (const x86_cpu& cpu : processors) {
+        const auto [place, isNew] = places.emplace(describe(cpu), groups.size());
+        if (isNew) {
+            groups.push_back({place->first, {}});
+        }
+        groups[place->second].processors.push_back(&cpu);
+    }
+    std::string text;
+    for (const Group& group : groups) {
+        text += (text.empty() ? "" : "\n") + line("Logical CPUs", numberRanges(group.processors)) + group.description;
+    }
+    return text;
 }
 
 std::string numberRanges(const std::vector<const x86_cpu*>& processors) {

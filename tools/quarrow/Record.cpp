@@ -21,7 +21,7 @@ void addRateAndMsrs(const Request& request, os::Recording& recording) {
         return; // what they say is in the recording all the same
     }
     std::uint64_t hertz = 0;
-    if (request.tscRateKnown && processors[0].calculateSpeedTSC(hertz)) {
+    if (processors[0].calculateSpeedTSC(hertz)) {
         recording.tscHertz = hertz;
     }
     if (whyNoMsrs(processors[0]).empty()) {
@@ -32,11 +32,10 @@ void addRateAndMsrs(const Request& request, os::Recording& recording) {
     }
 }
 
-} // namespace
-
-std::string recordCommand(const Request& request) {
-    if (request.json) {
-        throw Failure(Failure::WrongInput, "record writes a recording, which is no JSON; leave --json out");
+os::Recording recordMachine(const Request& request) {
+    // Of a recorded machine all that was read, memory, ports and registers that nothing asks for too.
+    if (const auto* recorded = dynamic_cast<const os::RecordedMachine*>(&os::currentMachine())) {
+        return recorded->recording();
     }
     os::RecordingError error;
     boost::optional<os::Recording> recording = os::recordCurrentMachine(error);
@@ -46,8 +45,17 @@ std::string recordCommand(const Request& request) {
     Request everything = request;
     everything.operands.clear();
     addRateAndMsrs(everything, *recording);
+    return std::move(*recording);
+}
+
+} // namespace
+
+std::string recordCommand(const Request& request) {
+    if (request.json) {
+        throw Failure(Failure::WrongInput, "record writes a recording, which is no JSON; leave --json out");
+    }
     std::ostringstream text;
-    os::writeRecording(*recording, text);
+    os::writeRecording(recordMachine(request), text);
     if (request.operands.empty()) {
         return text.str();
     }

@@ -8,7 +8,8 @@ namespace quarrow {
 
 // What a command is asked for.
 struct Request {
-    std::string machine = "native";    // or the name of the file that the machine was read from
+    std::string machine = "native"; // or the name of the file that the machine was read from, never just native
+    bool isRecorded() const { return machine != "native"; }
     bool tscRateKnown = true;          // false: a recording does not tell the rate of its time-stamp counters
     bool threadAffinity = true;        // how processors are visited: by moving the thread, or the whole process
     bool json = false;                 // for programs instead of people

@@ -39,7 +39,7 @@ void describe(CLI::App& subcommand, const Command& command, Request& request) {
         subcommand.add_option(operand.name, request.operands, operand.meaning)
             ->type_name("")
             ->required(needed)
-            ->expected(needed ? 1 : 0, operand.count == Operand::Any ? CLI::detail::expected_max_vector_size : 1);
+            ->expected(1, operand.count == Operand::Any ? CLI::detail::expected_max_vector_size : 1);
     }
     for (const Option& option : command.options) {
         const auto keep = [&request, name = option.name](const std::string& value) { request.options[name] = value; };
@@ -95,7 +95,7 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
         recorded = std::make_unique<os::RecordedMachine>(std::move(*recording));
         arguments.request.tscRateKnown = recorded->isTscRateKnown();
         inItsPlace = std::make_unique<os::ScopedMachine>(*recorded);
-        arguments.request.machine = arguments.machineFile;
+        arguments.request.machine = arguments.machineFile == "native" ? "./native" : arguments.machineFile;
     }
     for (const Command& command : allCommands()) {
         if (app.got_subcommand(command.name)) {
@@ -108,7 +108,8 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
 // What was wrong with the command line, and where to look.
 std::string explanation(const CLI::App& app, const CLI::ParseError& error) {
     std::string text = error.what();
-    const std::vector<std::string> surplus = app.remaining(true);
+    std::vector<std::string> surplus = app.remaining(true);
+    surplus.erase(std::remove(surplus.begin(), surplus.end(), "--"), surplus.end());
     if (!surplus.empty()) {
         text = "'" + CLI::detail::join(surplus, " ") + "' is not understood";
     } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
@@ -147,8 +148,7 @@ int complain(const std::string& message, int status) {
 int main(int argc, char** argv) {
     const Console console;
     try {
-        writeOutput(run(commandLine(argc, argv)));
-        return 0;
+        return writeOutput(run(commandLine(argc, argv))) ? 0 : Failure::CannotAnswer;
     } catch (const Failure& failure) {
         return complain(failure.what(), failure.status());
     } catch (const std::exception& error) {

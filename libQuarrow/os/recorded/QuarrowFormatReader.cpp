@@ -177,7 +177,11 @@ LineKind QuarrowFormatReader::readMsr(LineCursor cursor) {
 
 LineKind QuarrowFormatReader::readTsc(LineCursor cursor) {
     std::uint64_t hertz = 0;
-    if (builder().recording().tscHertz || !cursor.decimal(hertz) || hertz == 0 || !lineEnds(cursor)) {
+    const bool isNumber = cursor.decimal(hertz);
+    if (!isNumber && !m_headed) {
+        return LineKind::other; // words of the cpuid program's report
+    }
+    if (builder().recording().tscHertz || !isNumber || hertz == 0 || !lineEnds(cursor)) {
         return malformed("expected \"tsc HERTZ\" once, in decimal digits, above 0");
     }
     builder().recording().tscHertz = hertz;

@@ -108,10 +108,13 @@ std::unique_ptr<Access> open(State state, bool isThere, const char* what, std::s
 
 } // namespace
 
+bool RecordedMachineState::anyMsr(const Recording& recording) {
+    return std::any_of(recording.processors.begin(), recording.processors.end(),
+                       [](const RecordedProcessor& processor) { return !processor.msrs.empty(); });
+}
+
 std::unique_ptr<libKernelMode::MsrAccess> RecordedMachineState::openMsr(std::string& reason) {
-    const bool recorded = std::any_of(recording.processors.begin(), recording.processors.end(),
-                                      [](const RecordedProcessor& processor) { return !processor.msrs.empty(); });
-    return open<libKernelMode::MsrAccess, RecordedMsrs>(shared_from_this(), recorded && !faults.noMsrDriver, "MSRs",
+    return open<libKernelMode::MsrAccess, RecordedMsrs>(shared_from_this(), holdsMsrs && !faults.noMsrDriver, "MSRs",
                                                         reason);
 }
 

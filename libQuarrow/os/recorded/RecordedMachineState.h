@@ -18,7 +18,7 @@ class RecordedMachineState : public Instructions,
                              public std::enable_shared_from_this<RecordedMachineState> {
   public:
     explicit RecordedMachineState(Recording recorded)
-        : recording(std::move(recorded)), pins(recording, faults),
+        : recording(std::move(recorded)), holdsMsrs(anyMsr(recording)), pins(recording, faults),
           m_tscHertz(statedTscHertz().value_or(defaultTscHertz)) {}
 
     void cpuid(cpu::cpuid_args& registers) override;
@@ -42,12 +42,14 @@ class RecordedMachineState : public Instructions,
     RecordedProcessor* processor();
 
     Recording recording;
-    std::mutex writing; // guards the MSRs, memory and ports of the recording
+    const bool holdsMsrs; // of any processor; writing adds none
+    std::mutex writing;   // guards the MSRs, memory and ports of the recording
     Faults faults;
     RecordedPins pins;
 
   private:
     static constexpr std::uint64_t defaultTscHertz = 1'000'000'000;
+    static bool anyMsr(const Recording& recording);
 
     std::uint64_t m_tscHertz;
     std::atomic<std::uint64_t> m_seconds{1}; // virtual time

@@ -7,7 +7,9 @@
 namespace quarrow {
 
 Console::Console() {
+    // Writing fails instead, and what was begun is taken away again.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 Console::~Console() = default;
 
