@@ -235,7 +235,11 @@ TEST(Tool, RecordsReplaysAndRecordsTheSame) {
     for (const char* command : {"tree", "features"}) {
         EXPECT_EQ(runTool(std::string(command) + " --machine " + quoted(path)).out, runTool(command).out) << command;
     }
+    using std::filesystem::perms;
+    std::filesystem::permissions(path, perms::owner_read | perms::owner_write);
+    const perms own = std::filesystem::status(path).permissions();
     EXPECT_EQ(runTool(of(rich, "record " + quoted(path))).status, 0);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), own);
     for (const char* command : {"limits", "speed", "msr 0x1AD --cpu 1"}) {
         const ToolRun run = runTool(std::string(command) + " --machine " + quoted(path));
         EXPECT_EQ(run.status, 0) << run.err;
@@ -249,12 +253,7 @@ TEST(Tool, WritesARecordingWholeOrNotAtAll) {
     const std::string path = folder + "/\u00e4lter.txt";
     std::filesystem::create_directories(folder + "/taken");
     EXPECT_EQ(runTool(of(amd, "record " + quoted(path))).status, 0);
-    using std::filesystem::perms;
-    const auto place = std::filesystem::u8path(path);
-    std::filesystem::permissions(place, perms::owner_read | perms::owner_write);
-    const perms own = std::filesystem::status(place).permissions();
     EXPECT_EQ(runTool(of(intel, "record " + quoted(path))).status, 0);
-    EXPECT_EQ(std::filesystem::status(place).permissions(), own);
     EXPECT_EQ(runTool("--machine " + quoted(path) + " cpus").out, runTool(of(intel, "cpus")).out);
     EXPECT_EQ(runTool(of(amd, "record " + quoted(folder + "/taken"))).status, 2);
     std::size_t entries = 0;
