@@ -143,7 +143,7 @@ bool LinuxAffinityAPI::supportsCpuGroups() const {
 boost::optional<std::vector<GroupAffinity>> LinuxAffinityAPI::systemAffinity() {
     // Not kept: processors come and go. A thread may run on online ones only, so one that may run on all there can be
     // names them all, and takes a tenth of the time that the system's file does.
-    const auto own = threadAffinity();
+    auto own = threadAffinity();
     if (own && own == possible()) {
         return own;
     }
