@@ -1,13 +1,14 @@
 // What is recorded of a machine.
 
 #include <libQuarrow/cpu/AffinityMask.h>
-#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <tests/support/Recordings.h>
 
 #include <boost/optional/optional_io.hpp>
 #include <gtest/gtest.h>
 
 using namespace libQuarrow;
 using namespace libQuarrow::os;
+using testing_support::recorded;
 
 namespace {
 
@@ -21,13 +22,6 @@ Recording machineOf(std::size_t count) {
         recording.processors.push_back(processor);
     }
     return recording;
-}
-
-Recording recorded(const Recording& recording) {
-    RecordedMachine machine(recording);
-    const ScopedMachine scope(machine);
-    RecordingError error;
-    return recordCurrentMachine(error).value();
 }
 
 // How many sub-leaves of how many leaves were recorded of the one processor, the leaves masked.
@@ -98,17 +92,6 @@ TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
     }
     const std::map<std::uint32_t, unsigned int> expected = {{0, 0x100}, {0x40000000, 0xFF}, {0xC0000000, 1}};
     EXPECT_EQ(counted(recording, 0xC0000000), expected);
-}
-
-// The machine that the tests run on, recorded, says of itself what it says when asked.
-TEST(MachineRecorder, RecordsThisMachine) {
-    RecordingError error;
-    const auto native = recordCurrentMachine(error);
-    ASSERT_TRUE(native) << error.message;
-    cpu::cpuid_args leaf0{0, 0, 0, 0};
-    currentMachine().instructions().cpuid(leaf0);
-    EXPECT_EQ((native->processors.at(0).leaves.at({0, 0})), leaf0);
-    EXPECT_TRUE(recorded(*native) == *native);
 }
 
 } // namespace
