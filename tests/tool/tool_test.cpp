@@ -140,15 +140,12 @@ TEST(Tool, KeepsTheControlCharactersOfARecordingFromTheTerminal) {
     }
 }
 
-TEST(Tool, TakesOptionsBeforeAndAfterTheCommand) {
+TEST(Tool, TakesOptionsBeforeAndAfterTheCommandAndAMachineFromStandardInput) {
     const std::string before = runTool(of(intel, "--json cpus 1")).out;
     EXPECT_THAT(before, StartsWith("{"));
     EXPECT_EQ(runTool("cpus 1 --json --machine " + quoted(machine(intel))).out, before);
     EXPECT_EQ(runTool("cpus --json 1 --machine " + quoted(machine(intel))).out, before);
     EXPECT_EQ(runTool(of(intel, "tree")).out, runTool(of(intel, "")).out);
-}
-
-TEST(Tool, ReadsAMachineFromStandardInput) {
     EXPECT_EQ(runTool("--machine - cpus", machine(amd)).out, runTool(of(amd, "cpus")).out);
 }
 
