@@ -1,6 +1,6 @@
 #include <libQuarrow/os/Machine.h>
 
-#include <tests/support/ScriptedAffinity.h>
+#include <tests/support/AffinityTexts.h>
 
 #include <gtest/gtest.h>
 

@@ -43,7 +43,7 @@ TEST_F(NativeInst, FeatureQuestionsAreAlwaysTrueAndStillAsk) {
         EXPECT_TRUE(question(all));
         EXPECT_GE((machine.counts.cpuidOf[{1, 0}]), 1u);
     }
-    EXPECT_EQ(machine.counts.affinityReads + machine.counts.affinitySets, 0u);
+    EXPECT_EQ(machine.counts.affinityReads + machine.counts.affinitySets.size(), 0u);
 }
 
 TEST(Inst, MsrAccessIsSilentAboutFailure) {
