@@ -1,10 +1,11 @@
 #include "ToolRun.h"
 
+#include <tests/support/IntelProcessor.h>
+#include <tests/support/Recordings.h>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <regex>
@@ -68,26 +69,15 @@ TEST(Tool, AnswersAsInTheTranscript) {
 
 // Two packages of 64 cores of two threads; four cores share an L2 cache, sixteen an L3 cache.
 std::string largeMachine() {
-    std::string text = "Quarrow recording 1\n";
-    const auto leaf = [&text](std::array<unsigned int, 6> values) {
-        char line[100];
-        std::snprintf(line, sizeof line, "0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", values[0],
-                      values[1], values[2], values[3], values[4], values[5]);
-        text += line;
-    };
-    for (unsigned int n = 0; n < 256; ++n) {
-        text += "CPU " + std::to_string(n) + ":\n";
-        leaf({0, 0, 0xB, 0x756E6547, 0x6C65746E, 0x49656E69});
-        leaf({1, 0, 0x806F8, n << 24 | 0x800800, 0, 0x10000010});
-        leaf({4, 0, 0xFC004121, 0x1C0003F, 63, 0});   // L1d for 2 threads
-        leaf({4, 1, 0xFC01C143, 0x1C0003F, 1023, 0}); // L2 for 8
-        leaf({4, 2, 0xFC07C163, 0x1C0003F, 8191, 0}); // L3 for 32
-        leaf({0xB, 0, 1, 2, 0x100, n});
-        leaf({0xB, 1, 7, 128, 0x201, n});
-        leaf({0x80000000, 0, 0x80000004, 0, 0, 0});
-        leaf({0x80000002, 0, 0x3E263C, 0, 0, 0}); // its name is <&>
+    std::vector<testing_support::IntelProcessor> processors;
+    for (std::uint32_t n = 0; n < 256; ++n) {
+        auto& processor = processors.emplace_back(0x806F8, "<&>").maxLeaf(0xB).leaf(1, {0x806F8, n << 24, 0, 1 << 28});
+        processor.leaf(4, {0xFC004121, 0x1C0003F, 63, 0});      // L1d for 2 threads
+        processor.leaf(4, {0xFC01C143, 0x1C0003F, 1023, 0}, 1); // L2 for 8
+        processor.leaf(4, {0xFC07C163, 0x1C0003F, 8191, 0}, 2); // L3 for 32
+        processor.leaf(0xB, {1, 2, 0x100, n}).leaf(0xB, {7, 128, 0x201, n}, 1);
     }
-    return text + "end of recording\n";
+    return testing_support::written(testing_support::CurrentMachine::recording(processors));
 }
 
 TEST(Picture, ShowsHundredsOfProcessorsEachOnce) {
