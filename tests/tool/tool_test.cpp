@@ -246,10 +246,7 @@ TEST(Tool, RefusesWrongFilesInOneLine) {
     writeContent(binary, std::string("\x7f\0\xff\n\n\x80", 6));
     const std::string empty = scratch("nothing.txt");
     writeContent(empty, "");
-    const struct {
-        std::string arguments;
-        const char* says;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"--machine " + quoted(scratch("no such file.txt")), "no such file.txt"},
         {"--machine " + quoted(QUARROW_SOURCE_DIR), "folder"},
         {"--machine " + quoted(broken), "broken.txt"},
@@ -258,13 +255,13 @@ TEST(Tool, RefusesWrongFilesInOneLine) {
         {"record " + quoted(scratch("no such folder/a.txt")), "no such folder"},
         {"picture --svg " + quoted(scratch("no such folder/a.svg")), "no such folder"},
     };
-    for (const auto& row : cases) {
-        const ToolRun run = runTool(row.arguments);
-        EXPECT_EQ(run.status, 2) << row.arguments;
-        EXPECT_EQ(run.out, "") << row.arguments;
-        EXPECT_THAT(run.err, StartsWith("quarrow: ")) << row.arguments;
-        EXPECT_THAT(run.err, HasSubstr(row.says)) << row.arguments;
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << row.arguments << "\n" << run.err;
+    for (const auto& [arguments, says] : cases) {
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_EQ(run.out, "") << arguments;
+        EXPECT_THAT(run.err, StartsWith("quarrow: ")) << arguments;
+        EXPECT_THAT(run.err, HasSubstr(says)) << arguments;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << arguments << "\n" << run.err;
     }
 }
 

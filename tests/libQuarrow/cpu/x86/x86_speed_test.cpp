@@ -75,8 +75,7 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
     fx8150ByStatus[0xC0010063] = 7;
     // clang-format off
     Case cases[] = {
-        {"Xeon Irwindale", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D0000112D}}, "200: 0/17/17 = 3400"},
-        {"the same, slowed down", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D00000E1E}}, "200: 0/14/17 = 3400"},
+        {"Xeon Irwindale, slowed down", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D00000E1E}}, "200: 0/14/17 = 3400"},
         {"no SpeedStep", Intel(0xF29), {{0x2C, 0x0E020000}, {0x198, 0x500}}, "200: 0/14/14 = 2800"},
         {"model 2, code 0", Intel(0xF24), {{0x2C, 0x14000000}}, "100: 0/20/20 = 2000"},
         {"model 4, code 0", Intel(0xF43), {{0x2C, 0x0E000000}}, "266.666667: 0/14/14 = 3733.333338"},
@@ -97,8 +96,6 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
         {"Airmont", Intel(0x406C3), {{0xCD, 8}, {0xCE, 0x1400}, {0x198, 0x1400}}, "87.5: 0/20/20 = 1750"},
         {"Westmere i5-650", withTurbo(0x20652, 2), {{0xCE, 0x090008051800}, {0x198, 0x19}, {0x1AD, 0x191A}},
          "133.333333: 9/25/24 = 3199.999992, 26 = 3466.666658"},
-        {"Sandy Bridge i5-2400, turbo switched off", Intel(0x206A7),
-         {{0xCE, 0x100078011F00}, {0x198, 0x280800001F00}, {0x1AD, 0x20212122}}, "100: 16/31/31 = 3100"},
         {"Haswell i7-4770, turbo switched on", withTurbo(0x306C3, 4),
          {{0xCE, 0x00080838F3012200}, {0x198, 0x1FC300002200}, {0x1AD, 0x25262727}}, "100: 8/34/34 = 3400, 39 = 3900"},
         {"Skylake Xeon Bronze 3104: no turbo", Intel(0x50654),

@@ -88,7 +88,6 @@ TEST(Topology, OfProcessors) {
     } cases[] = {
         // clang-format off
         // Intel by initial APIC ID and the counts of leaves 1 and 4.
-        {"8 threads, 4 cores",          intel(4, 0x106A5, 0x06, 8, 4),  {}, "CPU:0:0:0:3:0 4/8 4/8 6"},
         {"12 threads, 6 cores",         intel(4, 0x106A5, 0x1B, 12, 6), {}, "CPU:0:0:1:5:1 6/12 6/12 1B"},
         {"3 threads per core: 2 bits",  intel(4, 0x106A5, 0x36, 12, 4), {}, "CPU:0:0:3:1:2 4/12 4/12 36"},
         {"fewer threads than cores",    intel(4, 0x106A5, 0x13, 2, 8),  {}, "CPU:0:0:2:3:0 8/2 8/2 13"},
