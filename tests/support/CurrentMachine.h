@@ -39,7 +39,7 @@ struct CurrentMachine {
         for (const Processor& processor : processors) {
             const std::size_t number = all.processors.size();
             all.processors.push_back(processor);
-            all.processors.back().group = static_cast<std::uint16_t>(number / 64);
+            all.processors.back().group += static_cast<std::uint16_t>(number / 64);
             all.processors.back().bit = static_cast<std::uint8_t>(number % 64);
         }
         return all;

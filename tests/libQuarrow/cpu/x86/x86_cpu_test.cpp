@@ -169,10 +169,11 @@ TEST(Cpu, FailuresLeaveTheAffinityAsItWas) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const LogCapture log;
-        std::uint64_t value = 0x5A;
+        std::uint64_t value = 0x5A, ticks = 0;
         x86_cpu again = cpu;
         const std::function<void()> reads = [&] { EXPECT_EQ(cpu.callRDMSR(0x10, value), c.readsMsr); };
-        for (const auto& work : {reads, std::function<void()>([&] { again.refresh(); })}) {
+        const std::function<void()> counts = [&] { EXPECT_EQ(cpu.callRDTSC(ticks), c.refreshes); };
+        for (const auto& work : {reads, counts, std::function<void()>([&] { again.refresh(); })}) {
             c.plant(intel.faults());
             work();
             intel.faults() = {};
@@ -183,6 +184,9 @@ TEST(Cpu, FailuresLeaveTheAffinityAsItWas) {
         EXPECT_EQ(again.getVendorName().isEmpty(), !c.refreshes);
         EXPECT_TRUE(log.messages().empty());
     }
+    intel.faults().unpinnable = {1};
+    x86_caches caches;
+    EXPECT_FALSE(cpu.getCaches(caches));
 }
 
 TEST(Cpu, CopiesMakeAVendorObjectOfTheirOwn) {

@@ -1,6 +1,6 @@
 // How a recording answers in a machine's place.
 
-#include <libKernelMode/MsrDriver.h>
+#include <libKernelMode/DriverBackend.h>
 #include <libQuarrow/cpu/AffinityAPI.h>
 #include <libQuarrow/cpu/ScopedAffinity.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
@@ -214,22 +214,6 @@ TEST(RecordedClock, KeepsThePriorityClass) {
     machine.faults().priorityClassRefused = true;
     EXPECT_FALSE(clock.setPriorityClass(1));
     EXPECT_TRUE(clock.priorityClass(priority) && priority == Clock::realTimePriorityClass);
-}
-
-TEST(RecordedDrivers, AnswerMsrsOfTheProcessorAtHand) {
-    Recording recording = machineAt({{0, 0}, {0, 1}});
-    recording.processors[0].msrs = {{0x17, 1}, {0x10, 2}};
-    recording.processors[1].msrs = {{0x17, 3}};
-    const Replay replay(recording);
-    libKernelMode::MsrDriver driver;
-    ASSERT_TRUE(driver.openDriver()) << driver.failureReason();
-    std::uint64_t value = 0;
-    EXPECT_TRUE(driver.readMsr(0x17, value) && value == 1);
-    ASSERT_TRUE(affinity("0:2").setThreadAffinity());
-    EXPECT_TRUE(driver.readMsr(0x17, value) && value == 3);
-    EXPECT_TRUE(driver.writeMsr(0x17, 9) && driver.readMsr(0x17, value) && value == 9);
-    EXPECT_EQ(replay.machine.recording().processors[0].msrs.at(0x17), 1U);
-    EXPECT_FALSE(driver.readMsr(0x10, value) || driver.writeMsr(0x10, 1)) << "of the other processor only";
 }
 
 TEST(RecordedDrivers, EndAtTheLastByteOfMemory) {
