@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -293,31 +292,6 @@ TEST(Readme, ShowsTheExampleProgram) {
     const std::string example = contentOf(QUARROW_SOURCE_DIR "/examples/print_tree.cpp");
     ASSERT_FALSE(example.empty());
     EXPECT_THAT(contentOf(QUARROW_SOURCE_DIR "/README.md"), HasSubstr("```cpp\n" + example + "```\n"));
-}
-
-// Every field of the document is described, so that none can come or change its name unnoticed.
-TEST(JsonManual, DescribesEveryField) {
-    const std::string manual = contentOf(QUARROW_SOURCE_DIR "/docs/json.md");
-    std::set<std::string> names;
-    const std::function<void(const json&)> collect = [&](const json& value) {
-        for (const auto& [name, inner] : value.items()) {
-            if (value.is_object()) {
-                names.insert(name);
-            }
-            if (inner.is_structured()) {
-                collect(inner);
-            }
-        }
-    };
-    collect(runToolForJson(of(amd, "--json")));
-    for (const char* command : {"", "speed", "limits", "affinity", "affinity 0:1", "msr 0x1A2", "mem 0xF0000",
-                                "mem 0xF0000 --length 4", "port 0x70"}) {
-        collect(runToolForJson(of(rich, std::string("--json ") + command)));
-    }
-    EXPECT_GT(names.size(), 50u);
-    for (const std::string& name : names) {
-        EXPECT_THAT(manual, HasSubstr("`" + name + "`"));
-    }
 }
 
 } // namespace
