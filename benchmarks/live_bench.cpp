@@ -28,7 +28,7 @@ CountingMachine::Counts countsOf(Work work) {
 // A pin is two settings: there and back.
 void report(State& state, const CountingMachine::Counts& counts) {
     state.counters["cpuids"] = counts.cpuid;
-    state.counters["pins"] = counts.affinitySets / 2.0;
+    state.counters["pins"] = static_cast<double>(counts.affinitySets.size()) / 2;
 }
 
 boost::optional<double> floorOf(const Results& results, const char* name) {

@@ -1,33 +1,12 @@
 // Any bytes as a recording: what is read must round-trip, and what is not must be refused with one line.
 
-#include <libQuarrow/os/recorded/RecordedMachine.h>
-#include <libQuarrow/os/recorded/Recording.h>
-
 #include <tests/fuzz/Require.h>
+#include <tests/support/Recordings.h>
 
 #include <cstdint>
-#include <sstream>
 
 using namespace libQuarrow::os;
-
-namespace {
-
-std::string written(const Recording& recording) {
-    std::ostringstream out;
-    writeRecording(recording, out);
-    return out.str();
-}
-
-Recording recorded(const Recording& recording) {
-    RecordedMachine machine(recording);
-    const ScopedMachine scope(machine);
-    RecordingError error;
-    const auto result = recordCurrentMachine(error);
-    require(result.has_value(), "a recorded machine can be recorded");
-    return *result;
-}
-
-} // namespace
+using namespace testing_support;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(bytes), size);

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Every JSON document that the tool prints, for this machine and for the project's recorded ones, is valid by
-docs/json-schema.json; a document that lost a field or got one more is not.
+docs/json-schema.json; a document that lost a field or got one more is not. docs/json.md describes all of them.
 Usage: json_schema_test.py SOURCE_FOLDER TOOL"""
 
 import copy
@@ -72,5 +72,11 @@ for command in commands + accesses:
     for error in validator.iter_errors(good):
         fail(f"{command}: {jsonschema.exceptions.best_match([error]).message}")
     check_that_changes_are_noticed(good)
+# Every field is described, so that none can come or change its name unnoticed.
+manual = (source / "docs/json.md").read_text()
+names = {name for place in objects(schema) for name in place.get("properties", {})}
+for name in names:
+    if f"`{name}`" not in manual:
+        fail(f"docs/json.md does not describe {name}")
 print(f"{checked} documents of {len(machines) + 1} machines checked")
-sys.exit(1 if failures or not machines else 0)
+sys.exit(1 if failures or not machines or not names else 0)

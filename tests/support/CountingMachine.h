@@ -2,6 +2,7 @@
 
 #include <libQuarrow/cpu/AffinityAPI.h>
 #include <libQuarrow/os/Machine.h>
+#include <tests/support/AffinityTexts.h>
 
 #include <map>
 #include <memory>
@@ -13,43 +14,47 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     struct Counts {
         unsigned int cpuid = 0;
         std::map<std::pair<std::uint32_t, std::uint32_t>, unsigned int> cpuidOf; // by leaf and sub-leaf
-        unsigned int affinityReads = 0; // of the process and of threads; the system's is not counted
-        unsigned int affinitySets = 0;
+        unsigned int affinityReads = 0;        // of the process and of threads; the system's is not counted
+        std::vector<std::string> affinitySets; // "thread 0:1", "process 0:f"
+        unsigned int affinityBackends = 0;
     };
 
     explicit CountingMachine(libQuarrow::os::Machine& machine) : m_machine(machine) {}
 
     Counts counts;
     libQuarrow::os::Clock* clockInstead = nullptr; // null: the machine's own
+    boost::optional<AffinityGroups> systemInstead; // the system's affinity, where it is not the machine's own
 
     libQuarrow::os::Instructions& instructions() override { return *this; }
     std::shared_ptr<libQuarrow::cpu::AffinityAPI> createAffinityAPI() override {
+        ++counts.affinityBackends;
         auto api = m_machine.createAffinityAPI();
-        return api ? std::make_shared<Affinities>(std::move(api), counts) : nullptr;
+        return api ? std::make_shared<Affinities>(std::move(api), *this) : nullptr;
     }
     libQuarrow::os::Clock& clock() override { return clockInstead != nullptr ? *clockInstead : m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
 
   private:
     using WinAffinity = libQuarrow::cpu::WinAffinity;
-    using Groups = boost::optional<std::vector<libQuarrow::cpu::GroupAffinity>>;
 
     struct Affinities final : libQuarrow::cpu::AffinityAPI {
-        Affinities(std::shared_ptr<AffinityAPI> counted, Counts& countedIn)
-            : api(std::move(counted)), counts(countedIn) {}
+        Affinities(std::shared_ptr<AffinityAPI> counted, CountingMachine& owner)
+            : api(std::move(counted)), machine(owner) {}
         bool setProcessAffinity(const WinAffinity& affinity) override {
-            return ++counts.affinitySets, api->setProcessAffinity(affinity);
+            machine.counts.affinitySets.push_back("process " + brief(affinity));
+            return api->setProcessAffinity(affinity);
         }
         bool setThreadAffinity(const WinAffinity& affinity) override {
-            return ++counts.affinitySets, api->setThreadAffinity(affinity);
+            machine.counts.affinitySets.push_back("thread " + brief(affinity));
+            return api->setThreadAffinity(affinity);
         }
         bool supportsCpuGroups() const override { return api->supportsCpuGroups(); }
-        Groups systemAffinity() override { return api->systemAffinity(); }
-        Groups processAffinity() override { return ++counts.affinityReads, api->processAffinity(); }
-        Groups threadAffinity() override { return ++counts.affinityReads, api->threadAffinity(); }
+        AffinityGroups systemAffinity() override { return machine.systemInstead.value_or(api->systemAffinity()); }
+        AffinityGroups processAffinity() override { return ++machine.counts.affinityReads, api->processAffinity(); }
+        AffinityGroups threadAffinity() override { return ++machine.counts.affinityReads, api->threadAffinity(); }
 
         std::shared_ptr<AffinityAPI> api;
-        Counts& counts;
+        CountingMachine& machine;
     };
 
     void cpuid(libQuarrow::cpu::cpuid_args& registers) override {

@@ -25,7 +25,7 @@ struct BuiltProcessor {
     libQuarrow::os::RecordedProcessor recorded;
 };
 
-// The machine of those processors, in that order in group 0, current as long as it lives. What it does is counted.
+// The machine of those processors, 64 in a group in that order, current as long as it lives. What it does is counted.
 struct CurrentMachine {
     template <class Processor>
     explicit CurrentMachine(const std::vector<Processor>& processors)
@@ -37,8 +37,10 @@ struct CurrentMachine {
     static libQuarrow::os::Recording recording(const std::vector<Processor>& processors) {
         libQuarrow::os::Recording all;
         for (const Processor& processor : processors) {
+            const std::size_t number = all.processors.size();
             all.processors.push_back(processor);
-            all.processors.back().bit = static_cast<std::uint8_t>(all.processors.size() - 1);
+            all.processors.back().group += static_cast<std::uint16_t>(number / 64);
+            all.processors.back().bit = static_cast<std::uint8_t>(number % 64);
         }
         return all;
     }

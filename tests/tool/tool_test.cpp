@@ -1,12 +1,12 @@
 #include "ToolRun.h"
 
+#include <tests/support/IntelProcessor.h>
+#include <tests/support/Recordings.h>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -68,26 +68,15 @@ TEST(Tool, AnswersAsInTheTranscript) {
 
 // Two packages of 64 cores of two threads; four cores share an L2 cache, sixteen an L3 cache.
 std::string largeMachine() {
-    std::string text = "Quarrow recording 1\n";
-    const auto leaf = [&text](std::array<unsigned int, 6> values) {
-        char line[100];
-        std::snprintf(line, sizeof line, "0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", values[0],
-                      values[1], values[2], values[3], values[4], values[5]);
-        text += line;
-    };
-    for (unsigned int n = 0; n < 256; ++n) {
-        text += "CPU " + std::to_string(n) + ":\n";
-        leaf({0, 0, 0xB, 0x756E6547, 0x6C65746E, 0x49656E69});
-        leaf({1, 0, 0x806F8, n << 24 | 0x800800, 0, 0x10000010});
-        leaf({4, 0, 0xFC004121, 0x1C0003F, 63, 0});   // L1d for 2 threads
-        leaf({4, 1, 0xFC01C143, 0x1C0003F, 1023, 0}); // L2 for 8
-        leaf({4, 2, 0xFC07C163, 0x1C0003F, 8191, 0}); // L3 for 32
-        leaf({0xB, 0, 1, 2, 0x100, n});
-        leaf({0xB, 1, 7, 128, 0x201, n});
-        leaf({0x80000000, 0, 0x80000004, 0, 0, 0});
-        leaf({0x80000002, 0, 0x3E263C, 0, 0, 0}); // its name is <&>
+    std::vector<testing_support::IntelProcessor> processors;
+    for (std::uint32_t n = 0; n < 256; ++n) {
+        auto& processor = processors.emplace_back(0x806F8, "<&>").maxLeaf(0xB).leaf(1, {0x806F8, n << 24, 0, 1 << 28});
+        processor.leaf(4, {0xFC004121, 0x1C0003F, 63, 0});      // L1d for 2 threads
+        processor.leaf(4, {0xFC01C143, 0x1C0003F, 1023, 0}, 1); // L2 for 8
+        processor.leaf(4, {0xFC07C163, 0x1C0003F, 8191, 0}, 2); // L3 for 32
+        processor.leaf(0xB, {1, 2, 0x100, n}).leaf(0xB, {7, 128, 0x201, n}, 1);
     }
-    return text + "end of recording\n";
+    return testing_support::written(testing_support::CurrentMachine::recording(processors));
 }
 
 TEST(Picture, ShowsHundredsOfProcessorsEachOnce) {
@@ -140,15 +129,12 @@ TEST(Tool, KeepsTheControlCharactersOfARecordingFromTheTerminal) {
     }
 }
 
-TEST(Tool, TakesOptionsBeforeAndAfterTheCommand) {
+TEST(Tool, TakesOptionsBeforeAndAfterTheCommandAndAMachineFromStandardInput) {
     const std::string before = runTool(of(intel, "--json cpus 1")).out;
     EXPECT_THAT(before, StartsWith("{"));
     EXPECT_EQ(runTool("cpus 1 --json --machine " + quoted(machine(intel))).out, before);
     EXPECT_EQ(runTool("cpus --json 1 --machine " + quoted(machine(intel))).out, before);
     EXPECT_EQ(runTool(of(intel, "tree")).out, runTool(of(intel, "")).out);
-}
-
-TEST(Tool, ReadsAMachineFromStandardInput) {
     EXPECT_EQ(runTool("--machine - cpus", machine(amd)).out, runTool(of(amd, "cpus")).out);
 }
 
@@ -157,7 +143,9 @@ TEST(Tool, LogsToStandardErrorWhatThePriorityAdmits) {
     EXPECT_EQ(runTool(of(intel, "--log 4 cpus 0")).err, "");
 }
 
-TEST(Tool, TellsSpeedsAndLimitsInJson) {
+TEST(Tool, TellsAffinitiesSpeedsAndLimitsInJson) {
+    const json all = runToolForJson(of(intel, "affinity --json"));
+    EXPECT_TRUE(all["system"]["count"] == 8 && all["process"]["count"] == 8 && all["thread"]["count"] == 8);
     EXPECT_EQ(runToolForJson(of(rich, "speed --json"))["processors"][1]["speed"], json::parse(R"(
         {"tscHertz": 3696000000, "busClockHertz": 100000000,
          "multiplier": {"current": 8, "effective": null, "lowest": 8, "highest": 37},
@@ -190,21 +178,16 @@ TEST(Tool, SaysNullForWhatIsNotKnown) {
 // Every processor stands in exactly one core, and the core's affinity is that of its threads.
 TEST(Tool, PartitionsTheProcessorsInJson) {
     const json document = runToolForJson(of(intel, "caches --json"));
-    EXPECT_EQ(document["packages"].size(), 2u);
-    std::vector<std::size_t> threads;
+    json cores;
     for (const json& package : document["packages"]) {
-        EXPECT_EQ(package["cores"].size(), 2u);
         EXPECT_EQ(package["caches"][3]["instances"], 1);
-        for (const json& core : package["cores"]) {
-            for (const std::size_t index : core["threads"]) {
-                threads.push_back(index);
-                EXPECT_EQ(document["processors"][index]["location"].get<std::string>().substr(0, 11),
-                          core["location"].get<std::string>().substr(0, 11));
-            }
-        }
+        cores.push_back(package["cores"]);
     }
-    EXPECT_THAT(threads, testing::ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
-    EXPECT_EQ(document["packages"][1]["cores"][0]["affinity"], "0:0000000000000030h");
+    EXPECT_EQ(cores, json::parse(R"([
+        [{"location": "CPU:0:0:0:0:*", "affinity": "0:0000000000000003h", "threads": [0, 1]},
+         {"location": "CPU:0:0:0:1:*", "affinity": "0:000000000000000Ch", "threads": [2, 3]}],
+        [{"location": "CPU:0:0:1:0:*", "affinity": "0:0000000000000030h", "threads": [4, 5]},
+         {"location": "CPU:0:0:1:1:*", "affinity": "0:00000000000000C0h", "threads": [6, 7]}]])"));
     EXPECT_EQ(document["packages"][1]["affinity"], "0:00000000000000F0h");
     for (const char* command : {"tree --json", "features --json", "cpus --json"}) {
         EXPECT_EQ(runToolForJson(of(intel, command)), document) << command;
@@ -212,13 +195,6 @@ TEST(Tool, PartitionsTheProcessorsInJson) {
     const json named = runToolForJson(of(intel, "cpus 5 --json"));
     EXPECT_EQ(named["processors"], json::array({document["processors"][5]}));
     EXPECT_EQ(named["packages"], nullptr);
-}
-
-TEST(Tool, TellsAffinitiesInJson) {
-    const json document = runToolForJson(of(intel, "affinity --json"));
-    for (const char* which : {"system", "process", "thread"}) {
-        EXPECT_EQ(document[which]["count"], 8) << which;
-    }
 }
 
 TEST(Tool, RecordsReplaysAndRecordsTheSame) {
@@ -273,10 +249,7 @@ TEST(Tool, RefusesWrongFilesInOneLine) {
     writeContent(binary, std::string("\x7f\0\xff\n\n\x80", 6));
     const std::string empty = scratch("nothing.txt");
     writeContent(empty, "");
-    const struct {
-        std::string arguments;
-        const char* says;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"--machine " + quoted(scratch("no such file.txt")), "no such file.txt"},
         {"--machine " + quoted(QUARROW_SOURCE_DIR), "folder"},
         {"--machine " + quoted(broken), "broken.txt"},
@@ -285,13 +258,13 @@ TEST(Tool, RefusesWrongFilesInOneLine) {
         {"record " + quoted(scratch("no such folder/a.txt")), "no such folder"},
         {"picture --svg " + quoted(scratch("no such folder/a.svg")), "no such folder"},
     };
-    for (const auto& row : cases) {
-        const ToolRun run = runTool(row.arguments);
-        EXPECT_EQ(run.status, 2) << row.arguments;
-        EXPECT_EQ(run.out, "") << row.arguments;
-        EXPECT_THAT(run.err, StartsWith("quarrow: ")) << row.arguments;
-        EXPECT_THAT(run.err, HasSubstr(row.says)) << row.arguments;
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << row.arguments << "\n" << run.err;
+    for (const auto& [arguments, says] : cases) {
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_EQ(run.out, "") << arguments;
+        EXPECT_THAT(run.err, StartsWith("quarrow: ")) << arguments;
+        EXPECT_THAT(run.err, HasSubstr(says)) << arguments;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << arguments << "\n" << run.err;
     }
 }
 
@@ -323,31 +296,6 @@ TEST(Readme, ShowsTheExampleProgram) {
     const std::string example = contentOf(QUARROW_SOURCE_DIR "/examples/print_tree.cpp");
     ASSERT_FALSE(example.empty());
     EXPECT_THAT(contentOf(QUARROW_SOURCE_DIR "/README.md"), HasSubstr("```cpp\n" + example + "```\n"));
-}
-
-// Every field of the document is described, so that none can come or change its name unnoticed.
-TEST(JsonManual, DescribesEveryField) {
-    const std::string manual = contentOf(QUARROW_SOURCE_DIR "/docs/json.md");
-    std::set<std::string> names;
-    const std::function<void(const json&)> collect = [&](const json& value) {
-        for (const auto& [name, inner] : value.items()) {
-            if (value.is_object()) {
-                names.insert(name);
-            }
-            if (inner.is_structured()) {
-                collect(inner);
-            }
-        }
-    };
-    collect(runToolForJson(of(amd, "--json")));
-    for (const char* command : {"", "speed", "limits", "affinity", "affinity 0:1", "msr 0x1A2", "mem 0xF0000",
-                                "mem 0xF0000 --length 4", "port 0x70"}) {
-        collect(runToolForJson(of(rich, std::string("--json ") + command)));
-    }
-    EXPECT_GT(names.size(), 50u);
-    for (const std::string& name : names) {
-        EXPECT_THAT(manual, HasSubstr("`" + name + "`"));
-    }
 }
 
 } // namespace

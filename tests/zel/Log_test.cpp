@@ -4,7 +4,6 @@
 #include "../support/LogCapture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>

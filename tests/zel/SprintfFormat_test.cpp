@@ -2,7 +2,6 @@
 #include <zel/String.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <limits>

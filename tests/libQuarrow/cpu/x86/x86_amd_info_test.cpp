@@ -139,7 +139,7 @@ TEST(x86_amd_info, caches_of_the_deterministic_leaf_come_first) {
         machine.counts() = {};
         x86_caches caches;
         ASSERT_TRUE(machine.info.getCaches(caches));
-        EXPECT_EQ(machine.counts().affinitySets, 2u); // there and back
+        EXPECT_EQ(machine.counts().affinitySets.size(), 2u); // there and back
         const std::string message = "1 libQuarrow.x86_vendor_info: CPUID - Cache topology supported: ";
         EXPECT_EQ(log.messages(), std::vector<std::string>{message + (supported ? "yes" : "no")});
         EXPECT_EQ(testing_support::textOf(caches),

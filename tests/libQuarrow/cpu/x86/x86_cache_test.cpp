@@ -3,7 +3,6 @@
 
 #include <boost/optional/optional_io.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace libQuarrow::cpu;
 

@@ -8,20 +8,17 @@ using namespace libQuarrow::cpu;
 namespace {
 
 TEST(Decode, Vendor) {
-    const struct {
-        const char* name;
-        x86_cpu_vendor vendor;
-    } cases[] = {
+    const std::pair<const char*, x86_cpu_vendor> cases[] = {
         {"GenuineIntel", x86_vendor_intel},   {"AuthenticAMD", x86_vendor_amd},
         {"AMDisbetter!", x86_vendor_amd},     {"AMD ISBETTER", x86_vendor_amd},
         {"CentaurHauls", x86_vendor_centaur}, {"CyriHInstead", x86_vendor_cyrix}, // so spelled on purpose
         {"CyrixInstead", x86_vendor_unknown},                                     // what the processors answer
         {"  Shanghai  ", x86_vendor_unknown}, {"genuineintel", x86_vendor_unknown},
     };
-    for (const auto& c : cases) {
-        LiteralReader cpuid(c.name, 1, 0, {});
-        EXPECT_EQ(decodeVendor(cpuid), c.vendor) << c.name;
-        EXPECT_EQ(decodeVendorName(cpuid), c.name);
+    for (const auto& [name, vendor] : cases) {
+        LiteralReader cpuid(name, 1, 0, {});
+        EXPECT_EQ(decodeVendor(cpuid), vendor) << name;
+        EXPECT_EQ(decodeVendorName(cpuid), name);
     }
 }
 

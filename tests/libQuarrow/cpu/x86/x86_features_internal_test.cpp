@@ -59,18 +59,6 @@ TEST(SupportedFeatures, GuardedByMaximaAndVendor) {
     EXPECT_EQ(count(decodeSupportedFeatures(without)) + without.executions, 0u) << "no such instruction";
 }
 
-TEST(SupportedFeatures, SameBitByMaker) {
-    const auto supported = [](const char* vendor) {
-        LiteralReader cpuid(vendor, 1, 0x80000001,
-                            {{1, 0, {0, 0, 1 << 0, 1 << 23 | 1 << 28}},
-                             {0x80000001, 0, {0, 0, 1 << 0 | 1 << 6, 1 << 11 | 1 << 12 | 1 << 20 | 1 << 29}}});
-        return decodeSupportedFeatures(cpuid).toString();
-    };
-    EXPECT_EQ(supported("GenuineIntel"), "CPUID, MMX, EM64T, SSE3, HTT, LAHF/SAHF, SYSCALL, XD");
-    EXPECT_EQ(supported("AuthenticAMD"), "CPUID, MMX, x86-64, SSE3, SSE4A, HTT, LAHF/SAHF, SYSCALL, MTRR, NX");
-    EXPECT_EQ(supported("  Shanghai  "), "CPUID, MMX");
-}
-
 TEST(AllowedFeatures, WhatTheOperatingSystemEnabled) {
     constexpr std::uint32_t osxsave = 1 << 27, avx = 1 << 28, avx2 = 1 << 5;
     const struct {

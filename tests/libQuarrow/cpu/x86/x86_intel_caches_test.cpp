@@ -97,15 +97,6 @@ TEST(x86_intel_caches, come_from_leaves_4_and_2_and_0x80000006) {
     }
 }
 
-TEST(x86_intel_caches, cost_one_migration) {
-    IntelMachine intel(haswell());
-    intel.counts() = {};
-    x86_caches caches;
-    EXPECT_TRUE(intel.info.getCaches(caches));
-    EXPECT_EQ(intel.counts().cpuid, 6u);        // leaf 2 and five sub-leaves of leaf 4
-    EXPECT_EQ(intel.counts().affinitySets, 2u); // there and back
-}
-
 TEST(x86_intel_caches, of_a_single_leaf_replace_or_append) {
     const IntelMachine intel(haswell().leaf(0x80000000, {0x80000006, 0, 0, 0}).leaf(2, {0x007A7001, 0, 0, 0}));
     zel::Array<x86_cache> caches{x86_cache(), x86_cache()};

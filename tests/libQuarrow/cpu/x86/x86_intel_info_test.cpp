@@ -2,7 +2,6 @@
 
 #include <boost/optional/optional_io.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <tests/support/IntelProcessor.h>
 #include <tests/support/LogCapture.h>
 

@@ -20,10 +20,10 @@ class Pin : public testing::Test {
     }
     // How often the affinity is set meanwhile.
     template <class Work>
-    unsigned int sets(Work work) {
-        const unsigned int before = machine.counts().affinitySets;
+    std::size_t sets(Work work) {
+        const std::size_t before = machine.counts().affinitySets.size();
         work();
-        return machine.counts().affinitySets - before;
+        return machine.counts().affinitySets.size() - before;
     }
 
     CurrentMachine machine{{AmdProcessor(0x100F42), AmdProcessor(0x100F43)}};

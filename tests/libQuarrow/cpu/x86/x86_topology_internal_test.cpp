@@ -88,7 +88,6 @@ TEST(Topology, OfProcessors) {
     } cases[] = {
         // clang-format off
         // Intel by initial APIC ID and the counts of leaves 1 and 4.
-        {"8 threads, 4 cores",          intel(4, 0x106A5, 0x06, 8, 4),  {}, "CPU:0:0:0:3:0 4/8 4/8 6"},
         {"12 threads, 6 cores",         intel(4, 0x106A5, 0x1B, 12, 6), {}, "CPU:0:0:1:5:1 6/12 6/12 1B"},
         {"3 threads per core: 2 bits",  intel(4, 0x106A5, 0x36, 12, 4), {}, "CPU:0:0:3:1:2 4/12 4/12 36"},
         {"fewer threads than cores",    intel(4, 0x106A5, 0x13, 2, 8),  {}, "CPU:0:0:2:3:0 8/2 8/2 13"},
@@ -103,7 +102,6 @@ TEST(Topology, OfProcessors) {
         {"MSR unreadable, model 3",     intel(3, 0xF34, 3, 2, 9),       {}, "CPU:0:0:3:0:0 1/1 1/1 3, limit"},
         {"MSR not asked of family 6",   intel(2, 0x6D8, 3, 2, 9),        0, "CPU:0:0:3:0:0 1/1 1/1 3, limit"},
         // Intel by leaf 0xB.
-        {"two levels",       levels({{1, 2, 0x100, 0x13}, {4, 16, 0x201, 0x13}}), {}, "CPU:0:0:1:1:1 8/16 8/16 13"},
         {"threads only",     levels({{1, 2, 0x100, 0x13}}),                       {}, "CPU:0:0:9:0:1 0/0 8/16 13"},
         {"last of a kind",   levels({{1, 2, 0x100, 0x13}, {2, 4, 0x201, 0x13}, {4, 16, 0x202, 0x13}}), {},
          "CPU:0:0:1:0:1 8/16 8/16 13"},

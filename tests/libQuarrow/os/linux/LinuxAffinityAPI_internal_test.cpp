@@ -1,7 +1,7 @@
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
 
 #include <libQuarrow/cpu/ScopedAffinity.h>
-#include <tests/support/ScriptedAffinity.h>
+#include <tests/support/AffinityTexts.h>
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,33 +1,21 @@
 // What is recorded of a machine.
 
 #include <libQuarrow/cpu/AffinityMask.h>
-#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <tests/support/AmdProcessor.h>
+#include <tests/support/Recordings.h>
 
 #include <boost/optional/optional_io.hpp>
 #include <gtest/gtest.h>
 
 using namespace libQuarrow;
 using namespace libQuarrow::os;
+using namespace testing_support;
 
 namespace {
 
-Recording machineOf(std::size_t count) {
-    Recording recording;
-    for (std::size_t i = 0; i < count; ++i) {
-        RecordedProcessor processor;
-        processor.bit = static_cast<std::uint8_t>(i);
-        processor.leaves[{0, 0}] = {0xD, 0x68747541, 0x444D4163, 0x69746E65};
-        processor.leaves[{1, 0}] = {static_cast<std::uint32_t>(i + 1), 0, 1U << 27, 0};
-        recording.processors.push_back(processor);
-    }
-    return recording;
-}
-
-Recording recorded(const Recording& recording) {
-    RecordedMachine machine(recording);
-    const ScopedMachine scope(machine);
-    RecordingError error;
-    return recordCurrentMachine(error).value();
+// Of one processor.
+Recording machine() {
+    return CurrentMachine::recording(std::vector{AmdProcessor(1)});
 }
 
 // How many sub-leaves of how many leaves were recorded of the one processor, the leaves masked.
@@ -41,8 +29,7 @@ std::map<std::uint32_t, unsigned int> counted(const Recording& recording, std::u
 }
 
 TEST(MachineRecorder, LeavesOutProcessorsThatCannotBePinned) {
-    RecordedMachine machine(machineOf(3));
-    const ScopedMachine scope(machine);
+    CurrentMachine machine({AmdProcessor(1), AmdProcessor(2), AmdProcessor(3).leaf(1, {3, 0, 1U << 27, 0})});
     ASSERT_TRUE(cpu::WinAffinity(4).setThreadAffinity());
     machine.faults().unpinnable = {1};
     RecordingError error;
@@ -63,7 +50,7 @@ TEST(MachineRecorder, LeavesOutProcessorsThatCannotBePinned) {
 
 // Asks for a leaf, then for everything that its kind of enumeration should still have and no more.
 TEST(MachineRecorder, FollowsEachEnumerationToItsEnd) {
-    Recording recording = machineOf(1);
+    Recording recording = machine();
     auto& leaves = recording.processors[0].leaves;
     leaves[{0, 0}].eax = 0x1F;
     leaves[{0x80000000, 0}].eax = 0x80000026;
@@ -77,13 +64,14 @@ TEST(MachineRecorder, FollowsEachEnumerationToItsEnd) {
         leaves[{0x5, subleaf}].eax = 1;                                     // has no sub-leaves
     }
     leaves[{0x40000000, 0}].eax = 0x40000000;
-    const std::map<std::uint32_t, unsigned int> expected = {
-        {0, 1}, {1, 1}, {4, 4}, {5, 1}, {7, 3}, {0xB, 3}, {0xD, 32}, {0x14, 64}, {0x1F, 64}, {0x80000000, 1}};
+    const std::map<std::uint32_t, unsigned int> expected = {{0, 1},     {1, 1},          {4, 4},         {5, 1},
+                                                            {7, 3},     {0xB, 3},        {0xD, 32},      {0x14, 64},
+                                                            {0x1F, 64}, {0x80000000, 1}, {0x80000002, 1}};
     EXPECT_EQ(counted(recording, ~0U), expected);
 }
 
 TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
-    Recording recording = machineOf(1);
+    Recording recording = machine();
     auto& leaves = recording.processors[0].leaves;
     leaves[{0, 0}].eax = 0x3FFFFFFF;
     leaves[{1, 0}].ecx = 1U << 31;
@@ -98,17 +86,6 @@ TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
     }
     const std::map<std::uint32_t, unsigned int> expected = {{0, 0x100}, {0x40000000, 0xFF}, {0xC0000000, 1}};
     EXPECT_EQ(counted(recording, 0xC0000000), expected);
-}
-
-// The machine that the tests run on, recorded, says of itself what it says when asked.
-TEST(MachineRecorder, RecordsThisMachine) {
-    RecordingError error;
-    const auto native = recordCurrentMachine(error);
-    ASSERT_TRUE(native) << error.message;
-    cpu::cpuid_args leaf0{0, 0, 0, 0};
-    currentMachine().instructions().cpuid(leaf0);
-    EXPECT_EQ((native->processors.at(0).leaves.at({0, 0})), leaf0);
-    EXPECT_TRUE(recorded(*native) == *native);
 }
 
 } // namespace

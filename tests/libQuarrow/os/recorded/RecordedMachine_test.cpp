@@ -1,11 +1,11 @@
 // How a recording answers in a machine's place.
 
-#include <libKernelMode/MsrDriver.h>
+#include <libKernelMode/DriverBackend.h>
 #include <libQuarrow/cpu/AffinityAPI.h>
 #include <libQuarrow/cpu/ScopedAffinity.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 
-#include <tests/support/ScriptedAffinity.h>
+#include <tests/support/AffinityTexts.h>
 
 #include <gtest/gtest.h>
 
@@ -120,7 +120,7 @@ std::string pins() {
 }
 
 TEST(RecordedAffinity, WithoutGroups) {
-    const Replay replay({{0, 1}, {0, 4}, {0, 0}});
+    Replay replay({{0, 1}, {0, 4}, {0, 0}});
     EXPECT_FALSE(affinity("0:1").supportsCpuGroups());
     EXPECT_EQ(brief(WinAffinity::systemAffinity()), "0:13");
     EXPECT_EQ(pins(), "0:13, 0:13, 0"); // the first processor of the file
@@ -135,6 +135,9 @@ TEST(RecordedAffinity, WithoutGroups) {
     EXPECT_TRUE(affinity("0:10h").setThreadAffinity()); // what it is without one of its own
     EXPECT_TRUE(affinity("0:13h").setProcessAffinity());
     EXPECT_EQ(pins(), "0:13, 0:13, 0");
+    replay.machine.faults().unpinnable = {2};
+    EXPECT_TRUE(affinity("0:11h").setThreadAffinity());
+    EXPECT_EQ(pins(), "0:11, 0:13, 1");
 }
 
 TEST(RecordedAffinity, WithGroupsAndHoles) {
@@ -167,25 +170,6 @@ TEST(RecordedAffinity, EveryThreadHasItsOwn) {
         thread.join();
     }
     EXPECT_EQ(wrong, 0U);
-}
-
-TEST(RecordedAffinity, FailsAsPlanted) {
-    Replay replay({{0, 0}, {0, 1}});
-    Faults& faults = replay.machine.faults();
-    faults.unpinnable = {0};
-    EXPECT_FALSE(affinity("0:1").setThreadAffinity());
-    EXPECT_TRUE(affinity("0:2").setThreadAffinity() && affinity("0:3").setThreadAffinity());
-    faults = Faults();
-    faults.failingAffinitySet = 4;
-    EXPECT_TRUE(affinity("0:1").setThreadAffinity());
-    EXPECT_FALSE(affinity("0:2").setThreadAffinity());
-    EXPECT_EQ(pins(), "0:1, 0:3, 0");
-    EXPECT_TRUE(affinity("0:2").setThreadAffinity());
-    faults.systemAffinityUnreadable = faults.processAffinityUnreadable = faults.threadAffinityUnreadable = true;
-    EXPECT_EQ(pins(), "none, none, 1");
-    EXPECT_FALSE(WinAffinity::systemAffinity());
-    faults.noAffinityBackend = true;
-    EXPECT_EQ(cpu::AffinityAPI::create(), nullptr);
 }
 
 TEST(RecordedClock, RunsAtTheRecordedOrStatedRate) {
@@ -222,39 +206,14 @@ TEST(RecordedClock, RunsAtTheRecordedOrStatedRate) {
     }
 }
 
-TEST(RecordedClock, FailsAsPlanted) {
+TEST(RecordedClock, KeepsThePriorityClass) {
     RecordedMachine machine(machineAt({{0, 0}}));
     Clock& clock = machine.clock();
-    std::uint64_t value = 0;
     std::uint32_t priority = 0;
-    machine.faults().failingCounterRead = 1;
-    EXPECT_TRUE(clock.counter(value) && !clock.counter(value) && clock.counter(value));
-    machine.faults().counterFrequencyUnreadable = true;
-    EXPECT_FALSE(clock.frequency(value));
     EXPECT_TRUE(clock.setPriorityClass(Clock::realTimePriorityClass));
     machine.faults().priorityClassRefused = true;
     EXPECT_FALSE(clock.setPriorityClass(1));
     EXPECT_TRUE(clock.priorityClass(priority) && priority == Clock::realTimePriorityClass);
-}
-
-TEST(RecordedDrivers, AnswerMsrsOfTheProcessorAtHand) {
-    Recording recording = machineAt({{0, 0}, {0, 1}});
-    recording.processors[0].msrs = {{0x17, 1}, {0x10, 2}};
-    recording.processors[1].msrs = {{0x17, 3}};
-    Replay replay(recording);
-    libKernelMode::MsrDriver driver;
-    ASSERT_TRUE(driver.openDriver()) << driver.failureReason();
-    std::uint64_t value = 0;
-    EXPECT_TRUE(driver.readMsr(0x17, value) && value == 1);
-    ASSERT_TRUE(affinity("0:2").setThreadAffinity());
-    EXPECT_TRUE(driver.readMsr(0x17, value) && value == 3);
-    EXPECT_TRUE(driver.writeMsr(0x17, 9) && driver.readMsr(0x17, value) && value == 9);
-    EXPECT_EQ(replay.machine.recording().processors[0].msrs.at(0x17), 1U);
-    EXPECT_FALSE(driver.readMsr(0x10, value) || driver.writeMsr(0x10, 1)) << "of the other processor only";
-    replay.machine.faults().failingMsrs = {0x17};
-    EXPECT_FALSE(driver.readMsr(0x17, value) || driver.writeMsr(0x17, 1));
-    replay.machine.faults().noMsrDriver = true;
-    EXPECT_FALSE(libKernelMode::MsrDriver().openDriver());
 }
 
 TEST(RecordedDrivers, EndAtTheLastByteOfMemory) {

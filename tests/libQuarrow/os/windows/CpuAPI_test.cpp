@@ -1,7 +1,7 @@
 #include <libQuarrow/os/windows/cpu/x86/CpuGroupAPI.h>
 #include <libQuarrow/os/windows/cpu/x86/CpuLegacyAPI.h>
 
-#include <tests/support/ScriptedAffinity.h>
+#include <tests/support/AffinityTexts.h>
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include <libQuarrow/os/windows/cpu/x86/WinLegacyAffinityAPI.h>
 
 #include <libQuarrow/cpu/ScopedAffinity.h>
-#include <tests/support/ScriptedAffinity.h>
+#include <tests/support/AffinityTexts.h>
 
 #include <gtest/gtest.h>
 
