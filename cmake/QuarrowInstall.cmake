@@ -1,5 +1,6 @@
 # What `cmake --install` lays down, in two components. "runtime": the libraries, the documents, and the tool with its man page
-# and completion, on Windows with the run-time libraries of MinGW. "development": the public headers, the CMake package, the pkg-config file.
+# and completion, on Windows with the run-time libraries of MinGW. "development": the public headers, the CMake package, the
+# pkg-config file.
 include(CMakePackageConfigHelpers)
 
 # The public headers: those that export something, and those that a public header includes.

@@ -55,10 +55,6 @@ void writeFile(const std::string& path, const std::string& text) {
     if (path.empty()) {
         throw Failure(Failure::WrongInput, "the name of the file to write is empty; name one");
     }
-    if (path == "-") {
-        writeOutput(text);
-        return;
-    }
     std::error_code error;
     // Through links, so that the file they lead to is replaced and not the link.
     fs::path target = fs::weakly_canonical(fs::u8path(path), error);

@@ -8,7 +8,7 @@ namespace quarrow {
 // mistake. Throws Failure when it cannot be written for any other reason.
 bool writeOutput(const std::string& text);
 // Replaces or makes the file `path` (UTF-8): whole, or not at all. What is no plain file (a device, a pipe) is written
-// to as it stands, and - is standard output. Throws Failure.
+// to as it stands. Throws Failure.
 void writeFile(const std::string& path, const std::string& text);
 
 } // namespace quarrow

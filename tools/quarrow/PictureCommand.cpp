@@ -45,6 +45,9 @@ std::string pictureCommand(const Request& request) {
     if (svg == request.options.end()) {
         return drawText(packages, columns);
     }
+    if (svg->second == "-") {
+        return drawSvg(packages);
+    }
     writeFile(svg->second, drawSvg(packages));
     return {};
 }

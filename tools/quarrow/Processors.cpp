@@ -44,7 +44,7 @@ std::string whyLeftOut(const Request& request) {
                : "no thread can be moved there; they may be offline, or forbidden to this process";
 }
 
-// A command that reports fewer processors than there are says so.
+// A command that reports fewer processors than there are says so: once, however often it reads them.
 void checkComplete(const Request& request, std::size_t read) {
     const auto system = libQuarrow::cpu::AffinityMask::systemAffinityMask();
     if (read == 0) {

@@ -56,7 +56,7 @@ std::string recordCommand(const Request& request) {
     }
     std::ostringstream text;
     os::writeRecording(recordMachine(request), text);
-    if (request.operands.empty()) {
+    if (request.operands.empty() || request.operands.front() == "-") {
         return text.str();
     }
     writeFile(request.operands.front(), text.str());
