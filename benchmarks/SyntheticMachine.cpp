@@ -1,5 +1,7 @@
 #include <benchmarks/SyntheticMachine.h>
 
+#include <libQuarrow/recording/formats/RecordingFile.h>
+
 #include <stdexcept>
 #include <string>
 

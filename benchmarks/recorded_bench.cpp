@@ -5,6 +5,8 @@
 
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/recording/formats/RecordingFile.h>
+#include <libQuarrow/recording/formats/RecordingWriter.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/recording/formats/RecordingFile.h>
 
 #include <iostream>
 #include <memory>

@@ -1,6 +1,6 @@
 #include <libQuarrow/cpu/AffinityAPI.h>
 
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/machine/Machine.h>
 
 namespace libQuarrow::cpu {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/machine/Machine.h>
 
 namespace libQuarrow::os {
 

@@ -1,3 +1,4 @@
+#include <libQuarrow/recording/formats/RecordingFile.h>
 #include <tests/corpus/Facts.h>
 
 #include <libQuarrow/cpu/x86/x86_caches.h>

@@ -2,6 +2,8 @@
 // programs make of its machines (expected.tsv, topology.tsv, flags.tsv), Quarrow must agree, but for the differences
 // that known_differences.tsv lists with their reasons.
 
+#include <libQuarrow/recording/formats/RecordingFile.h>
+#include <libQuarrow/recording/formats/RecordingParser.h>
 #include <tests/corpus/Facts.h>
 #include <tests/support/Recordings.h>
 

@@ -1,5 +1,6 @@
 // Any bytes as a recording: what is read must round-trip, and what is not must be refused with one line.
 
+#include <libQuarrow/recording/formats/RecordingParser.h>
 #include <tests/fuzz/Require.h>
 #include <tests/support/Recordings.h>
 

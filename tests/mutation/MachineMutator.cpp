@@ -1,8 +1,9 @@
+#include <libQuarrow/recording/formats/RecordingFile.h>
 #include <tests/mutation/MachineMutator.h>
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
-#include <tools/quarrow/Commands.h>
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/commands/Commands.h>
 
 #include <algorithm>
 #include <filesystem>

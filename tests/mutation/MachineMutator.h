@@ -1,6 +1,6 @@
 #pragma once
 
-#include <libQuarrow/os/recorded/Recording.h>
+#include <libQuarrow/recording/Recording.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/machine/Machine.h>
 
 #include <gtest/gtest.h>
 

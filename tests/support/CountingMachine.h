@@ -1,7 +1,7 @@
 #pragma once
 
 #include <libQuarrow/cpu/AffinityAPI.h>
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/machine/Machine.h>
 #include <tests/support/AffinityTexts.h>
 
 #include <map>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <libQuarrow/cpu/x86/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
 
 #include <initializer_list>
 #include <map>

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <libQuarrow/os/recorded/MachineRecorder.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/recording/formats/RecordingWriter.h>
 
 #include <sstream>
 #include <string>

@@ -1,8 +1,9 @@
-#include <tools/quarrow/Commands.h>
+#include <libQuarrow/recording/formats/RecordingFile.h>
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Logging.h>
 #include <tools/quarrow/Output.h>
 #include <tools/quarrow/Text.h>
+#include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/os/Console.h>
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>

@@ -1,6 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_amd_info.h>
 
-#include <libQuarrow/cpu/x86/x86_amd_revisions.h>
+#include <libQuarrow/cpu/x86/amd/x86_amd_revisions.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 
 namespace libQuarrow::cpu {

@@ -1,11 +1,11 @@
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 
 #include <libQuarrow/cpu/LogicalCpuNumbers.h>
-#include <libQuarrow/cpu/x86/CpuidReader.h>
-#include <libQuarrow/cpu/x86/x86_decode.h>
-#include <libQuarrow/cpu/x86/x86_features.h>
+#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_feature_detection.h>
+#include <libQuarrow/cpu/x86/decode/x86_identification.h>
+#include <libQuarrow/cpu/x86/topology/x86_topology.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
-#include <libQuarrow/cpu/x86/x86_topology.h>
 #include <libQuarrow/cpu/x86/x86_vendor_info.h>
 #include <zel/Assertion.h>
 #include <zel/Log.h>
@@ -225,7 +225,8 @@ bool x86_cpu::getSocketTypeString(zel::String& text) const {
 bool x86_cpu::getSpeedMetrics(x86_speed_metrics& metrics) const {
     const x86_pin pin(*this);
     if (!pin.pinned()) {
-        // The number that the message begins with is kept whatever happens to this source: see x86_cpu_OS.cpp.
+        // The number that the message begins with is kept whatever happens to this source: see
+        // speed/x86_tsc_measurement.cpp.
         constexpr unsigned int tagNotPinned = 215;
         zel::LogFactory::channel("libQuarrow.cpu_x86.x86_cpu")
             .log(zel::LogFailure, tagNotPinned, "Unable to set affinity mask : " + m_affinity.toString());

@@ -1,6 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_feature_flags.h>
 
-#include <libQuarrow/cpu/x86/x86_feature_table.h>
+#include <libQuarrow/cpu/x86/decode/x86_feature_table.h>
 
 namespace libQuarrow::cpu {
 namespace {

@@ -1,10 +1,10 @@
 #include <libQuarrow/cpu/x86/x86_inst.h>
 
 #include <libKernelMode/MsrDriver.h>
-#include <libQuarrow/cpu/x86/CpuidReader.h>
-#include <libQuarrow/cpu/x86/x86_decode.h>
-#include <libQuarrow/cpu/x86/x86_features.h>
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_feature_detection.h>
+#include <libQuarrow/cpu/x86/decode/x86_identification.h>
+#include <libQuarrow/machine/Machine.h>
 
 namespace libQuarrow::cpu {
 

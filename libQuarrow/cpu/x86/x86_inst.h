@@ -1,7 +1,7 @@
 #pragma once
 
 #include <libQuarrow/cpu/x86/x86_feature_flags.h>
-#include <libQuarrow/os/cpuid_args.h>
+#include <libQuarrow/machine/cpuid_args.h>
 #include <libQuarrow/quarrow_export.h>
 #include <zel/String.h>
 
@@ -66,7 +66,8 @@ class QUARROW_EXPORT x86_inst {
     // What the processor reports, and what of that the library itself relies on and the operating system has enabled.
     static x86_feature_flags getSupportedFeatures();
     static x86_feature_flags getAllowedFeatures();
-    // True for every argument: see x86_inst.cpp. To compare with what a processor has, ask an x86_cpu's flags.
+    // True for every argument, as callers have come to rely on that. To compare with what a processor has, ask an
+    // x86_cpu's supportsFeature().
     static bool featuresSupported(const x86_feature_flags& flags);
     static bool featuresAllowed(const x86_feature_flags& flags);
 

@@ -1,8 +1,8 @@
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 
 #include <libQuarrow/DefectLog.h>
+#include <libQuarrow/cpu/x86/intel/x86_intel_steppings.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
-#include <libQuarrow/cpu/x86/x86_intel_steppings.h>
 
 namespace libQuarrow::cpu {
 namespace {

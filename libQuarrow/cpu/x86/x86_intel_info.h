@@ -108,7 +108,7 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     // Adds the caches of this processor: from CPUID leaf 4 where there is one, else from leaves 0x80000006 and 2.
     // Trace caches always come from leaf 2. True when `caches` is not empty afterwards.
     bool getCaches(x86_caches& caches) const override;
-    // The single sources of getCaches. False when the leaf is not there; see x86_intel_caches.cpp for the layouts.
+    // The single sources of getCaches. False when the leaf is not there.
     bool getDeterministicCacheInfo(zel::Array<x86_cache>& caches) const; // leaf 4; replaces `caches`
     bool getL2CacheInfo(zel::Array<x86_cache>& caches) const;            // leaf 0x80000006; replaces `caches`
     bool getCacheAndTLBInfo(zel::Array<x86_cache>& caches) const;        // leaf 2; appends

@@ -1,7 +1,7 @@
 #include <libQuarrow/cpu/x86/x86_physical_cpu.h>
 
+#include <libQuarrow/cpu/x86/caches/x86_threads_per_core.h>
 #include <libQuarrow/cpu/x86/x86_caches.h>
-#include <libQuarrow/cpu/x86/x86_threads_per_core.h>
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include <libQuarrow/cpu/x86/x86_pin.h>
 
 #include <libQuarrow/cpu/x86/x86_cpu.h>
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/machine/Machine.h>
 
 namespace libQuarrow::cpu {
 namespace {

@@ -1,7 +1,8 @@
-#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/os/recorded/MachineRecorder.h>
 
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/ScopedAffinity.h>
+#include <libQuarrow/machine/Machine.h>
 
 #include <algorithm>
 

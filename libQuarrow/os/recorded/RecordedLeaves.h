@@ -1,6 +1,6 @@
 #pragma once
 
-#include <libQuarrow/os/recorded/Recording.h>
+#include <libQuarrow/recording/Recording.h>
 
 // Private to the library: the leaves of a recorded processor.
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <libQuarrow/os/Machine.h>
-#include <libQuarrow/os/recorded/Recording.h>
+#include <libQuarrow/machine/Machine.h>
+#include <libQuarrow/recording/Recording.h>
 
 #include <memory>
 #include <set>
@@ -65,9 +65,5 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
   private:
     std::shared_ptr<RecordedMachineState> m_state; // shared with the affinity backends, which may outlive the machine
 };
-
-// What the machine that this process runs on looks like, as a recording: every processor that can be pinned, its leaves
-// and sub-leaves, XCR0. None, with the reason, when the affinity cannot be read or no processor could be pinned.
-QUARROW_EXPORT boost::optional<Recording> recordCurrentMachine(RecordingError& error);
 
 } // namespace libQuarrow::os

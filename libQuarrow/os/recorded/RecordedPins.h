@@ -2,7 +2,7 @@
 
 #include <libQuarrow/cpu/GroupAffinity.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
-#include <libQuarrow/os/recorded/Recording.h>
+#include <libQuarrow/recording/Recording.h>
 
 #include <boost/optional.hpp>
 

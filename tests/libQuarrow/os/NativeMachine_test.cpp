@@ -1,4 +1,4 @@
-#include <libQuarrow/os/Machine.h>
+#include <libQuarrow/machine/Machine.h>
 
 #include <tests/support/AffinityTexts.h>
 

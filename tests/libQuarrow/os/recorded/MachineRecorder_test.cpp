@@ -1,6 +1,7 @@
 // What is recorded of a machine.
 
 #include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/os/recorded/MachineRecorder.h>
 #include <tests/support/AmdProcessor.h>
 #include <tests/support/Recordings.h>
 

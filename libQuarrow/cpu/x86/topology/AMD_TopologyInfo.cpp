@@ -1,0 +1,144 @@
+#include <libQuarrow/cpu/x86/topology/AMD_TopologyInfo.h>
+
+#include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_identification.h>
+#include <libQuarrow/machine/Machine.h>
+#include <zel/Log.h>
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+namespace libQuarrow::cpu {
+namespace {
+
+zel::LogChannel& channel() {
+    static zel::LogChannel& instance = zel::LogFactory::channel("libQuarrow.cpu_x86.AMD_TopologyInfo");
+    return instance;
+}
+
+zel::String leafReport(const std::vector<AmdTopologyEntry>& entries) {
+    zel::String text = "\nCPUID Topology Leafs\n"
+                       "Node  Core  APIC       Mask                 Nodes/CPU  Thr/CPU  Thr/Core\n"
+                       "----  ----  ---------  -------------------  ---------  -------  --------\n";
+    for (const AmdTopologyEntry& entry : entries) {
+        text += zel::String::SprintfFormat("%4u  %4u  %08Xh  ", entry.nodeId, entry.coreId, entry.extendedApicId);
+        text += entry.affinity.toString();
+        text += zel::String::SprintfFormat("  %9u  %7u  %8u\n", entry.nodesPerProcessor, entry.packageThreads,
+                                           entry.threadsPerCore);
+    }
+    return text;
+}
+
+} // namespace
+
+AmdTopologyEntry AmdTopologyEntry::read(CpuidReader& cpuid, const WinAffinity& affinity) {
+    const cpuid_args topology = cpuid.read(0x8000001E);
+    AmdTopologyEntry entry;
+    entry.affinity = affinity;
+    entry.extendedApicId = topology.eax;
+    entry.nodeId = topology.ecx & 0xFF;
+    entry.coreId = topology.ebx & 0xFF;
+    entry.nodesPerProcessor = (topology.ecx >> 8 & 0x7) + 1;
+    entry.threadsPerCore = (topology.ebx >> 8 & 0xFF) + 1;
+    entry.packageThreads = (cpuid.read(0x80000008).ecx & 0xFF) + 1;
+    return entry;
+}
+
+bool AMD_TopologyInfo::isSupported(CpuidReader& cpuid) {
+    constexpr std::uint32_t topologyExtensions = 1U << 22;
+    return decodeMaxExtendedCpuid(cpuid) >= 0x8000001E && (cpuid.read(0x80000001).ecx & topologyExtensions) != 0;
+}
+
+const AMD_TopologyInfo& AMD_TopologyInfo::get(CpuidReader& cpuid) {
+    return os::currentMachine().kept<AMD_TopologyInfo>([&cpuid] { return collect(cpuid); });
+}
+
+AMD_TopologyInfo AMD_TopologyInfo::collect(CpuidReader& cpuid) {
+    if (!isSupported(cpuid)) {
+        return AMD_TopologyInfo();
+    }
+    std::vector<AmdTopologyEntry> entries;
+    if (const boost::optional<AffinityMask> system = AffinityMask::systemAffinityMask()) {
+        const auto readEntry = [&entries](const AffinityMask& processor) {
+            // One that cannot be pinned is visited all the same, but what is read then is another processor's.
+            if (AffinityMask::threadAffinityMask() != processor) {
+                return;
+            }
+            LiveCpuidReader live;
+            entries.push_back(AmdTopologyEntry::read(live, processor.getAffinityData()));
+        };
+        system->forEachLogicalCPU(readEntry, true);
+    }
+    return AMD_TopologyInfo(std::move(entries));
+}
+
+AMD_TopologyInfo::AMD_TopologyInfo(std::vector<AmdTopologyEntry> entries) {
+    std::stable_sort(entries.begin(), entries.end(), [](const AmdTopologyEntry& a, const AmdTopologyEntry& b) {
+        return std::tie(a.nodeId, a.coreId, a.extendedApicId) < std::tie(b.nodeId, b.coreId, b.extendedApicId);
+    });
+    // A report has a line for each processor: it is made only where somebody reads it.
+    if (channel().admits(zel::LogDiagnostic)) {
+        channel().log(zel::LogDiagnostic, __LINE__, leafReport(entries));
+    }
+    number(entries);
+    if (channel().admits(zel::LogDiagnostic)) {
+        channel().log(zel::LogDiagnostic, __LINE__, mappingReport());
+    }
+}
+
+void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
+    std::uint32_t socket = 0; // the first entry opens socket 0
+    std::uint32_t remainingThreads = 0;
+    std::uint32_t thread = 0;
+    zel::String tooMany;
+    const AmdTopologyEntry* previous = nullptr;
+    for (AmdTopologyEntry& entry : entries) {
+        bool sameCore = previous != nullptr && previous->coreId == entry.coreId;
+        if (previous != nullptr && previous->nodeId != entry.nodeId && entry.nodesPerProcessor == 0) {
+            // A new node opens a socket only here, and the count, a field plus 1, is never 0: every processor lands in
+            // socket 0. The comparison is meant so and must stay.
+            ++socket;
+            sameCore = false;
+        }
+        if (!sameCore) {
+            remainingThreads = entry.threadsPerCore;
+            thread = 0;
+        } else if (remainingThreads == 0) {
+            // The first entry of a core does not count, so a core takes threadsPerCore + 1 entries before this. That
+            // count must stay, and so must the spelling of the message.
+            if (tooMany.isEmpty()) { // made once, since every entry of a machine may get here
+                tooMany = "\nUnexpected condition: thread count exceeeded\n:" + leafReport(entries);
+            }
+            channel().log(zel::LogFailure, __LINE__, tooMany);
+        } else {
+            --remainingThreads;
+            ++thread;
+        }
+        previous = &entry;
+        entry.socket = socket;
+        entry.thread = thread;
+        m_entries.emplace(entry.affinity.toString(), entry);
+    }
+}
+
+zel::String AMD_TopologyInfo::mappingReport() const {
+    zel::String text = "\nTopology Mapping\n"
+                       "CPU  Node  Core  Thread  APIC        Mask\n"
+                       "---  ----  ----  ------  ----------- -------------------\n";
+    for (const auto& [affinity, entry] : m_entries) {
+        text += entry.socket ? zel::String::SprintfFormat("%u", *entry.socket) : zel::String("?");
+        text += zel::String::SprintfFormat("  %4u  %4u  %6u    %08Xh   ", entry.nodeId, entry.coreId,
+                                           entry.thread.value_or(0), entry.extendedApicId);
+        text += affinity + "\n";
+    }
+    return text;
+}
+
+const AmdTopologyEntry* AMD_TopologyInfo::find(const zel::String& affinity) const {
+    const auto found = m_entries.find(affinity);
+    return found != m_entries.end() ? &found->second : nullptr;
+}
+
+} // namespace libQuarrow::cpu

@@ -1,0 +1,65 @@
+#include <libQuarrow/recording/formats/RecordingWriter.h>
+
+#include <libQuarrow/recording/formats/QuarrowFormat.h>
+
+#include <zel/String.h>
+
+#include <ostream>
+
+namespace libQuarrow::os {
+namespace {
+
+constexpr std::size_t bytesPerLine = 16;
+
+template <class... Arguments>
+void write(std::ostream& out, const char* format, Arguments... arguments) {
+    out << zel::String::SprintfFormat(format, arguments...).toUtf8();
+}
+
+void writeProcessor(const RecordedProcessor& processor, std::size_t number, std::ostream& out) {
+    write(out, "CPU %zu: group %u bit %u\n", number, processor.group, processor.bit);
+    for (const auto& [where, registers] : processor.leaves) {
+        write(out, "   0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", where.first, where.second,
+              registers.eax, registers.ebx, registers.ecx, registers.edx);
+    }
+    if (processor.xcr0) {
+        write(out, "   xcr0 0x%016I64x\n", *processor.xcr0);
+    }
+    for (const auto& [msr, value] : processor.msrs) {
+        write(out, "   msr 0x%08x: 0x%016I64x\n", msr, value);
+    }
+}
+
+// Runs of neighbouring bytes; a new line at a gap and at every 16th address. `digits`: of an address.
+template <class Address>
+void writeBytes(const char* what, int digits, const std::map<Address, std::uint8_t>& bytes, std::ostream& out) {
+    auto next = bytes.begin();
+    while (next != bytes.end()) {
+        write(out, "%s 0x%0*I64x:", what, digits, next->first);
+        std::uint64_t address = next->first;
+        do {
+            write(out, " %02x", next->second);
+            ++next;
+            ++address;
+        } while (next != bytes.end() && next->first == address && address % bytesPerLine != 0);
+        out << '\n';
+    }
+}
+
+} // namespace
+
+void writeRecording(const Recording& recording, std::ostream& out) {
+    out << quarrowHeader << quarrowFormatVersion << '\n';
+    if (recording.tscHertz) {
+        write(out, "tsc %I64u\n", *recording.tscHertz);
+    }
+    std::size_t number = 0;
+    for (const RecordedProcessor& processor : recording.processors) {
+        writeProcessor(processor, number++, out);
+    }
+    writeBytes("memory", 16, recording.memory, out);
+    writeBytes("port", 4, recording.ports, out);
+    out << quarrowClosingLine << '\n';
+}
+
+} // namespace libQuarrow::os

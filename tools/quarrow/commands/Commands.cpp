@@ -1,0 +1,43 @@
+#include <tools/quarrow/commands/Commands.h>
+
+namespace quarrow {
+namespace {
+
+constexpr Operand processors = {Operand::Any, "N", "Logical processor numbers, as in 0 1 12; without any, all"};
+constexpr Option writeOption = {"write", "VALUE",
+                                "Write VALUE instead of reading; this can halt or damage the machine"};
+
+} // namespace
+
+const std::vector<Command>& allCommands() {
+    // clang-format off
+    static const std::vector<Command> commands = {
+        {"tree", treeCommand, "Packages, cores and threads, then each package's caches (when no command is given)"},
+        {"cpus", cpusCommand, "Everything about each logical processor, or about those named", processors},
+        {"features", featuresCommand, "Features that the processors support, and those allowed for use"},
+        {"caches", cachesCommand, "Caches of each package, and which logical processors share them"},
+        {"picture", pictureCommand, "The machine drawn: packages, cores, threads, and the caches they share", {},
+         {{"svg", "FILE", "Draw a picture for a report into FILE, in the SVG format"},
+          {"width", "COLUMNS", "Width of the text; without it, that of the terminal, of $COLUMNS, or 80"}}},
+        {"limits", limitsCommand, "At which temperature Intel processors slow down, and how far their turbo goes"},
+        {"speed", speedCommand, "Measured rate of the time-stamp counters; multipliers and speeds", processors},
+        {"affinity", affinityCommand, "Affinity of the system, the process and the thread; or what TEXT means",
+         {Operand::AtMostOne, "TEXT", "An affinity: group:mask, as in 0:Fh or 0:Fh/1:3h"}},
+        {"record", recordCommand, "Write this machine down, to be read with --machine anywhere",
+         {Operand::AtMostOne, "FILE", "Where to; without it, standard output"}},
+        {"msr", msrCommand, "Read or write a model-specific register of a logical processor",
+         {Operand::One, "ADDRESS", "Number of the register, as in 0x1A2"},
+         {{"cpu", "N", "Number of the logical processor; without it, the first one"}, writeOption}},
+        {"mem", memCommand, "Read or write physical memory",
+         {Operand::One, "ADDRESS", "Physical address, as in 0xF0000"},
+         {{"size", "BYTES", "Size of the value: 1, 2, 4 or 8; without it, 4"},
+          {"length", "BYTES", "Read a block of so many bytes, up to 16 MB"}, writeOption}},
+        {"port", portCommand, "Read or write an I/O port",
+         {Operand::One, "PORT", "Number of the port, as in 0x70"},
+         {{"size", "BYTES", "Size of the value: 1, 2 or 4; without it, 1"}, writeOption}},
+    };
+    // clang-format on
+    return commands;
+}
+
+} // namespace quarrow

@@ -1,0 +1,94 @@
+#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/Text.h>
+#include <tools/quarrow/commands/Commands.h>
+#include <tools/quarrow/commands/MsrAccessor.h>
+#include <tools/quarrow/document/Document.h>
+
+#include <libQuarrow/cpu/x86/x86_intel_info.h>
+#include <zel/Temperature.h>
+
+namespace quarrow {
+
+using libQuarrow::cpu::IntelTurboRatioLimit;
+using libQuarrow::cpu::x86_cpu;
+using nlohmann::ordered_json;
+
+namespace {
+
+// What an Intel processor tells of its limits.
+struct Limits {
+    boost::optional<std::uint32_t> celsius;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> turbo; // active cores, ratio; empty: not known
+
+    bool isComplete() const { return celsius && !turbo.empty(); }
+};
+
+// None for other makers, whose limits are not read.
+boost::optional<Limits> limitsOf(const x86_cpu& cpu) {
+    const auto* intel = dynamic_cast<const libQuarrow::cpu::x86_intel_info*>(cpu.vendorInfo());
+    if (intel == nullptr) {
+        return boost::none;
+    }
+    Limits limits;
+    std::uint32_t celsius = 0;
+    if (intel->getTCCActivationTemperature(celsius)) {
+        limits.celsius = celsius;
+    }
+    zel::Array<IntelTurboRatioLimit> ratios;
+    if (intel->getTurboRatioLimits(ratios)) {
+        for (const IntelTurboRatioLimit& limit : ratios) {
+            limits.turbo.emplace_back(limit.activeCores, limit.ratio);
+        }
+    }
+    return limits;
+}
+
+std::string described(const boost::optional<Limits>& limits) {
+    if (!limits) {
+        return line("Limits", "not known: they are read on Intel processors only");
+    }
+    std::string text =
+        line("Throttles at", limits->celsius ? zel::Temperature(static_cast<int>(*limits->celsius)).toString()
+                                             : zel::String("not known"));
+    if (limits->turbo.empty()) {
+        text += line("Turbo ratio", "not known");
+    }
+    for (const auto& [cores, ratio] : limits->turbo) {
+        text += line(zel::String::SprintfFormat("Turbo, %u core%s", cores, cores == 1 ? "" : "s"),
+                     zel::String::SprintfFormat("x %u", ratio));
+    }
+    return text;
+}
+
+ordered_json limitsJson(const x86_cpu& cpu) {
+    const Limits limits = limitsOf(cpu).value_or(Limits());
+    ordered_json ratios;
+    for (const auto& [cores, ratio] : limits.turbo) {
+        ratios.push_back({{"activeCores", cores}, {"ratio", ratio}});
+    }
+    return {{"tccActivationCelsius", limits.celsius ? ordered_json(*limits.celsius) : ordered_json()},
+            {"turboRatios", ratios}};
+}
+
+} // namespace
+
+std::string limitsCommand(const Request& request) {
+    if (request.json) {
+        return machineDocument(request, [](const Processors& processors, ordered_json& elements) {
+            for (std::size_t i = 0; i < processors.size(); ++i) {
+                elements[i]["limits"] = limitsJson(*processors[i]);
+            }
+        });
+    }
+    std::string whyNot;
+    const std::string text = describedTogether(readProcessors(request), [&whyNot](const x86_cpu& cpu) {
+        const boost::optional<Limits> limits = limitsOf(cpu);
+        if (whyNot.empty() && limits && !limits->isComplete()) {
+            whyNot = whyNoMsrs(cpu);
+        }
+        return described(limits);
+    });
+    return whyNot.empty() ? text : text + "\n" + whyNot;
+}
+
+} // namespace quarrow

@@ -1,0 +1,33 @@
+#include <tools/quarrow/Failure.h>
+#include <tools/quarrow/Numbers.h>
+#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/commands/Access.h>
+#include <tools/quarrow/commands/Commands.h>
+#include <tools/quarrow/commands/MsrAccessor.h>
+#include <tools/quarrow/document/Document.h>
+
+namespace quarrow {
+
+std::string msrCommand(const Request& request) {
+    // Wrong usage comes before what the machine has to say.
+    const auto number = static_cast<std::uint32_t>(numberIn(request.operands.at(0), "ADDRESS", 0, UINT32_MAX));
+    const auto toWrite = valueToWrite(request, 8);
+    const auto processors = readProcessors(request);
+    const auto named = request.options.find("cpu");
+    const libQuarrow::cpu::x86_cpu& cpu =
+        named == request.options.end() ? processors[0] : *namedProcessors(processors, {named->second}).front();
+    MsrAccessor msrs(cpu);
+    if (!msrs.failureReason().empty()) {
+        throw Failure(Failure::CannotAnswer, msrs.failureReason());
+    }
+    return access(request,
+                  {"MSR " + hexadecimal(number, 4) + " of logical processor " + numberRanges({&cpu}),
+                   8,
+                   "msr",
+                   {{"logicalCpuNumber", logicalCpuNumberJson(cpu)}, {"address", number}},
+                   [&](std::uint64_t& value) { return msrs.driver().readMsr(number, value); },
+                   [&](std::uint64_t value) { return msrs.driver().writeMsr(number, value); }},
+                  toWrite);
+}
+
+} // namespace quarrow

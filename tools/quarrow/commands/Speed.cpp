@@ -1,0 +1,170 @@
+#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/Progress.h>
+#include <tools/quarrow/commands/Commands.h>
+#include <tools/quarrow/commands/MsrAccessor.h>
+#include <tools/quarrow/document/Document.h>
+
+#include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+
+#include <algorithm>
+
+namespace quarrow {
+
+using boost::optional;
+using libQuarrow::cpu::x86_cpu;
+using libQuarrow::cpu::x86_speed_metrics;
+using nlohmann::ordered_json;
+
+namespace {
+
+struct Speed {
+    optional<std::uint64_t> tsc;
+    x86_speed_metrics metrics;
+};
+
+// A replay runs the counter at a rate of its own where the recording does not tell it: then nothing is known that was
+// measured.
+Speed measure(const Request& request, const x86_cpu& cpu) {
+    Speed speed;
+    std::uint64_t hertz = 0;
+    if (request.tscRateKnown && cpu.calculateSpeedTSC(hertz)) {
+        speed.tsc = hertz;
+    }
+    cpu.getSpeedMetrics(speed.metrics); // where it fails, nothing is known
+    if (!request.tscRateKnown && speed.metrics.currentMultiplier == 0) {
+        speed.metrics.currentSpeed = boost::none;
+    }
+    return speed;
+}
+
+std::vector<Speed> measure(const Request& request, const Processors& processors) {
+    Progress progress("Measuring", processors.size());
+    std::vector<Speed> speeds;
+    for (const x86_cpu* cpu : processors) {
+        speeds.push_back(measure(request, *cpu));
+        progress.step();
+    }
+    return speeds;
+}
+
+zel::String megahertz(const optional<std::uint64_t>& hertz) {
+    return hertz ? zel::String::SprintfFormat("%.1f", static_cast<double>(*hertz) / 1e6) : zel::String();
+}
+
+zel::String multiplier(const x86_speed_metrics& metrics) {
+    zel::String text;
+    metrics.getCurrentMultiplierString(text, true);
+    return text;
+}
+
+zel::String turboRatio(const x86_speed_metrics& metrics) {
+    return metrics.turboRatio ? "x " + x86_speed_metrics::getMultiplierString(*metrics.turboRatio,
+                                                                              x86_speed_metrics::trimmedPrecision, 0)
+                              : zel::String();
+}
+
+// A column of the table; its cells are empty where nothing is known.
+struct Column {
+    const char* heading;
+    zel::String (*cell)(const Speed&);
+};
+
+constexpr Column columns[] = {
+    {"TSC", [](const Speed& speed) { return megahertz(speed.tsc); }},
+    {"Bus", [](const Speed& speed) { return megahertz(speed.metrics.busClock); }},
+    {"Multiplier", [](const Speed& speed) { return multiplier(speed.metrics); }},
+    {"Set to", [](const Speed& speed) { return megahertz(speed.metrics.currentSpeed); }},
+    {"Ran at", [](const Speed& speed) { return megahertz(speed.metrics.effectiveSpeed); }},
+    {"Lowest", [](const Speed& speed) { return megahertz(speed.metrics.lowestSpeed); }},
+    {"Highest", [](const Speed& speed) { return megahertz(speed.metrics.highestSpeed); }},
+    {"Turbo", [](const Speed& speed) { return megahertz(speed.metrics.turboSpeed); }},
+    {"Turbo ratio", [](const Speed& speed) { return turboRatio(speed.metrics); }},
+};
+
+// Cells below their heading, on the right; "-" where nothing is known.
+using Cells = std::vector<zel::String>;
+
+Cells padded(Cells cells) {
+    std::size_t width = 0;
+    for (zel::String& cell : cells) {
+        cell = cell.isEmpty() ? zel::String("-") : cell;
+        width = std::max(width, cell.size());
+    }
+    for (zel::String& cell : cells) {
+        cell = zel::String::repeat(" ", width - cell.size()) + cell;
+    }
+    return cells;
+}
+
+std::string report(const Processors& processors, const std::vector<Speed>& speeds) {
+    Cells numbers{"CPU"};
+    for (const x86_cpu* cpu : processors) {
+        numbers.push_back(numberRanges({cpu}));
+    }
+    std::vector<Cells> table{padded(numbers)};
+    zel::Array<zel::String> unknown;
+    for (const Column& column : columns) {
+        Cells cells{column.heading};
+        std::transform(speeds.begin(), speeds.end(), std::back_inserter(cells), column.cell);
+        if (std::all_of(cells.begin() + 1, cells.end(), [](const zel::String& cell) { return cell.isEmpty(); })) {
+            unknown.append(column.heading);
+        } else {
+            table.push_back(padded(cells));
+        }
+    }
+    const bool anyKnown = table.size() > 1;
+    std::string text = anyKnown ? "Speeds in MHz.\n\n" : "";
+    for (std::size_t row = 0; anyKnown && row <= processors.size(); ++row) {
+        for (const Cells& cells : table) {
+            text += (&cells == &table.front() ? "" : "  ") + cells[row].toUtf8();
+        }
+        text += "\n";
+    }
+    if (unknown.isEmpty()) {
+        return text;
+    }
+    text += anyKnown ? "\n" : "";
+    text += "Not known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
+    return text + whyNoMsrs(*processors.front());
+}
+
+template <class Number>
+ordered_json numberOrNull(const optional<Number>& number) {
+    return number && *number != 0 ? ordered_json(*number) : ordered_json();
+}
+
+ordered_json speedJson(const Speed& speed) {
+    const x86_speed_metrics& metrics = speed.metrics;
+    return {{"tscHertz", numberOrNull(speed.tsc)},
+            {"busClockHertz", numberOrNull(metrics.busClock)},
+            {"multiplier",
+             {{"current", numberOrNull<double>(metrics.currentMultiplier)},
+              {"effective", numberOrNull<double>(metrics.effectiveMultiplier)},
+              {"lowest", numberOrNull<double>(metrics.minMultiplier)},
+              {"highest", numberOrNull<double>(metrics.maxMultiplier)}}},
+            {"hertz",
+             {{"current", numberOrNull(metrics.currentSpeed)},
+              {"effective", numberOrNull(metrics.effectiveSpeed)},
+              {"lowest", numberOrNull(metrics.lowestSpeed)},
+              {"highest", numberOrNull(metrics.highestSpeed)}}},
+            {"turbo", {{"ratio", numberOrNull(metrics.turboRatio)}, {"hertz", numberOrNull(metrics.turboSpeed)}}}};
+}
+
+} // namespace
+
+std::string speedCommand(const Request& request) {
+    const auto addSpeeds = [&request](const Processors& processors, ordered_json& elements) {
+        const std::vector<Speed> speeds = measure(request, processors);
+        for (std::size_t i = 0; i < speeds.size(); ++i) {
+            elements[i]["speed"] = speedJson(speeds[i]);
+        }
+    };
+    if (request.json && request.operands.empty()) {
+        return machineDocument(request, addSpeeds);
+    }
+    const zel::Array<x86_cpu> processors = readProcessors(request);
+    const Processors named = namedProcessors(processors, request.operands);
+    return request.json ? processorsDocument(request, named, addSpeeds) : report(named, measure(request, named));
+}
+
+} // namespace quarrow

@@ -1,0 +1,24 @@
+#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/Text.h>
+#include <tools/quarrow/commands/Commands.h>
+#include <tools/quarrow/document/Document.h>
+
+namespace quarrow {
+
+std::string treeCommand(const Request& request) {
+    if (request.json) {
+        return machineDocument(request);
+    }
+    const libQuarrow::cpu::x86_physical_cpus tree = readTree(request);
+    std::string text = printable(tree.toString());
+    for (std::size_t i = 0; i < tree.size(); ++i) {
+        libQuarrow::cpu::x86_caches caches;
+        const bool known = tree[i].getCaches(caches) && !caches.isEmpty();
+        text += i == 0 ? "\n" : "";
+        text += "Caches of PHYSICAL_CPU[" + std::to_string(i) + (known ? "]:\n" : "]: not known\n\n");
+        text += printable(caches.toString(3));
+    }
+    return text;
+}
+
+} // namespace quarrow

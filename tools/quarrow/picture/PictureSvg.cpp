@@ -1,0 +1,111 @@
+#include <tools/quarrow/picture/PictureLayout.h>
+
+#include <tools/quarrow/Text.h>
+
+#include <algorithm>
+
+namespace quarrow {
+namespace {
+
+constexpr const char* legend = "Blue: logical processors";
+
+// In pixels. The widths of letters are guesses, wide enough for the usual sans-serif fonts of this size.
+constexpr Measures measures = {1040, 7, 8, 18, 22, 8, 8, 8, 8, 6, false};
+constexpr std::size_t margin = 8;
+constexpr std::size_t baseline = 5; // of a text, below its middle
+
+std::string escaped(const zel::String& text) {
+    std::string xml;
+    for (const char c : oneLine(printable(text))) {
+        switch (c) {
+        case '&':
+            xml += "&amp;";
+            break;
+        case '<':
+            xml += "&lt;";
+            break;
+        case '>':
+            xml += "&gt;";
+            break;
+        default:
+            xml += c;
+        }
+    }
+    return xml;
+}
+
+// name="value"
+std::string attribute(const char* name, std::size_t value) {
+    return std::string(" ") + name + "=\"" + std::to_string(value) + "\"";
+}
+
+std::string textAt(const char* kind, std::size_t x, const Shape& shape) {
+    return std::string("<text class=\"") + kind + "\"" + attribute("x", margin + x) +
+           attribute("y", margin + shape.y + shape.height / 2 + baseline) + ">" + escaped(shape.text) + "</text>\n";
+}
+
+std::string rectangle(const std::string& kind, const Shape& shape) {
+    return "<rect class=\"" + kind + "\"" + attribute("x", margin + shape.x) + attribute("y", margin + shape.y) +
+           attribute("width", shape.width) + attribute("height", shape.height) + " rx=\"4\"/>\n";
+}
+
+std::string labelled(const std::string& kind, const Shape& shape) {
+    return rectangle(kind, shape) + textAt("middle", shape.x + shape.width / 2, shape);
+}
+
+std::string draw(const Shape& shape) {
+    switch (shape.kind) {
+    case Shape::PackageBox:
+        return rectangle("package", shape);
+    case Shape::GroupBox:
+        return rectangle("group", shape);
+    case Shape::CoreBox:
+        return rectangle("core", shape);
+    case Shape::ThreadBox:
+        return labelled("thread", shape);
+    case Shape::CacheBar:
+        return labelled("l" + std::to_string(std::min(shape.level, 4u)), shape);
+    case Shape::Title:
+        return textAt("title", shape.x, shape);
+    default:
+        return textAt("text", shape.x, shape);
+    }
+}
+
+constexpr const char* style = "<style>\n"
+                              "rect { stroke: #46505a; stroke-width: 1 }\n"
+                              "text { font-family: sans-serif; font-size: 12px; fill: #1c2228 }\n"
+                              ".page { fill: #ffffff; stroke: none }\n"
+                              ".title { font-weight: bold }\n"
+                              ".middle { text-anchor: middle }\n"
+                              ".package { fill: #eef1f4 }\n"
+                              ".group { fill: #dde3ea }\n"
+                              ".core { fill: #ffffff }\n"
+                              ".thread { fill: #cfe3f7 }\n"
+                              ".l1 { fill: #fdf0cf }\n"
+                              ".l2 { fill: #fbdcae }\n"
+                              ".l3 { fill: #f2c3a7 }\n"
+                              ".l4 { fill: #e3b5c0 }\n"
+                              "</style>\n";
+
+} // namespace
+
+std::string drawSvg(const std::vector<PictureBox>& packages) {
+    Drawing drawing = layOut(packages, measures);
+    drawing.shapes.push_back({Shape::Text, 0, drawing.height, 0, 2 * measures.line, legend});
+    drawing.height += measures.line;
+    const std::size_t width = drawing.width + 2 * margin;
+    const std::size_t height = drawing.height + 2 * margin;
+    std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                      "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"" +
+                      attribute("width", width) + attribute("height", height) + " viewBox=\"0 0 " +
+                      std::to_string(width) + " " + std::to_string(height) + "\">\n" +
+                      "<title>Processors, cores, threads and caches</title>\n" + style +
+                      "<rect class=\"page\" width=\"100%\" height=\"100%\"/>\n";
+    for (const Shape& shape : drawing.shapes) {
+        svg += draw(shape);
+    }
+    return svg + "</svg>\n";
+}
+
+} // namespace quarrow
