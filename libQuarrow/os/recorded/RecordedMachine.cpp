@@ -1,17 +1,23 @@
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 
 #include <libQuarrow/os/recorded/RecordedAffinityAPI.h>
+#include <libQuarrow/os/recorded/RecordedClock.h>
+#include <libQuarrow/os/recorded/RecordedDrivers.h>
+#include <libQuarrow/os/recorded/RecordedInstructions.h>
 #include <libQuarrow/os/recorded/RecordedMachineState.h>
 
 namespace libQuarrow::os {
 
 RecordedMachine::RecordedMachine(Recording recording)
-    : m_state(std::make_shared<RecordedMachineState>(std::move(recording))) {}
+    : m_state(std::make_shared<RecordedMachineState>(std::move(recording))),
+      m_clock(std::make_unique<RecordedClock>(m_state->recording, m_state->faults)),
+      m_instructions(std::make_unique<RecordedInstructions>(*m_state, *m_clock)),
+      m_drivers(std::make_unique<RecordedDrivers>(m_state)) {}
 
 RecordedMachine::~RecordedMachine() = default;
 
 Instructions& RecordedMachine::instructions() {
-    return *m_state;
+    return *m_instructions;
 }
 
 std::shared_ptr<cpu::AffinityAPI> RecordedMachine::createAffinityAPI() {
@@ -19,15 +25,15 @@ std::shared_ptr<cpu::AffinityAPI> RecordedMachine::createAffinityAPI() {
 }
 
 Clock& RecordedMachine::clock() {
-    return *m_state;
+    return *m_clock;
 }
 
 libKernelMode::DriverBackend& RecordedMachine::drivers() {
-    return *m_state;
+    return *m_drivers;
 }
 
 bool RecordedMachine::isTscRateKnown() const {
-    return m_state->statedTscHertz().has_value();
+    return m_clock->isTscRateKnown();
 }
 
 const Recording& RecordedMachine::recording() const {

@@ -1,36 +1,17 @@
 #pragma once
 
 #include <libQuarrow/machine/Machine.h>
+#include <libQuarrow/os/recorded/Faults.h>
 #include <libQuarrow/recording/Recording.h>
 
 #include <memory>
-#include <set>
 
 namespace libQuarrow::os {
 
 class RecordedMachineState;
-
-// Failures that a recorded machine plays on demand. They may be changed between calls, not during them.
-struct Faults {
-    static constexpr unsigned int never = 0xFFFFFFFF;
-
-    // Processors, by their index in the recording, that no thread can be pinned to.
-    std::set<std::size_t> unpinnable;
-    bool noAffinityBackend = false; // createAffinityAPI is null
-    bool systemAffinityUnreadable = false;
-    bool threadAffinityUnreadable = false;
-    bool processAffinityUnreadable = false;
-    // The n-th setting of an affinity in the machine's life (counted from 0, over all threads) fails; with 1 for the
-    // first pin of all: putting back fails.
-    unsigned int failingAffinitySet = never;
-    bool noMsrDriver = false;
-    bool noMemoryDriver = false;
-    bool noPortDriver = false;
-    std::set<std::uint32_t> failingMsrs; // both ways
-    bool counterFrequencyUnreadable = false;
-    unsigned int failingCounterRead = never; // the n-th reading of the counter in the machine's life, from 0
-    bool priorityClassRefused = false;
-};
+class RecordedClock;
+class RecordedInstructions;
+class RecordedDrivers;
 
 // A machine replayed from a recording.
 //
@@ -63,7 +44,10 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     Faults& faults();
 
   private:
-    std::shared_ptr<RecordedMachineState> m_state; // shared with the affinity backends, which may outlive the machine
+    std::shared_ptr<RecordedMachineState> m_state; // shared with affinity backends and open drivers that outlive it
+    std::unique_ptr<RecordedClock> m_clock;
+    std::unique_ptr<RecordedInstructions> m_instructions;
+    std::unique_ptr<RecordedDrivers> m_drivers;
 };
 
 } // namespace libQuarrow::os

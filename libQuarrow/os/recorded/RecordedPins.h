@@ -1,7 +1,7 @@
 #pragma once
 
 #include <libQuarrow/cpu/GroupAffinity.h>
-#include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/os/recorded/Faults.h>
 #include <libQuarrow/recording/Recording.h>
 
 #include <boost/optional.hpp>

@@ -3,6 +3,7 @@
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/os/recorded/MachineRecorder.h>
 #include <tests/support/AmdProcessor.h>
+#include <tests/support/IntelProcessor.h>
 #include <tests/support/Recordings.h>
 
 #include <boost/optional/optional_io.hpp>
@@ -87,6 +88,41 @@ TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
     }
     const std::map<std::uint32_t, unsigned int> expected = {{0, 0x100}, {0x40000000, 0xFF}, {0xC0000000, 1}};
     EXPECT_EQ(counted(recording, 0xC0000000), expected);
+}
+
+// Each register of the processor that it was read from, and no others.
+TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
+    const auto skylake = [](std::uint64_t number) {
+        return IntelProcessor(0x506E3, "Intel(R) Core(TM) i7-6700K CPU @ 4.00GHz")
+            .counts(4, 4)
+            .leaf(6, {2, 0, 0, 0})
+            .msr(0xCE, 0x2800 + number)
+            .msr(0x1A2, number << 16)
+            .msr(0x1AD, 0x2A)
+            .msr(0x10A, 7);
+    };
+    CurrentMachine machine({skylake(100), skylake(90)});
+    RecordingError error;
+    const auto recording = recordCurrentMachine(error);
+    ASSERT_TRUE(recording) << error.message;
+    EXPECT_EQ(recording->tscHertz, std::uint64_t{1000000000}) << "measured on a clock that runs at 1 GHz";
+    for (const std::uint64_t number : {100, 90}) {
+        const std::map<std::uint32_t, std::uint64_t> expected = {
+            {0xCE, 0x2800 + number}, {0x1A2, number << 16}, {0x1AD, 0x2A}};
+        EXPECT_EQ(recording->processors[number == 100 ? 0 : 1].msrs, expected);
+    }
+    machine.faults().noMsrDriver = true;
+    EXPECT_TRUE(recordCurrentMachine(error)->processors[0].msrs.empty());
+}
+
+TEST(MachineRecorder, GivesAllThatAReplayedRecordingHolds) {
+    Recording recording = machine();
+    recording.processors[0].msrs[0x10A] = 7;
+    recording.memory[0xF0000] = 0x5F;
+    RecordedMachine replayed(recording);
+    const ScopedMachine scope(replayed);
+    RecordingError error;
+    EXPECT_EQ(written(recordCurrentMachine(error).value()), written(recording));
 }
 
 } // namespace

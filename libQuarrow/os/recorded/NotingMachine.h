@@ -1,0 +1,30 @@
+#pragma once
+
+#include <libKernelMode/DriverBackend.h>
+#include <libQuarrow/machine/Machine.h>
+#include <libQuarrow/recording/Recording.h>
+
+namespace libQuarrow::os {
+
+// Private to the library: another machine that notes every MSR that is read successfully, in the recording's processor
+// that the thread is pinned to. So a recording gets just those registers that its questions need. What was read first
+// stays. To be used by one thread.
+class NotingMachine : public Machine, private libKernelMode::DriverBackend {
+  public:
+    // Both must outlive this object, and the recording must keep its processors where they are.
+    NotingMachine(Machine& machine, Recording& recording) : m_machine(machine), m_recording(recording) {}
+
+    Instructions& instructions() override { return m_machine.instructions(); }
+    std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() override { return m_machine.createAffinityAPI(); }
+    Clock& clock() override { return m_machine.clock(); }
+    libKernelMode::DriverBackend& drivers() override { return *this; }
+
+  private:
+    std::unique_ptr<libKernelMode::MsrAccess> openMsr(std::string& reason) override;
+    RecordedProcessor* processorHere();
+
+    Machine& m_machine;
+    Recording& m_recording;
+};
+
+} // namespace libQuarrow::os
