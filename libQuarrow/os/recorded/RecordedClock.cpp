@@ -1,5 +1,6 @@
 #include <libQuarrow/os/recorded/RecordedClock.h>
 
+#include <libQuarrow/machine/clock_leaves.h>
 #include <libQuarrow/os/recorded/RecordedLeaves.h>
 
 namespace libQuarrow::os {
@@ -8,22 +9,19 @@ namespace {
 constexpr std::uint64_t countsPerSecondOfCounter = 10'000'000;
 constexpr std::uint64_t madeUpTscHertz = 1'000'000'000;
 
-// The time-stamp counter's rate, where the recording tells it. Intel manual, CPUID leaves 0x15 (time-stamp counter and
-// crystal clock) and 0x16 (frequencies).
+// The time-stamp counter's rate, where the recording tells it: what it says itself, else what the leaves of its first
+// processor do.
 boost::optional<std::uint64_t> statedTscHertz(const Recording& recording) {
     if (recording.tscHertz || recording.processors.empty()) {
         return recording.tscHertz;
     }
-    const RecordedProcessor& first = recording.processors.front();
-    const cpu::cpuid_args* crystal = findLeaf(first, 0x15, 0); // denominator, numerator, Hz
-    const std::uint64_t hertz =
-        crystal != nullptr && crystal->eax != 0 ? std::uint64_t{crystal->ecx} * crystal->ebx / crystal->eax : 0;
-    if (hertz != 0) {
-        return hertz;
-    }
-    const cpu::cpuid_args* frequencies = findLeaf(first, 0x16, 0);
-    const std::uint64_t baseMegahertz = frequencies != nullptr ? frequencies->eax & 0xFFFF : 0;
-    return boost::make_optional(baseMegahertz != 0, baseMegahertz * 1'000'000);
+    const auto leaf = [&recording](std::uint32_t number) {
+        const cpu::cpuid_args* found = findLeaf(recording.processors.front(), number, 0);
+        return found != nullptr ? *found : cpu::cpuid_args();
+    };
+    const std::uint64_t hertz = cpu::tscHertz(cpu::CrystalLeaf(leaf(cpu::CrystalLeaf::number)),
+                                              cpu::FrequencyLeaf(leaf(cpu::FrequencyLeaf::number)));
+    return boost::make_optional(hertz != 0, hertz);
 }
 
 } // namespace

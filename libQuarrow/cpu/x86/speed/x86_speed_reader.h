@@ -1,6 +1,7 @@
 #pragma once
 
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+#include <libQuarrow/machine/bits.h>
 
 #include <cstdint>
 
@@ -9,11 +10,6 @@
 namespace libQuarrow::cpu {
 
 class x86_cpu;
-
-// Bits `high` to `low` of a register, 32 of them at most.
-constexpr std::uint32_t bits(std::uint64_t value, unsigned int high, unsigned int low) {
-    return static_cast<std::uint32_t>(value >> low & ((std::uint64_t{1} << (high - low + 1)) - 1));
-}
 
 // Completes what a maker's registers told (bus clock, multipliers, turbo ratio): what they left open is filled from
 // CPUID leaves 0x15 and 0x16 and from `designedMHz` (0: not known), speeds are worked out from multipliers, and the
