@@ -96,7 +96,7 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
         recorded = std::make_unique<os::RecordedMachine>(std::move(*recording));
         arguments.request.tscRateKnown = recorded->isTscRateKnown();
         inItsPlace = std::make_unique<os::ScopedMachine>(*recorded);
-        arguments.request.machine = arguments.machineFile == "native" ? "./native" : arguments.machineFile;
+        arguments.request.machineFile = arguments.machineFile;
     }
     for (const Command& command : allCommands()) {
         if (app.got_subcommand(command.name)) {

@@ -81,7 +81,12 @@ ordered_json knownText(const zel::String& text) {
 }
 
 ordered_json emptyDocument(const Request& request) {
-    return {{"quarrow", QUARROW_VERSION}, {"machine", request.machine}};
+    const std::string native = "native"; // this machine, which is no recording
+    ordered_json document = {{"quarrow", QUARROW_VERSION}, {"machine", request.machineFile.value_or(native)}};
+    if (request.machineFile == native) {
+        document["recorded"] = true; // a file of that name
+    }
+    return document;
 }
 
 std::string documentText(const ordered_json& document) {
