@@ -15,13 +15,21 @@ MemoryAccess::~MemoryAccess() = default;
 PortAccess::~PortAccess() = default;
 DriverBackend::~DriverBackend() = default;
 
+bool MsrAccess::isWritable() const {
+    return true;
+}
+
+bool MemoryAccess::isWritable() const {
+    return true;
+}
+
 std::unique_ptr<MemoryAccess> DriverBackend::openMemory(std::string& reason) {
-    reason = "cannot open physical memory: this machine's drivers give no access to it";
+    reason = "cannot open physical memory: this machine has no driver for it";
     return nullptr;
 }
 
 std::unique_ptr<PortAccess> DriverBackend::openPorts(std::string& reason) {
-    reason = "cannot open the I/O ports: this machine's drivers give no access to them";
+    reason = "cannot open the I/O ports: this machine has no driver for them";
     return nullptr;
 }
 

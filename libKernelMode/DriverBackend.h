@@ -8,17 +8,19 @@
 
 namespace libKernelMode {
 
-// An open way to the MSRs of the processor that the calling thread is on. The thread must stay there until it is
-// closed, which the destructor does: some drivers go by the processor at the time of opening, others by that of each
-// access. Both operations are false when the processor has no such MSR or the access is not allowed.
+// Open access to the MSRs of the processor that the calling thread is on. The destructor closes it; until then the
+// thread must stay there: some drivers go by the processor at the time of opening, others by that of each access.
+// Reading and writing are false when the processor has no such MSR or the access is not allowed.
 class KERNELMODE_EXPORT MsrAccess {
   public:
     virtual ~MsrAccess();
     virtual bool read(std::uint32_t msr, std::uint64_t& value) = 0;
     virtual bool write(std::uint32_t msr, std::uint64_t value) = 0;
+    // Whether it was opened for writing too. Where not, every write fails; where so, single ones still may.
+    virtual bool isWritable() const;
 };
 
-// An open way to physical memory. Closed by the destructor. The callers have checked the arguments: the range does not
+// Open access to physical memory. Closed by the destructor. The callers have checked the arguments: the range does not
 // wrap round, and where unitBytes is not 0, address and size are multiples of it.
 class KERNELMODE_EXPORT MemoryAccess {
   public:
@@ -27,9 +29,10 @@ class KERNELMODE_EXPORT MemoryAccess {
     // value of 2, 4 or 8 bytes is moved by one access of its width all the same.
     virtual bool read(std::uint64_t address, void* buffer, std::uint32_t size, std::uint32_t unitBytes) = 0;
     virtual bool write(std::uint64_t address, const void* buffer, std::uint32_t size, std::uint32_t unitBytes) = 0;
+    virtual bool isWritable() const; // as for MSRs
 };
 
-// An open way to the I/O ports, for the thread that opened it. Closed by the destructor. `widthBytes` is 1, 2 or 4, and
+// Open access to the I/O ports, for the thread that opened it. Closed by the destructor. `widthBytes` is 1, 2 or 4, and
 // all of its ports exist (0 to 0xFFFF). Every access is one access of that width.
 class KERNELMODE_EXPORT PortAccess {
   public:

@@ -21,6 +21,8 @@ class KERNELMODE_EXPORT MemDriver : public Driver {
     // is refused; then the buffer may hold part of the block. A size of 0 does nothing and is true.
     bool readPhysicalMemory(std::uint64_t address, void* buffer, unsigned int size, AccessUnit unit);
     bool writePhysicalMemory(std::uint64_t address, const void* buffer, unsigned int size, AccessUnit unit);
+    // Whether it was opened for writing too; false when it is not open.
+    bool isWritable() const { return m_access != nullptr && m_access->isWritable(); }
 
   private:
     bool open(std::string& reason) override;

@@ -62,16 +62,6 @@ void writeUnits(volatile std::uint8_t* device, const std::uint8_t* buffer, std::
     }
 }
 
-// The widest access, in bytes, that the range divides into.
-std::uint32_t widestUnit(std::uint64_t address, std::uint32_t size) {
-    for (const std::uint32_t width : {8u, 4u, 2u}) {
-        if (address % width == 0 && size % width == 0) {
-            return width;
-        }
-    }
-    return 1;
-}
-
 class MemoryDevice : public MemoryAccess {
   public:
     MemoryDevice(int file, bool writable) : m_file(file), m_writable(writable) {}
@@ -104,11 +94,13 @@ class MemoryDevice : public MemoryAccess {
         return true;
     }
 
+    bool isWritable() const override { return m_writable; }
+
   private:
     template <class Function>
     static Function unitFunction(std::uint64_t address, std::uint32_t size, std::uint32_t unitBytes, Function by1,
                                  Function by2, Function by4, Function by8) {
-        switch (unitBytes != 0 ? unitBytes : widestUnit(address, size)) {
+        switch (accessWidth(address, size, unitBytes)) {
         case 2:
             return by2;
         case 4:
@@ -125,6 +117,18 @@ class MemoryDevice : public MemoryAccess {
 };
 
 } // namespace
+
+std::uint32_t accessWidth(std::uint64_t address, std::uint32_t size, std::uint32_t unitBytes) {
+    if (unitBytes != 0) {
+        return unitBytes;
+    }
+    for (const std::uint32_t width : {8u, 4u, 2u}) {
+        if (address % width == 0 && size % width == 0) {
+            return width;
+        }
+    }
+    return 1;
+}
 
 std::unique_ptr<MemoryAccess> openMemoryDevice(const std::string& device, std::string& reason) {
     bool writable = false;

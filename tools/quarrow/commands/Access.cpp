@@ -10,6 +10,10 @@ namespace quarrow {
 namespace {
 
 void write(const Request& request, const Place& place, std::uint64_t value) {
+    if (!place.isWritable) {
+        throw Failure(Failure::CannotAnswer, place.name + " cannot be written: its device could be opened for reading "
+                                                          "only; writing needs write permission on the device");
+    }
     // Before it is done: a machine may not live to tell afterwards.
     std::fprintf(stderr, "quarrow: writing %s to %s%s\n", hexadecimal(value, place.bytes).c_str(), place.name.c_str(),
                  request.isRecorded() ? ", for this run only: the recording stays as it is" : "");
@@ -24,7 +28,8 @@ void write(const Request& request, const Place& place, std::uint64_t value) {
 boost::optional<std::uint64_t> valueToWrite(const Request& request, std::uint64_t bytes) {
     const auto value = numberOption(request, "write", 0, UINT64_MAX >> (64 - 8 * bytes));
     if (value && request.json) {
-        throw Failure(Failure::WrongInput, "--write answers nothing, in JSON neither; leave --json or --write out");
+        throw Failure(Failure::WrongInput,
+                      "--write prints no answer, so there is none as JSON either; leave out --json or --write");
     }
     return value;
 }
@@ -51,7 +56,7 @@ void failRefused(const Request& request, const std::string& access) {
     throw Failure(Failure::CannotAnswer,
                   access + (request.isRecorded()
                                 ? ": the recording does not hold it; docs/recordings.md tells how to add it"
-                                : ": there is none, or the driver does not let it through"));
+                                : ": it does not exist, or the driver does not allow it"));
 }
 
 } // namespace quarrow

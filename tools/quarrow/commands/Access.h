@@ -21,11 +21,12 @@ struct Place {
     nlohmann::ordered_json identity;                // what tells it from others, beside its value
     std::function<bool(std::uint64_t& value)> read; // `value` is 0 before
     std::function<bool(std::uint64_t value)> write;
+    bool isWritable = true; // false: no write can succeed
 };
 
 // The value of --write, of so many bytes; none when the place is to be read.
 boost::optional<std::uint64_t> valueToWrite(const Request& request, std::uint64_t bytes);
-// Reads the place, or says on standard error what it is about to write, and writes it. Answers what is to be printed.
+// Reads the place, or says on standard error what it is about to write and writes it. Returns what is to be printed.
 std::string access(const Request& request, const Place& place, const boost::optional<std::uint64_t>& toWrite);
 // Ends a command whose access was refused. `access` is "MSR 0x1a2 cannot be read".
 [[noreturn]] void failRefused(const Request& request, const std::string& access);

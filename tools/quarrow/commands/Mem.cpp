@@ -29,7 +29,8 @@ Place memoryAt(MemDriver& driver, std::uint64_t address, std::uint64_t size) {
             },
             [&driver, address, count](std::uint64_t value) {
                 return driver.writePhysicalMemory(address, &value, count, MemDriver::AnyUnit);
-            }};
+            },
+            driver.isWritable()};
 }
 
 // "0x00000000000f0000: 5f 53 4d 5f" and what of it is text, to the right.

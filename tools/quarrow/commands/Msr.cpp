@@ -26,7 +26,8 @@ std::string msrCommand(const Request& request) {
                    "msr",
                    {{"logicalCpuNumber", logicalCpuNumberJson(cpu)}, {"address", number}},
                    [&](std::uint64_t& value) { return msrs.driver().readMsr(number, value); },
-                   [&](std::uint64_t value) { return msrs.driver().writeMsr(number, value); }},
+                   [&](std::uint64_t value) { return msrs.driver().writeMsr(number, value); },
+                   msrs.driver().isWritable()},
                   toWrite);
 }
 

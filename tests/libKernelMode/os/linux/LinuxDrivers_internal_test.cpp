@@ -1,19 +1,56 @@
-// Linux's devices: a file stands in for physical memory, since few machines let a test near the real one.
+// Linux's devices. A file stands in for physical memory and for MSRs, and the program itself for the kernel where ports
+// are concerned, since few machines let a test near the real ones.
 
 #include <libKernelMode/DriverBackend.h>
+#include <libKernelMode/os/linux/IoPorts.h>
 #include <libKernelMode/os/linux/MemoryDevice.h>
+#include <libKernelMode/os/linux/MsrDevice.h>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sched.h>
+#include <sys/fsuid.h>
+#include <sys/io.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <thread>
+#include <ucontext.h>
 #include <unistd.h>
 
 namespace {
 
 using namespace libKernelMode;
+
+// The open file's flags, in octal as the kernel shows them; -1 where it is not open.
+int flagsOf(const std::string& path) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry.path(), gone) == path) {
+            std::ifstream info("/proc/self/fdinfo/" + entry.path().filename().string());
+            int flags = -1;
+            info.ignore(1000, '\n') >> std::oct;
+            info.ignore(1000, ':') >> flags;
+            return flags;
+        }
+    }
+    return -1;
+}
+
+// Files are opened as by somebody without privileges until the end of the scope.
+struct Unprivileged {
+    Unprivileged() { ::setfsuid(65534); }
+    ~Unprivileged() { ::setfsuid(::geteuid()); }
+};
 
 class MemoryFile : public testing::Test {
   protected:
@@ -65,6 +102,143 @@ TEST_F(MemoryFile, IsReadAndWrittenInPlace) {
     }
 }
 
+TEST(MemoryWidth, IsTheWidestThatFits) {
+    const struct {
+        std::uint64_t address;
+        std::uint32_t size, unitBytes, width;
+    } cases[] = {
+        {0, 8, 0, 8}, {8, 16, 0, 8}, {4, 8, 0, 4}, {8, 4, 0, 4}, {8, 12, 0, 4}, {2, 4, 0, 2},  {4, 2, 0, 2},
+        {1, 8, 0, 1}, {8, 1, 0, 1},  {8, 7, 0, 1}, {8, 8, 4, 4}, {4, 12, 4, 4}, {8, 64, 4, 4}, {3, 2, 0, 1},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(accessWidth(row.address, row.size, row.unitBytes), row.width) << row.address << " " << row.size;
+    }
+}
+
+// A value that another thread changes as a whole must never be seen, or written, by halves. (Only a machine with two
+// processors can show that it is.)
+template <class T>
+void expectWholeAccesses(MemoryAccess& memory, const std::string& path) {
+    const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    auto* const shared = static_cast<T*>(::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+    ::close(file);
+    ASSERT_NE(shared, MAP_FAILED);
+    const auto isWhole = [](T value) { return value == 0 || value == static_cast<T>(~T{0}); };
+    std::atomic<bool> stop{false};
+    std::atomic<int> torn{0};
+    __atomic_store_n(shared, T{0}, __ATOMIC_RELAXED);
+    std::thread other([&] {
+        for (T value = 0; !stop; value = static_cast<T>(~value)) {
+            __atomic_store_n(shared, value, __ATOMIC_RELAXED);
+        }
+        stop = false;
+        while (!stop) {
+            torn += !isWhole(__atomic_load_n(shared, __ATOMIC_RELAXED));
+        }
+    });
+    for (int i = 0; i < 1500; ++i) {
+        T value = 0;
+        EXPECT_TRUE(memory.read(0, &value, sizeof value, sizeof value == 4 ? 4 : 0));
+        torn += !isWhole(value);
+    }
+    for (stop = true; stop;) {
+        std::this_thread::yield();
+    }
+    for (int i = 0; i < 1500; ++i) {
+        const T value = static_cast<T>(i % 2 - 1);
+        EXPECT_TRUE(memory.write(0, &value, sizeof value, sizeof value == 4 ? 4 : 0));
+    }
+    stop = true;
+    other.join();
+    ::munmap(shared, 4096);
+    EXPECT_EQ(torn, 0) << sizeof(T) << " bytes";
+}
+
+TEST_F(MemoryFile, IsAccessedInWholeValues) {
+    const auto memory = openMemoryDevice(m_path, m_reason);
+    ASSERT_NE(memory, nullptr) << m_reason;
+    expectWholeAccesses<std::uint16_t>(*memory, m_path);
+    expectWholeAccesses<std::uint32_t>(*memory, m_path);
+    expectWholeAccesses<std::uint64_t>(*memory, m_path);
+}
+
+TEST_F(MemoryFile, IsOpenedAsDevicesMustBe) {
+    {
+        const auto memory = openMemoryDevice(m_path, m_reason);
+        EXPECT_EQ(flagsOf(m_path) & (O_ACCMODE | O_SYNC | O_CLOEXEC), O_RDWR | O_SYNC | O_CLOEXEC);
+        EXPECT_TRUE(memory->isWritable());
+    }
+    {
+        const auto msrs = openMsrDevice(m_path, m_reason);
+        EXPECT_EQ(flagsOf(m_path) & (O_ACCMODE | O_SYNC | O_CLOEXEC), O_RDWR | O_CLOEXEC);
+        EXPECT_TRUE(msrs->isWritable());
+    }
+    using std::filesystem::perms;
+    std::filesystem::permissions(m_path, perms::owner_read | perms::group_read | perms::others_read);
+    const Unprivileged unprivileged;
+    const std::string before = contents();
+    const auto memory = openMemoryDevice(m_path, m_reason);
+    const auto msrs = openMsrDevice(m_path, m_reason);
+    ASSERT_TRUE(memory != nullptr && msrs != nullptr) << m_reason;
+    EXPECT_EQ(flagsOf(m_path) & O_ACCMODE, O_RDONLY);
+    std::uint64_t value = 0;
+    EXPECT_TRUE(memory->read(8, &value, 8, 0) && msrs->read(8, value));
+    EXPECT_FALSE(memory->write(8, &value, 8, 0) || msrs->write(8, value));
+    EXPECT_FALSE(memory->isWritable() || msrs->isWritable());
+    EXPECT_EQ(contents(), before);
+}
+
+TEST_F(MemoryFile, StandsForTheRegistersOfAProcessor) {
+    const auto msrs = openMsrDevice(m_path, m_reason);
+    ASSERT_NE(msrs, nullptr) << m_reason;
+    std::string expected = contents();
+    std::uint64_t value = 0;
+    ASSERT_TRUE(msrs->read(0x1A2, value));
+    EXPECT_EQ(std::memcmp(&value, expected.data() + 0x1A2, sizeof value), 0);
+    ASSERT_TRUE(msrs->write(0x1A3, 0x4142434445464748));
+    EXPECT_EQ(contents(), expected.replace(0x1A3, 8, "HGFEDCBA"));
+    EXPECT_FALSE(msrs->read(0xC0000080, value)) << "past the end";
+    EXPECT_FALSE(msrs->read(3 * 4096 - 4, value)) << "half a register";
+}
+
+TEST(MsrDevice, SaysWhatToDo) {
+    // A socket answers as a device does that nothing is behind: ENXIO.
+    const std::string path = testing::TempDir() + "quarrow-socket-" + std::to_string(::getpid());
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    std::string reason;
+    EXPECT_EQ(openMsrDevice(path, reason), nullptr);
+    EXPECT_EQ(reason.find("cannot open " + path + ": nothing is behind it; load the msr module"), 0u) << reason;
+    ::close(listener);
+    std::filesystem::remove(path);
+    EXPECT_EQ(openMsrDevice(path, reason), nullptr);
+    EXPECT_NE(reason.find("; the msr module is not loaded"), std::string::npos) << reason;
+}
+
+// Pinned to each processor in turn: the device opened, or refused, is that processor's.
+TEST(MsrDevice, IsTheProcessors) {
+    cpu_set_t before;
+    ASSERT_EQ(::sched_getaffinity(0, sizeof before, &before), 0);
+    for (int processor = 0; processor < CPU_SETSIZE; ++processor) {
+        if (!CPU_ISSET(processor, &before)) {
+            continue;
+        }
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(processor, &one);
+        ASSERT_EQ(::sched_setaffinity(0, sizeof one, &one), 0);
+        const std::string device = "/dev/cpu/" + std::to_string(processor) + "/msr";
+        std::string reason;
+        const auto msrs = nativeDriverBackend().openMsr(reason);
+        EXPECT_TRUE(msrs != nullptr ? flagsOf(device) != -1 : reason.find("cannot open " + device + ": ") == 0)
+            << reason;
+    }
+    ::sched_setaffinity(0, sizeof before, &before);
+}
+
 // The machine's own drivers too, successful or not, as it allows.
 TEST_F(MemoryFile, AndDriversLeakNothing) {
     const auto openFiles = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
@@ -84,6 +258,78 @@ TEST_F(MemoryFile, AndDriversLeakNothing) {
     RecordProperty("opened", opened);
     EXPECT_EQ(openMemoryDevice("/", m_reason), nullptr);
     EXPECT_EQ(m_reason, "cannot open /: Is a directory");
+}
+
+// The kernel's part and the ports' own: which ports the thread may use, and what in and out do. Without permission the
+// instruction faults; the handler carries it out and steps over it.
+struct FakePorts {
+    bool refused = false;
+    unsigned long first = 0, count = 0; // allowed now
+    unsigned long allowed = 0;          // how many ports in all calls
+    std::uint32_t value = 0;            // read by in, written by out
+    std::string accesses;               // "in 4 60 "
+};
+FakePorts* fakePorts = nullptr; // null: none
+
+void carryOut(int signal, siginfo_t*, void* context) {
+    auto& registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    const auto* code = reinterpret_cast<const std::uint8_t*>(registers[REG_RIP]);
+    const bool is16 = *code == 0x66;
+    code += is16;
+    const std::uint32_t width = (*code & 1) == 0 ? 1 : is16 ? 2 : 4;
+    const auto port = static_cast<std::uint16_t>(registers[REG_RDX]);
+    const bool in = (*code & 0xFE) == 0xEC;
+    const bool allowed =
+        fakePorts != nullptr && port >= fakePorts->first && port + width <= fakePorts->first + fakePorts->count;
+    if (!allowed || (!in && (*code & 0xFE) != 0xEE)) {
+        std::signal(signal, SIG_DFL); // a fault like any other
+        return;
+    }
+    const std::uint64_t mask = UINT64_MAX >> (64 - 8 * width);
+    if (in) {
+        registers[REG_RAX] =
+            static_cast<greg_t>((static_cast<std::uint64_t>(registers[REG_RAX]) & ~mask) | (fakePorts->value & mask));
+    } else {
+        fakePorts->value = static_cast<std::uint32_t>(static_cast<std::uint64_t>(registers[REG_RAX]) & mask);
+    }
+    fakePorts->accesses += (in ? "in " : "out ") + std::to_string(width) + " " + std::to_string(port) + "\n";
+    registers[REG_RIP] += 1 + is16;
+}
+
+TEST(FakedPorts, AreAccessedByOneInstructionOfTheirWidth) {
+    FakePorts fake;
+    fakePorts = &fake;
+    struct sigaction action = {}, before = {};
+    action.sa_sigaction = carryOut;
+    action.sa_flags = SA_SIGINFO;
+    ::sigaction(SIGSEGV, &action, &before);
+    std::string reason;
+    const auto ports = openIoPorts(reason);
+    ASSERT_NE(ports, nullptr) << reason;
+    for (const std::uint32_t width : {1u, 2u, 4u}) {
+        const std::uint32_t whole = 0x87654321;
+        const std::uint32_t part = whole & UINT32_MAX >> (32 - 8 * width);
+        const std::string access = " " + std::to_string(width) + " 65532\n";
+        std::uint32_t value = 0xFFFFFFFF;
+        fake.value = whole;
+        fake.accesses.clear();
+        fake.allowed = 0;
+        EXPECT_TRUE(ports->read(0xFFFC, width, value));
+        EXPECT_EQ(value, part);
+        EXPECT_TRUE(ports->write(0xFFFC, width, whole));
+        EXPECT_EQ(fake.value, part);
+        EXPECT_EQ(fake.accesses, "in" + access + "out" + access);
+        EXPECT_EQ(fake.allowed, 2 * width) << "these ports and no others";
+        EXPECT_EQ(fake.count, 0u) << "and not for longer";
+    }
+    fake.refused = true;
+    std::uint32_t value = 7;
+    EXPECT_FALSE(ports->read(0x80, 1, value) || ports->write(0x80, 1, 0) || value != 7);
+    EXPECT_EQ(openIoPorts(reason), nullptr);
+    EXPECT_EQ(reason, "cannot open the I/O ports: permission denied; port access needs root and a kernel that is not "
+                      "locked down");
+    ::sigaction(SIGSEGV, &before, nullptr);
+    fakePorts = nullptr;
 }
 
 TEST(NativePorts, AreReadWhereAllowed) {
@@ -118,3 +364,18 @@ TEST(NativeMemory, IsReadWhereAllowed) {
 }
 
 } // namespace
+
+// In place of the C library's, for the whole program.
+extern "C" int ioperm(unsigned long first, unsigned long count, int allow) noexcept {
+    if (fakePorts == nullptr) {
+        return static_cast<int>(::syscall(SYS_ioperm, first, count, allow));
+    }
+    if (fakePorts->refused) {
+        errno = EPERM;
+        return -1;
+    }
+    fakePorts->first = first;
+    fakePorts->count = allow != 0 ? count : 0;
+    fakePorts->allowed += fakePorts->count;
+    return 0;
+}
