@@ -23,6 +23,7 @@ class NotingAccess final : public MsrAccess {
         return true;
     }
     bool write(std::uint32_t msr, std::uint64_t value) override { return m_access->write(msr, value); }
+    bool isWritable() const override { return m_access->isWritable(); }
 
   private:
     std::unique_ptr<MsrAccess> m_access;

@@ -50,6 +50,7 @@ constexpr SubleafRow subleafRows[] = {
 // clang-format on
 
 constexpr std::uint32_t maxLeavesPerRange = 0x100;
+constexpr std::uint32_t hypervisorRange = 0x40000000;
 constexpr std::uint32_t hypervisorBit = 31; // leaf 1 ECX
 constexpr std::uint32_t osxsaveBit = 27;    // leaf 1 ECX
 
@@ -82,14 +83,18 @@ void ProcessorRecorder::add(std::uint32_t leaf, std::uint32_t subleaf, const cpu
     }
 }
 
-// A range whose first leaf does not name a leaf of the range as the highest is not there.
+// A first leaf that does not name a leaf of its range as the highest is kept all the same: older KVM hosts put 0 there,
+// and mean that the next leaf is the last (the kernel's Documentation/virt/kvm/cpuid.rst). But a range that an Intel
+// processor does not have answers as its highest standard leaf does.
 void ProcessorRecorder::recordRange(std::uint32_t first) {
-    const std::uint32_t maximum = read(first, 0).eax;
-    if (maximum < first || maximum - first >= 0x40000000) {
-        return;
+    const cpu::cpuid_args registers = read(first, 0);
+    std::uint32_t leaves = registers.eax - first + 1;
+    if (registers.eax < first || leaves > 0x40000000) {
+        const bool isEcho = first != 0 && registers == read(read(0, 0).eax, 0);
+        leaves = isEcho ? 0 : first == hypervisorRange && registers.eax == 0 ? 2 : 1;
     }
-    for (std::uint32_t leaf = first; leaf - first <= std::min(maximum - first, maxLeavesPerRange - 1); ++leaf) {
-        recordLeaf(leaf);
+    for (std::uint32_t i = 0; i < std::min(leaves, maxLeavesPerRange); ++i) {
+        recordLeaf(first + i);
     }
 }
 
@@ -122,7 +127,7 @@ RecordedProcessor ProcessorRecorder::record() {
     const auto features = m_processor.leaves.find({1, 0});
     const std::uint32_t featureBits = features != m_processor.leaves.end() ? features->second.ecx : 0;
     if ((featureBits >> hypervisorBit & 1) != 0) {
-        recordRange(0x40000000);
+        recordRange(hypervisorRange);
     }
     recordRange(0x80000000);
     recordRange(0xC0000000); // Centaur's and Zhaoxin's own

@@ -78,7 +78,7 @@ TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
     leaves[{0, 0}].eax = 0x3FFFFFFF;
     leaves[{1, 0}].ecx = 1U << 31;
     leaves[{0x40000000, 0}].eax = 0x7FFFFFFF;
-    leaves[{0x80000000, 0}].eax = 0xFFFFFFFF; // past its range: none
+    leaves[{0x80000000, 0}].eax = 0xFFFFFFFF; // past its range: names no leaf
     leaves[{0xC0000000, 0}].eax = 0xC0000001;
     for (std::uint32_t leaf = 2; leaf < 0x200; ++leaf) {
         leaves[{leaf, 0}].ebx = 1;
@@ -86,8 +86,44 @@ TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
         leaves[{0x80000000 + leaf, 0}].ebx = 1;
         leaves[{0xC0000000 + leaf, 0}].ebx = 1;
     }
-    const std::map<std::uint32_t, unsigned int> expected = {{0, 0x100}, {0x40000000, 0xFF}, {0xC0000000, 1}};
+    const std::map<std::uint32_t, unsigned int> expected = {
+        {0, 0x100}, {0x40000000, 0xFF}, {0x80000000, 1}, {0xC0000000, 1}};
     EXPECT_EQ(counted(recording, 0xC0000000), expected);
+}
+
+// A hypervisor's first leaf that names none of its leaves as the highest.
+TEST(MachineRecorder, KeepsWhatARangeWithoutAMaximumHolds) {
+    const cpu::cpuid_args kvm = {0, 0x4B4D564B, 0x564B4D56, 0x4D}; // as older hosts answer
+    const struct {
+        bool isIntel;
+        cpu::cpuid_args hypervisor;
+        std::vector<std::uint32_t> recorded; // of the hypervisor's range
+    } cases[] = {
+        {true, kvm, {0x40000000, 0x40000001}},
+        {false, kvm, {0x40000000, 0x40000001}},
+        {false, {1, 2, 3, 4}, {0x40000000}},
+        {false, {}, {0x40000001}},
+        // None at all: on an Intel processor its highest standard leaf answers, which is 6 here.
+        {true, {0x77, 2, 9, 0}, {}},
+    };
+    for (const auto& row : cases) {
+        Recording recording =
+            row.isIntel
+                ? CurrentMachine::recording(std::vector{IntelProcessor(0x506E3, "Brand").leaf(6, {0x77, 2, 9, 0})})
+                : machine();
+        auto& leaves = recording.processors[0].leaves;
+        leaves[{1, 0}].ecx = 1U << 31;
+        leaves[{0x40000000, 0}] = row.hypervisor;
+        leaves[{0x40000001, 0}].eax = 0x01007EFB;
+        std::vector<std::uint32_t> found;
+        const Recording result = recorded(recording);
+        for (const auto& leaf : result.processors.at(0).leaves) {
+            if (leaf.first.first >> 30 == 1) {
+                found.push_back(leaf.first.first);
+            }
+        }
+        EXPECT_EQ(found, row.recorded);
+    }
 }
 
 // Each register of the processor that it was read from, and no others.
