@@ -10,8 +10,13 @@ namespace libKernelMode {
 
 namespace {
 
-// Each refuses to load on processors of another maker.
-constexpr const char* moduleFiles[] = {"IntelMSR.bin", "AMDFamily17.bin"};
+// PawnIO's signed modules for MSRs. Each refuses to load on processors of another maker or family.
+constexpr const char* moduleFiles[] = {
+    "IntelMSR.bin",
+    "AMDFamily17.bin", // families 17h to 1Ah
+    "AMDFamily10.bin", // families 10h to 16h; reads only
+    "AMDFamily0F.bin", // reads only
+};
 constexpr std::uintmax_t largestModule = 1u << 24;
 
 std::string hexadecimal(HRESULT result) {
@@ -117,8 +122,7 @@ std::shared_ptr<const PawnIO> PawnIO::bind(const PawnIOFolders& folders, std::st
         reason = "cannot load " + library.u8string() + "; MSR access needs PawnIO (https://pawnio.eu) installed";
         return nullptr;
     }
-    if (!bound->bindEntryPoint("pawnio_version", bound->m_version, reason) ||
-        !bound->bindEntryPoint("pawnio_open", bound->m_open, reason) ||
+    if (!bound->bindEntryPoint("pawnio_open", bound->m_open, reason) ||
         !bound->bindEntryPoint("pawnio_load", bound->m_load, reason) ||
         !bound->bindEntryPoint("pawnio_execute", bound->m_execute, reason) ||
         !bound->bindEntryPoint("pawnio_close", bound->m_close, reason)) {
@@ -126,26 +130,23 @@ std::shared_ptr<const PawnIO> PawnIO::bind(const PawnIOFolders& folders, std::st
     }
     bound->findModules(folders);
     if (bound->m_modules.empty()) {
-        reason = "cannot find a PawnIO module; MSR access needs IntelMSR.bin or AMDFamily17.bin in " +
-                 folders.installation.u8string() + " or " + folders.modules.u8string();
+        reason =
+            "cannot find a PawnIO module; MSR access needs IntelMSR.bin, or the AMDFamily*.bin of this processor, in " +
+            folders.installation.u8string() + " or " + folders.modules.u8string();
         return nullptr;
     }
     return bound;
 }
 
 std::unique_ptr<MsrAccess> PawnIO::openMsr(std::string& reason) const {
-    ULONG version = 0;
-    const HRESULT unavailable = m_version(&version);
-    if (FAILED(unavailable)) {
-        reason = "cannot reach PawnIO (" + hexadecimal(unavailable) + "); MSR access needs its driver installed";
-        return nullptr;
-    }
     std::string refusals;
     for (const Module& module : m_modules) {
         HANDLE handle = nullptr;
-        const HRESULT forbidden = m_open(&handle);
-        if (FAILED(forbidden)) {
-            reason = "cannot open PawnIO (" + hexadecimal(forbidden) + "); MSR access needs an administrator";
+        const HRESULT failed = m_open(&handle); // the device admits administrators alone, and is there while it runs
+        if (FAILED(failed)) {
+            reason = "cannot open PawnIO (" + hexadecimal(failed) + "); MSR access needs " +
+                     (failed == E_ACCESSDENIED ? "an administrator"
+                                               : "its driver running: try 'sc start PawnIO', or install it anew");
             return nullptr;
         }
         auto msrs = std::make_unique<PawnIOMsrs>(*this, handle);

@@ -11,8 +11,8 @@
 #include <windows.h>
 
 // Private to the library: PawnIO, a signed kernel-mode driver that users install themselves (https://pawnio.eu). It
-// runs modules, which are signed too and allow what each was written for; the two below read and write a list of MSRs.
-// There is none for physical memory or I/O ports at large.
+// runs modules, which are signed too and allow only what each was written for. Those used here read the MSRs on a list
+// of their own, and some of them write a few. No module gives access to physical memory or I/O ports at large.
 
 namespace libKernelMode {
 
@@ -41,7 +41,6 @@ class PawnIO {
   private:
     friend class PawnIOMsrs;
 
-    using Version = HRESULT(__stdcall*)(ULONG* version);
     using Open = HRESULT(__stdcall*)(HANDLE* handle);
     using Load = HRESULT(__stdcall*)(HANDLE handle, const UCHAR* blob, SIZE_T size);
     using Execute = HRESULT(__stdcall*)(HANDLE handle, const char* name, const ULONG64* in, SIZE_T inCount,
@@ -58,7 +57,6 @@ class PawnIO {
     void findModules(const PawnIOFolders& folders);
 
     zel::DynamicLibrary m_library;
-    Version m_version = nullptr;
     Open m_open = nullptr;
     Load m_load = nullptr;
     Execute m_execute = nullptr;

@@ -3,8 +3,8 @@
 //   "refused" the module does not load
 //   "fails"   every call of it fails
 //   "more", "less"  one value more, or one less, than asked for; one where none was asked for
-// Where the environment has FAKE_PAWNIO_CLOSED, no handle can be opened. Unlike the real one it never reaches a driver,
-// its handles are events, and it needs no administrator.
+// Where the environment has FAKE_PAWNIO_CLOSED, opening fails with that result, in hexadecimal. Unlike the real one it
+// never reaches a driver, its handles are events, and it needs no administrator.
 
 #include <string>
 
@@ -22,14 +22,10 @@ std::string& module() {
 
 extern "C" {
 
-__declspec(dllexport) HRESULT __stdcall pawnio_version(ULONG* version) {
-    *version = 0x20000;
-    return S_OK;
-}
-
 __declspec(dllexport) HRESULT __stdcall pawnio_open(HANDLE* handle) {
-    if (GetEnvironmentVariableW(L"FAKE_PAWNIO_CLOSED", nullptr, 0) != 0) {
-        return E_ACCESSDENIED;
+    char closed[16] = {};
+    if (GetEnvironmentVariableA("FAKE_PAWNIO_CLOSED", closed, sizeof closed) != 0) {
+        return static_cast<HRESULT>(std::stoul(closed, nullptr, 16));
     }
     *handle = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     return S_OK;

@@ -54,10 +54,10 @@ class PawnIOTest : public testing::Test {
     std::string m_reason;
 };
 
-TEST_F(PawnIOTest, ReadsAndWritesThroughEitherModuleInEitherFolder) {
+TEST_F(PawnIOTest, ReadsAndWritesThroughEveryModuleInEitherFolder) {
     install("whole");
     for (const fs::path& folder : {m_folders.modules, m_folders.installation}) {
-        for (const char* name : {"AMDFamily17.bin", "IntelMSR.bin"}) {
+        for (const char* name : {"AMDFamily0F.bin", "AMDFamily10.bin", "AMDFamily17.bin", "IntelMSR.bin"}) {
             addModule(folder, name, "works");
             const auto msrs = open();
             ASSERT_NE(msrs, nullptr) << m_reason;
@@ -77,9 +77,20 @@ TEST_F(PawnIOTest, TakesTheModuleThatTheDriverAccepts) {
     expectRefusal("refused IntelMSR.bin (error 0x80070057)");
     addModule(m_folders.modules, "AMDFamily17.bin", "works");
     EXPECT_NE(open(), nullptr) << m_reason;
-    SetEnvironmentVariableW(L"FAKE_PAWNIO_CLOSED", L"1");
-    expectRefusal("error 0x80070005");
-    SetEnvironmentVariableW(L"FAKE_PAWNIO_CLOSED", nullptr);
+}
+
+TEST_F(PawnIOTest, SaysWhyTheDriverDoesNotOpen) {
+    install("whole");
+    addModule(m_folders.modules, "IntelMSR.bin", "works");
+    for (const char* const result : {"80070005", "80070002", "80070003", "80070015"}) {
+        SetEnvironmentVariableA("FAKE_PAWNIO_CLOSED", result);
+        expectRefusal(std::string("error 0x") + result);
+        const bool forbidden = std::string(result) == "80070005"; // and nothing else is
+        EXPECT_EQ(m_reason.find("administrator") != std::string::npos, forbidden) << m_reason;
+        EXPECT_EQ(m_reason.find("sc start PawnIO") != std::string::npos, !forbidden) << m_reason;
+    }
+    SetEnvironmentVariableA("FAKE_PAWNIO_CLOSED", nullptr);
+    EXPECT_NE(open(), nullptr) << m_reason;
 }
 
 TEST_F(PawnIOTest, SaysWhatIsMissing) {
