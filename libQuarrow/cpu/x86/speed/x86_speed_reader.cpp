@@ -17,8 +17,15 @@ constexpr std::uint32_t powerEaxTurbo = 1u << 1;      // turbo is there and enab
 constexpr std::uint32_t powerEcxAperfMperf = 1u << 0; // the two counters are there (Intel and AMD)
 
 // MPERF counts at the highest frequency without turbo, APERF at the real one, both while the processor is not halted.
-constexpr std::uint32_t msrMperf = 0xE7;
-constexpr std::uint32_t msrAperf = 0xE8;
+// AMD's have copies that can only be read, which some drivers let through alone (AMD APM volume 2, effective frequency;
+// CPUID leaf 0x80000007 EDX bit 10, EffFreqRO).
+struct FrequencyCounters {
+    std::uint32_t mperf, aperf;
+};
+constexpr FrequencyCounters frequencyCounters = {0xE7, 0xE8};
+constexpr FrequencyCounters readOnlyFrequencyCounters = {0xC00000E7, 0xC00000E8};
+constexpr std::uint32_t advancedPowerLeaf = 0x80000007;
+constexpr std::uint32_t advancedPowerEdxReadOnlyCounters = 1u << 10;
 
 boost::optional<std::uint64_t> megahertz(std::uint32_t register16) {
     const std::uint64_t mhz = register16 & 0xFFFF;
@@ -104,26 +111,47 @@ void addMultipliersOfSpeeds(x86_speed_metrics& metrics) {
     }
 }
 
+struct Counts {
+    std::uint64_t mperf = 0, aperf = 0;
+};
+
+bool readCounts(const x86_cpu& cpu, const FrequencyCounters& counters, Counts& counts) {
+    return cpu.callRDMSR(counters.mperf, counts.mperf) && cpu.callRDMSR(counters.aperf, counts.aperf);
+}
+
+// Those counters that can be read, with their first counts.
+boost::optional<FrequencyCounters> firstCounts(const x86_cpu& cpu, Counts& counts) {
+    if (readCounts(cpu, frequencyCounters, counts)) {
+        return frequencyCounters;
+    }
+    std::uint32_t power = 0;
+    const bool hasCopies = cpu.callCPUID(advancedPowerLeaf, nullptr, nullptr, nullptr, &power) &&
+                           (power & advancedPowerEdxReadOnlyCounters) != 0;
+    return boost::make_optional(hasCopies && readCounts(cpu, readOnlyFrequencyCounters, counts),
+                                readOnlyFrequencyCounters);
+}
+
 void addEffectiveSpeed(const x86_cpu& cpu, x86_speed_metrics& metrics) {
     os::Clock& clock = os::currentMachine().clock();
     std::uint32_t power = 0;
+    if (!metrics.highestSpeed || !cpu.callCPUID(powerLeaf, nullptr, nullptr, &power, nullptr) ||
+        (power & powerEcxAperfMperf) == 0) {
+        return;
+    }
+    Counts first, last;
+    const boost::optional<FrequencyCounters> counters = firstCounts(cpu, first);
     std::uint64_t frequency = 0;
     std::uint64_t start = 0;
-    std::uint64_t mperf[2] = {};
-    std::uint64_t aperf[2] = {};
-    if (!metrics.highestSpeed || !cpu.callCPUID(powerLeaf, nullptr, nullptr, &power, nullptr) ||
-        (power & powerEcxAperfMperf) == 0 || !cpu.callRDMSR(msrMperf, mperf[0]) || !cpu.callRDMSR(msrAperf, aperf[0]) ||
-        !clock.frequency(frequency) || !clock.counter(start) ||
-        !spinUntil(clock, start + measuringInterval(frequency)) || !cpu.callRDMSR(msrMperf, mperf[1]) ||
-        !cpu.callRDMSR(msrAperf, aperf[1])) {
+    if (!counters || !clock.frequency(frequency) || !clock.counter(start) ||
+        !spinUntil(clock, start + measuringInterval(frequency)) || !readCounts(cpu, *counters, last)) {
         return;
     }
     // Anybody may write the counters in between, and a recording's stand still.
-    if (mperf[1] <= mperf[0] || aperf[1] <= aperf[0]) {
+    if (last.mperf <= first.mperf || last.aperf <= first.aperf) {
         return;
     }
-    const double hertz = static_cast<double>(*metrics.highestSpeed) * static_cast<double>(aperf[1] - aperf[0]) /
-                         static_cast<double>(mperf[1] - mperf[0]);
+    const double hertz = static_cast<double>(*metrics.highestSpeed) * static_cast<double>(last.aperf - first.aperf) /
+                         static_cast<double>(last.mperf - first.mperf);
     constexpr double absurd = 1e12;
     if (hertz < absurd) {
         metrics.effectiveSpeed = static_cast<std::uint64_t>(hertz);

@@ -25,6 +25,7 @@ enum MessageTag : unsigned int {
     TagNoInitialValue = 111,
     TagNoValueWhileWaiting = 121,
     TagNoFinalValue = 129,
+    TagNoTimePassed = 137,
     TagNotAllowed = 149,
     TagNotPinned = 158,
 };
@@ -114,9 +115,9 @@ bool measureTSC(std::uint64_t& hz) {
     }
     const double seconds = static_cast<double>(end - start) / static_cast<double>(frequency);
     const double ticksPerSecond = static_cast<double>(lastTick - firstTick) / seconds;
-    // No time gone by, or a rate past 64 bits: a counter that went backwards.
+    // Nothing divided by nothing, or a rate past 64 bits: a counter that stood still or went backwards.
     if (!(ticksPerSecond >= 0 && ticksPerSecond < two64)) {
-        return false;
+        return fail(TagNoTimePassed, "Performance counter did not advance while measuring");
     }
     hz = static_cast<std::uint64_t>(ticksPerSecond);
     return true;

@@ -19,7 +19,7 @@ bool spinUntil(os::Clock& clock, std::uint64_t target);
 
 // Ticks per second of the time-stamp counter of the processor that the thread is held on, measured against the current
 // machine's clock. Takes about 25 milliseconds, at a raised priority class where that is allowed. False, with `hz`
-// untouched and the reason logged, when the clock cannot be read.
+// untouched and the reason logged, when the clock cannot be read or tells of no time that passed.
 bool measureTSC(std::uint64_t& hz);
 
 } // namespace libQuarrow::cpu
