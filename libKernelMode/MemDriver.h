@@ -17,8 +17,8 @@ class KERNELMODE_EXPORT MemDriver : public Driver {
     MemDriver();
     ~MemDriver() override;
 
-    // False when the driver is not open, the unit is another one or does not fit, the range wraps round, or the access
-    // is refused; then the buffer may hold part of the block. A size of 0 does nothing and is true.
+    // False when the driver is not open, the unit is none of these or does not fit, the range wraps round, or the
+    // access is refused; the buffer may then hold part of the block. A size of 0 does nothing and succeeds.
     bool readPhysicalMemory(std::uint64_t address, void* buffer, unsigned int size, AccessUnit unit);
     bool writePhysicalMemory(std::uint64_t address, const void* buffer, unsigned int size, AccessUnit unit);
     // Whether it was opened for writing too; false when it is not open.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -127,6 +128,7 @@ TEST(Tool, KeepsTheControlCharactersOfARecordingFromTheTerminal) {
         }
         EXPECT_THAT(run.out, HasSubstr("Bad \uFFFD31m name")) << command;
     }
+    EXPECT_THAT(runTool(of(unknownMaker, "cpus")).out, HasSubstr("\nVendor Name         : Evil\uFFFD[1m\uFFFDBy\n"));
 }
 
 TEST(Tool, TakesOptionsBeforeAndAfterTheCommandAndAMachineFromStandardInput) {
@@ -173,6 +175,46 @@ TEST(Tool, SaysNullForWhatIsNotKnown) {
     }
     EXPECT_EQ(cpu["signature"]["displayFamily"], nullptr);
     EXPECT_EQ(document["packages"][0]["caches"], nullptr);
+}
+
+// A file may be called as this machine is.
+TEST(Tool, TellsAFileCalledNativeFromThisMachine) {
+    const std::string file =
+        std::filesystem::path(QUARROW_TOOL_FOLDER) / ("native-" + std::to_string(std::random_device()()));
+    std::filesystem::copy_file(machine(rich), file);
+    std::filesystem::rename(file, QUARROW_TOOL_FOLDER "/native"); // and left there: another run may be reading it
+    for (const char* command : {"cpus", "msr 0x1A2", "port 0x70", "affinity"}) {
+        const json document = runToolForJson(std::string("--json --machine native ") + command);
+        EXPECT_TRUE(document["machine"] == "native" && document["recorded"] == true) << command;
+    }
+    EXPECT_FALSE(runToolForJson("affinity --json").contains("recorded"));
+    EXPECT_FALSE(runToolForJson(of(rich, "affinity --json")).contains("recorded"));
+}
+
+// What nobody asked an MSR for, no driver would tell.
+TEST(Tool, AdvisesWhereFollowingItTellsMore) {
+    using testing_support::IntelProcessor;
+    const struct {
+        IntelProcessor processor;
+        const char* throttles;
+        bool advice;
+    } cases[] = {
+        {IntelProcessor(0x506E3, "").msr(0x1A2, 0x640000), "100 °C", false},
+        {IntelProcessor(0x506E3, "").msr(0x1A2, 0), "not known", false}, // a guest's register that was left empty
+        {IntelProcessor(0x506E3, ""), "not known", true},
+        {IntelProcessor(0x6B1, ""), "not known", false}, // a Pentium III, which has no such registers
+    };
+    const std::string path = scratch("advice.txt");
+    for (const auto& row : cases) {
+        writeContent(path,
+                     testing_support::written(testing_support::CurrentMachine::recording(std::vector{row.processor})));
+        const std::string limits = runTool("limits --machine " + quoted(path)).out;
+        EXPECT_THAT(limits, HasSubstr(std::string("Throttles at        : ") + row.throttles + "\n"));
+        EXPECT_EQ(limits.find("MSRs might tell more") != std::string::npos, row.advice) << limits;
+        const std::string speed = runTool("speed --machine " + quoted(path)).out;
+        EXPECT_THAT(speed, HasSubstr("Not known: "));
+        EXPECT_EQ(speed.find("MSRs might tell more") != std::string::npos, row.advice) << speed;
+    }
 }
 
 // Every processor stands in exactly one core, and the core's affinity is that of its threads.

@@ -39,9 +39,9 @@ std::string whyLeftOut(const Request& request) {
     if (!request.threadAffinity) {
         return "the whole process cannot be moved there; try without --process";
     }
-    return request.isRecorded()
-               ? "the recording holds no CPUID leaf 0 of them; record it anew with 'quarrow record' or 'cpuid -r'"
-               : "no thread can be moved there; they may be offline, or forbidden to this process";
+    return request.isRecorded() ? "the recording holds nothing of them beyond CPUID leaf 0; record it anew with "
+                                  "'quarrow record' or 'cpuid -r'"
+                                : "no thread can be moved there; they may be offline, or forbidden to this process";
 }
 
 // A command that reports fewer processors than there are says so: once, however often it reads them.

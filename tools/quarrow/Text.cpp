@@ -20,6 +20,16 @@ std::string printable(const zel::String& text) {
     return zel::String(std::move(units)).toUtf8();
 }
 
+std::string printable(const zel::String& report, const zel::String& text) {
+    std::u16string units = report.units();
+    const std::size_t place = units.find(text.units());
+    if (place != std::u16string::npos) {
+        const auto first = units.begin() + static_cast<std::ptrdiff_t>(place);
+        std::replace(first, first + static_cast<std::ptrdiff_t>(text.size()), u'\n', u'\uFFFD');
+    }
+    return printable(zel::String(std::move(units)));
+}
+
 std::string line(const zel::String& label, const zel::String& value) {
     return printable(label.getFixedStr(20) + ": " + value.normalizeSpaces() + "\n");
 }

@@ -10,6 +10,8 @@ namespace quarrow {
 // UTF-8 for people. Texts that come from registers can hold anything, so control characters other than the line feed
 // become U+FFFD: a recording must not steer the terminal it is shown on.
 std::string printable(const zel::String& text);
+// The same, of a report one of whose lines holds `text`, which stays on that line.
+std::string printable(const zel::String& report, const zel::String& text);
 // "Label               : value" and a line feed, in the columns of the processor report.
 std::string line(const zel::String& label, const zel::String& value);
 // `text` in lines of at most so many units (1 at least), broken at blanks where there are any.

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include <fstream>
 #include <sstream>
 
@@ -214,7 +216,7 @@ TEST(RecordingFormats, NoticesWhatBreaksOff) {
 }
 
 TEST(RecordingFile, IsReadOrRefusedAsItStands) {
-    const std::string path = testing::TempDir() + "quarrow_recording_test.txt";
+    const std::string path = testing::TempDir() + "quarrow-recording-" + std::to_string(std::random_device()());
     const auto read = [](const std::string& name) {
         RecordingError error;
         return summary(readRecording(name, error), error);

@@ -109,7 +109,7 @@ std::string cpusCommand(const Request& request) {
     }
     std::string text;
     for (const x86_cpu* cpu : named) {
-        text += printable(cpu->toString()) + facts(*cpu);
+        text += printable(cpu->toString(), cpu->getVendorName()) + facts(*cpu);
     }
     return text;
 }

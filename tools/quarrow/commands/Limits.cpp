@@ -1,7 +1,7 @@
 #include <tools/quarrow/Processors.h>
 #include <tools/quarrow/Text.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/commands/MsrAccessor.h>
+#include <tools/quarrow/commands/MsrReach.h>
 #include <tools/quarrow/document/Document.h>
 
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
@@ -31,7 +31,7 @@ boost::optional<Limits> limitsOf(const x86_cpu& cpu) {
     }
     Limits limits;
     std::uint32_t celsius = 0;
-    if (intel->getTCCActivationTemperature(celsius)) {
+    if (intel->getTCCActivationTemperature(celsius) && celsius != 0) { // 0: a register that was left empty
         limits.celsius = celsius;
     }
     zel::Array<IntelTurboRatioLimit> ratios;
@@ -80,11 +80,14 @@ std::string limitsCommand(const Request& request) {
             }
         });
     }
+    const auto processors = readProcessors(request);
+    MsrReach msrs;
     std::string whyNot;
-    const std::string text = describedTogether(readProcessors(request), [&whyNot](const x86_cpu& cpu) {
+    const std::string text = describedTogether(processors, [&](const x86_cpu& cpu) {
+        msrs.forget();
         const boost::optional<Limits> limits = limitsOf(cpu);
         if (whyNot.empty() && limits && !limits->isComplete()) {
-            whyNot = whyNoMsrs(cpu);
+            whyNot = msrs.whyNot();
         }
         return described(limits);
     });

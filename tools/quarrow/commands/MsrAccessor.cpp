@@ -1,7 +1,6 @@
 #include <tools/quarrow/commands/MsrAccessor.h>
 
 #include <tools/quarrow/Processors.h>
-#include <tools/quarrow/Text.h>
 
 namespace quarrow {
 
@@ -12,11 +11,6 @@ MsrAccessor::MsrAccessor(const libQuarrow::cpu::x86_cpu& cpu) : m_pin(cpu.getAff
     } else if (!m_driver.openDriver()) {
         m_failureReason = m_driver.failureReason();
     }
-}
-
-std::string whyNoMsrs(const libQuarrow::cpu::x86_cpu& cpu) {
-    const std::string reason = MsrAccessor(cpu).failureReason();
-    return reason.empty() ? reason : "MSRs might tell more: " + oneLine(reason) + ".\n";
 }
 
 } // namespace quarrow

@@ -23,8 +23,4 @@ class MsrAccessor {
     std::string m_failureReason;
 };
 
-// For the end of a report that leaves something unknown: why MSRs did not tell it, in a line; empty where they are in
-// reach.
-std::string whyNoMsrs(const libQuarrow::cpu::x86_cpu& cpu);
-
 } // namespace quarrow

@@ -25,7 +25,7 @@ os::Recording recordMachine(const Request& request) {
 
 std::string recordCommand(const Request& request) {
     if (request.json) {
-        throw Failure(Failure::WrongInput, "record writes a recording, which is no JSON; leave --json out");
+        throw Failure(Failure::WrongInput, "record writes a recording, not JSON; leave out --json");
     }
     std::ostringstream text;
     os::writeRecording(recordMachine(request), text);

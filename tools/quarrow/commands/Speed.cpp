@@ -1,7 +1,7 @@
 #include <tools/quarrow/Processors.h>
 #include <tools/quarrow/Progress.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/commands/MsrAccessor.h>
+#include <tools/quarrow/commands/MsrReach.h>
 #include <tools/quarrow/document/Document.h>
 
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
@@ -96,12 +96,12 @@ Cells padded(Cells cells) {
     return cells;
 }
 
-std::string report(const Processors& processors, const std::vector<Speed>& speeds) {
+std::string table(const Processors& processors, const std::vector<Speed>& speeds, const MsrReach& msrs) {
     Cells numbers{"CPU"};
     for (const x86_cpu* cpu : processors) {
         numbers.push_back(numberRanges({cpu}));
     }
-    std::vector<Cells> table{padded(numbers)};
+    std::vector<Cells> columnsKnown{padded(numbers)};
     zel::Array<zel::String> unknown;
     for (const Column& column : columns) {
         Cells cells{column.heading};
@@ -109,14 +109,14 @@ std::string report(const Processors& processors, const std::vector<Speed>& speed
         if (std::all_of(cells.begin() + 1, cells.end(), [](const zel::String& cell) { return cell.isEmpty(); })) {
             unknown.append(column.heading);
         } else {
-            table.push_back(padded(cells));
+            columnsKnown.push_back(padded(cells));
         }
     }
-    const bool anyKnown = table.size() > 1;
+    const bool anyKnown = columnsKnown.size() > 1;
     std::string text = anyKnown ? "Speeds in MHz.\n\n" : "";
     for (std::size_t row = 0; anyKnown && row <= processors.size(); ++row) {
-        for (const Cells& cells : table) {
-            text += (&cells == &table.front() ? "" : "  ") + cells[row].toUtf8();
+        for (const Cells& cells : columnsKnown) {
+            text += (&cells == &columnsKnown.front() ? "" : "  ") + cells[row].toUtf8();
         }
         text += "\n";
     }
@@ -125,7 +125,12 @@ std::string report(const Processors& processors, const std::vector<Speed>& speed
     }
     text += anyKnown ? "\n" : "";
     text += "Not known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
-    return text + whyNoMsrs(*processors.front());
+    return text + msrs.whyNot();
+}
+
+std::string report(const Request& request, const Processors& processors) {
+    const MsrReach msrs;
+    return table(processors, measure(request, processors), msrs);
 }
 
 template <class Number>
@@ -164,7 +169,7 @@ std::string speedCommand(const Request& request) {
     }
     const zel::Array<x86_cpu> processors = readProcessors(request);
     const Processors named = namedProcessors(processors, request.operands);
-    return request.json ? processorsDocument(request, named, addSpeeds) : report(named, measure(request, named));
+    return request.json ? processorsDocument(request, named, addSpeeds) : report(request, named);
 }
 
 } // namespace quarrow

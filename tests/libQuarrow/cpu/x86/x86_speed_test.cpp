@@ -151,21 +151,26 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
 // MSR_PLATFORM_INFO of 3400 MHz, and MPERF and APERF that move on with every reading.
 class RunningCounters : public libKernelMode::DriverBackend {
   public:
-    RunningCounters(std::uint64_t mperf, std::uint64_t aperf) : steps{{0xE7, mperf}, {0xE8, aperf}} {}
+    // At 0xE7 and 0xE8 from `base` on.
+    RunningCounters(std::uint64_t mperf, std::uint64_t aperf, std::uint32_t base)
+        : steps{{base + 0xE7, mperf}, {base + 0xE8, aperf}}, values{{0xCE, 0x2200},
+                                                                    {base + 0xE7, 5000},
+                                                                    {base + 0xE8, 5000}} {}
     std::unique_ptr<libKernelMode::MsrAccess> openMsr(std::string&) override { return std::make_unique<Access>(*this); }
 
   private:
     struct Access : libKernelMode::MsrAccess {
         explicit Access(RunningCounters& all) : counters(all) {}
         bool read(std::uint32_t msr, std::uint64_t& value) override {
-            value = counters.values[msr] += counters.steps[msr];
-            return true;
+            const bool isThere = counters.values.count(msr) != 0;
+            value = isThere ? counters.values[msr] += counters.steps[msr] : 0;
+            return isThere;
         }
         bool write(std::uint32_t, std::uint64_t) override { return false; }
         RunningCounters& counters;
     };
     Msrs steps;
-    Msrs values = {{0xCE, 0x2200}, {0xE7, 5000}, {0xE8, 5000}};
+    Msrs values;
 };
 
 TEST(EffectiveSpeed, is_measured_where_the_counters_are_and_run_forwards) {
@@ -174,10 +179,23 @@ TEST(EffectiveSpeed, is_measured_where_the_counters_are_and_run_forwards) {
         std::uint32_t ecx;
         std::uint64_t mperf, aperf;
         double multiplier;
-    } cases[] = {{1, 1000, 1250, 42.5}, {0, 1000, 1250, 0}, {1, back, 1250, 0}, {1, 1000, back, 0}, {1, 0, 1250, 0}};
+        std::uint32_t base = 0;
+        std::uint32_t copies = 0; // leaf 0x80000007 EDX bit 10
+    } cases[] = {
+        {1, 1000, 1250, 42.5},
+        {0, 1000, 1250, 0},
+        {1, back, 1250, 0},
+        {1, 1000, back, 0},
+        {1, 0, 1250, 0},
+        {1, 1000, 1250, 42.5, 0xC0000000, 1 << 10}, // the copies alone can be read
+        {1, 1000, 1250, 0, 0xC0000000, 1 << 9},     // there are none
+    };
     for (const auto& row : cases) {
-        const OneProcessor one(IntelProcessor(0x306C3).leaf(6, {0, 0, row.ecx, 0}));
-        RunningCounters counters(row.mperf, row.aperf);
+        const OneProcessor one(IntelProcessor(0x306C3)
+                                   .leaf(6, {0, 0, row.ecx, 0})
+                                   .leaf(0x80000000, {0x80000007, 0, 0, 0})
+                                   .leaf(0x80000007, {0, 0, 0, row.copies}));
+        RunningCounters counters(row.mperf, row.aperf, row.base);
         libKernelMode::setDriverBackend(&counters); // the machine's scope puts the earlier one back
         x86_speed_metrics metrics;
         ASSERT_TRUE(one.cpu.getSpeedMetrics(metrics));
