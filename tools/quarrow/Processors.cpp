@@ -1,6 +1,7 @@
 #include <tools/quarrow/Processors.h>
 
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/Progress.h>
 #include <tools/quarrow/Text.h>
 
 #include <algorithm>
@@ -15,21 +16,20 @@ namespace {
 
 constexpr unsigned int unknownNumber = 0xFFFFFFFF;
 
-const x86_cpu& processorNamed(const zel::Array<x86_cpu>& processors, const std::string& operand) {
+bool isNumber(const x86_cpu& cpu, std::uint64_t number) {
+    return cpu.getLogicalCpuNumber() == number && number != unknownNumber;
+}
+
+const x86_cpu* processorNamed(const Processors& processors, const std::string& operand) {
     std::uint64_t number = 0;
     if (zel::String::fromUtf8(operand).toUint64(number) != zel::String::PARSE_OK) {
         throw Failure(Failure::WrongInput, "'" + operand + "' is no logical processor number; write it as in 0 or 12");
     }
-    const auto found = std::find_if(processors.begin(), processors.end(), [number](const x86_cpu& cpu) {
-        return cpu.getLogicalCpuNumber() == number && number != unknownNumber;
-    });
+    const auto found = std::find_if(processors.begin(), processors.end(),
+                                    [number](const x86_cpu* cpu) { return isNumber(*cpu, number); });
     if (found == processors.end()) {
-        std::vector<const x86_cpu*> all;
-        for (const x86_cpu& cpu : processors) {
-            all.push_back(&cpu);
-        }
         throw Failure(Failure::WrongInput,
-                      "there is no logical processor " + operand + "; this machine has " + numberRanges(all));
+                      "there is no logical processor " + operand + "; this machine has " + numberRanges(processors));
     }
     return *found;
 }
@@ -44,15 +44,20 @@ std::string whyLeftOut(const Request& request) {
                                 : "no thread can be moved there; they may be offline, or forbidden to this process";
 }
 
-// A command that reports fewer processors than there are says so: once, however often it reads them.
-void checkComplete(const Request& request, std::size_t read) {
+// Of the system; none where the operating system does not tell.
+boost::optional<std::size_t> processorCount() {
     const auto system = libQuarrow::cpu::AffinityMask::systemAffinityMask();
+    return system ? boost::make_optional<std::size_t>(system->getAffinityData().logicalCpuCount()) : boost::none;
+}
+
+// A command that reports fewer processors than there are says so: once, however often it reads them.
+void checkComplete(const Request& request, const boost::optional<std::size_t>& system, std::size_t read) {
     if (read == 0) {
         throw Failure(Failure::CannotAnswer,
                       "no logical processor could be read: " +
                           (system ? whyLeftOut(request) : "the operating system does not tell which there are"));
     }
-    const std::size_t all = system ? system->getAffinityData().logicalCpuCount() : read;
+    const std::size_t all = system.value_or(read);
     static bool said = false;
     if (read < all && !said) {
         said = true;
@@ -63,48 +68,60 @@ void checkComplete(const Request& request, std::size_t read) {
 
 } // namespace
 
-zel::Array<x86_cpu> readProcessors(const Request& request) {
-    zel::Array<x86_cpu> processors;
-    x86_cpu::findLogicalCpus(processors, request.threadAffinity);
-    checkComplete(request, processors.size());
-    return processors;
-}
-
-libQuarrow::cpu::x86_physical_cpus readTree(const Request& request) {
-    libQuarrow::cpu::x86_physical_cpus tree(request.threadAffinity);
-    checkComplete(request, tree.getThreadCount());
-    return tree;
-}
-
-std::vector<const x86_cpu*> namedProcessors(const zel::Array<x86_cpu>& processors,
-                                            const std::vector<std::string>& operands) {
-    std::vector<const x86_cpu*> named;
-    named.reserve(std::max(operands.size(), processors.size()));
-    for (const std::string& operand : operands) {
-        named.push_back(&processorNamed(processors, operand));
+Machine readMachine(const Request& request, const libQuarrow::cpu::x86_physical_cpus::Visitor& visit,
+                    const char* doing) {
+    const boost::optional<std::size_t> count = processorCount();
+    Processors processors;
+    boost::optional<Progress> progress;
+    if (doing != nullptr) {
+        progress.emplace(doing, count.value_or(0));
     }
-    if (operands.empty()) {
-        for (const x86_cpu& cpu : processors) {
-            named.push_back(&cpu);
+    libQuarrow::cpu::x86_physical_cpus tree(request.threadAffinity, [&](const x86_cpu& cpu) {
+        processors.push_back(&cpu);
+        if (visit) {
+            visit(cpu);
         }
+        if (progress) {
+            progress->step();
+        }
+    });
+    progress = boost::none;
+    checkComplete(request, count, processors.size());
+    return {std::move(tree), std::move(processors)};
+}
+
+bool isNamed(const x86_cpu& cpu, const std::vector<std::string>& operands) {
+    std::uint64_t number = 0;
+    return operands.empty() || std::any_of(operands.begin(), operands.end(), [&](const std::string& operand) {
+               return zel::String::fromUtf8(operand).toUint64(number) == zel::String::PARSE_OK && isNumber(cpu, number);
+           });
+}
+
+Processors namedProcessors(const Processors& processors, const std::vector<std::string>& operands) {
+    if (operands.empty()) {
+        return processors;
+    }
+    Processors named;
+    for (const std::string& operand : operands) {
+        named.push_back(processorNamed(processors, operand));
     }
     return named;
 }
 
-std::string describedTogether(const zel::Array<x86_cpu>& processors,
+std::string describedTogether(const Processors& processors,
                               const std::function<std::string(const x86_cpu&)>& describe) {
     struct Group {
         std::string description;
-        std::vector<const x86_cpu*> processors;
+        Processors processors;
     };
     std::vector<Group> groups;
     std::map<std::string, std::size_t> places;
-    for (const x86_cpu& cpu : processors) {
-        const auto [place, isNew] = places.emplace(describe(cpu), groups.size());
+    for (const x86_cpu* cpu : processors) {
+        const auto [place, isNew] = places.emplace(describe(*cpu), groups.size());
         if (isNew) {
             groups.push_back({place->first, {}});
         }
-        groups[place->second].processors.push_back(&cpu);
+        groups[place->second].processors.push_back(cpu);
     }
     std::string text;
     for (const Group& group : groups) {
@@ -113,7 +130,7 @@ std::string describedTogether(const zel::Array<x86_cpu>& processors,
     return text;
 }
 
-std::string numberRanges(const std::vector<const x86_cpu*>& processors) {
+std::string numberRanges(const Processors& processors) {
     std::vector<unsigned int> numbers;
     std::string others;
     for (const x86_cpu* cpu : processors) {

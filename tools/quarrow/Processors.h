@@ -4,7 +4,6 @@
 
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
-#include <zel/Array.h>
 
 #include <functional>
 #include <string>
@@ -12,22 +11,32 @@
 
 namespace quarrow {
 
-// Every logical processor of the machine. Throws Failure when there is none to be had.
-zel::Array<libQuarrow::cpu::x86_cpu> readProcessors(const Request& request);
-// The same as packages, cores and threads.
-libQuarrow::cpu::x86_physical_cpus readTree(const Request& request);
+using Processors = std::vector<const libQuarrow::cpu::x86_cpu*>;
 
-// The processors that the operands name by logical processor number, in that order; all, when there are no operands.
-// Throws Failure for an operand that is no number and for a number that no processor has.
-std::vector<const libQuarrow::cpu::x86_cpu*> namedProcessors(const zel::Array<libQuarrow::cpu::x86_cpu>& processors,
-                                                             const std::vector<std::string>& operands);
+// The machine as packages, cores and threads, read in one visit of each logical processor.
+struct Machine {
+    libQuarrow::cpu::x86_physical_cpus tree;
+    Processors processors; // in the order of their groups and their places there
+};
+
+// Reads the machine and calls `visit` for each processor while the thread is there: what a command asks of a processor
+// it asks then, and keeps under its address. `doing` names what takes so long that a progress bar shows it. Throws
+// Failure when there is no processor to be had.
+Machine readMachine(const Request& request, const libQuarrow::cpu::x86_physical_cpus::Visitor& visit = {},
+                    const char* doing = nullptr);
+
+// Whether one of the operands is the processor's logical number; without operands all are named.
+bool isNamed(const libQuarrow::cpu::x86_cpu& cpu, const std::vector<std::string>& operands);
+// Those processors, in the order of the operands. Throws Failure for an operand that is no number and for a number that
+// no processor has.
+Processors namedProcessors(const Processors& processors, const std::vector<std::string>& operands);
 
 // What `describe` tells of each processor, once for all that it tells the same of, under their numbers. In the order of
 // their first ones.
-std::string describedTogether(const zel::Array<libQuarrow::cpu::x86_cpu>& processors,
+std::string describedTogether(const Processors& processors,
                               const std::function<std::string(const libQuarrow::cpu::x86_cpu&)>& describe);
 
 // "0-3, 8": logical processor numbers, ascending; the affinity text stands for a processor whose number is not known.
-std::string numberRanges(const std::vector<const libQuarrow::cpu::x86_cpu*>& processors);
+std::string numberRanges(const Processors& processors);
 
 } // namespace quarrow

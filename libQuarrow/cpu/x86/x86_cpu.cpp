@@ -56,28 +56,35 @@ x86_cpu::x86_cpu(const AffinityMask& affinity, bool useThreadAffinity, unsigned 
     refresh();
 }
 
-x86_cpu::x86_cpu(AffinityMask affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers)
-    : m_useThreadAffinity(useThreadAffinity), m_affinity(std::move(affinity)) {
-    refresh(numbers);
-}
+x86_cpu::x86_cpu(AffinityMask affinity, bool useThreadAffinity)
+    : m_useThreadAffinity(useThreadAffinity), m_affinity(std::move(affinity)) {}
 
-bool x86_cpu::findLogicalCpus(zel::Array<x86_cpu>& cpus, bool useThreadAffinity) {
-    cpus.clear();
+bool x86_cpu::visitLogicalCpus(bool useThreadAffinity, const std::function<void(std::unique_ptr<x86_cpu>&)>& found) {
     AffinityMask system;
     if (!AffinityMask::getSystemAffinityMask(system)) {
         return false;
     }
     zel::Array<WinAffinity> masks;
     system.getMaskPerLogicalDevice(masks);
-    cpus.reserve(masks.size());
     LogicalCpuNumbers numbers(AffinityAPI::create());
     for (WinAffinity& mask : masks) {
-        x86_cpu cpu(std::move(mask), useThreadAffinity, numbers);
-        if (cpu.isValid()) {
-            cpus.append(std::move(cpu));
+        std::unique_ptr<x86_cpu> cpu(new x86_cpu(std::move(mask), useThreadAffinity));
+        const x86_pin pin(*cpu);
+        if (!pin.pinned()) {
+            continue;
+        }
+        cpu->refresh(numbers);
+        if (cpu->isValid()) {
+            found(cpu);
         }
     }
     return true;
+}
+
+bool x86_cpu::findLogicalCpus(zel::Array<x86_cpu>& cpus, bool useThreadAffinity) {
+    cpus.clear();
+    return visitLogicalCpus(useThreadAffinity,
+                            [&cpus](std::unique_ptr<x86_cpu>& cpu) { cpus.append(std::move(*cpu)); });
 }
 
 void x86_cpu::init() {

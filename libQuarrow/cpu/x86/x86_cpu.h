@@ -9,6 +9,7 @@
 #include <zel/String.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace libQuarrow::cpu {
@@ -16,6 +17,7 @@ namespace libQuarrow::cpu {
 class CpuidReader;
 class LogicalCpuNumbers;
 class x86_caches;
+class x86_physical_cpus;
 class x86_vendor_info;
 struct x86_speed_metrics;
 
@@ -106,6 +108,12 @@ class QUARROW_EXPORT x86_cpu {
     const x86_vendor_info* vendorInfo() const;
 
   private:
+    friend class x86_physical_cpus;
+    // Reads every logical processor of the system, in the order of findLogicalCpus, and calls `found` for each valid
+    // one while the thread is still on it; what needs the processor is done there without another visit. `found` may
+    // take the object. False when the system affinity cannot be read.
+    static bool visitLogicalCpus(bool useThreadAffinity, const std::function<void(std::unique_ptr<x86_cpu>&)>& found);
+
     // Owns the vendor object, which points back at its x86_cpu: a copied or assigned holder is therefore empty.
     class VendorHolder {
       public:
@@ -116,7 +124,7 @@ class QUARROW_EXPORT x86_cpu {
         std::unique_ptr<x86_vendor_info> object;
     };
 
-    x86_cpu(AffinityMask affinity, bool useThreadAffinity, LogicalCpuNumbers& numbers);
+    x86_cpu(AffinityMask affinity, bool useThreadAffinity);
     void init();
     void refresh(LogicalCpuNumbers& numbers);
     void getTopologyInfo(CpuidReader& cpuid);

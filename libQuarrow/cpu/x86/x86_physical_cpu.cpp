@@ -8,19 +8,10 @@
 namespace libQuarrow::cpu {
 namespace {
 
-// What adding the caches of `cpu` once per thread of its core comes to: records with topology IDs are one cache however
-// often they are added, of the others the instances add up.
-void appendCachesPerThread(const x86_cpu& cpu, zel::Array<x86_cache>& all) {
-    const std::uint32_t times = threadsPerCore(cpu).value_or(0);
-    if (times == 0) {
-        return;
-    }
+x86_caches askForCaches(const x86_cpu& cpu) {
     x86_caches caches;
-    cpu.getCaches(caches);
-    for (x86_cache cache : caches) {
-        cache.setInstanceCount(cache.getInstanceCount() * times);
-        all.append(cache);
-    }
+    cpu.getCaches(caches); // where it fails there are none
+    return caches;
 }
 
 } // namespace
@@ -37,9 +28,23 @@ AffinityMask x86_physical_cpu::getAffinityMask() const {
 }
 
 bool x86_physical_cpu::getCaches(x86_caches& caches) const {
+    return getCaches(caches, askForCaches);
+}
+
+// Adding the caches of a core once per thread comes to this: records with topology IDs are one cache however often they
+// are added, of the others the instances add up.
+bool x86_physical_cpu::getCaches(x86_caches& caches,
+                                 const std::function<x86_caches(const x86_cpu& cpu)>& cachesOf) const {
     zel::Array<x86_cache> all;
     for (const x86_cpu_core& core : m_cores) {
-        appendCachesPerThread(core.get(), all);
+        const std::uint32_t times = threadsPerCore(core.get()).value_or(0);
+        if (times == 0) {
+            continue;
+        }
+        for (x86_cache cache : cachesOf(core.get())) {
+            cache.setInstanceCount(cache.getInstanceCount() * times);
+            all.append(cache);
+        }
     }
     x86_caches found(all);
     found.consolidateCaches(true);

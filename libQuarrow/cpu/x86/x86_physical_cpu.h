@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace libQuarrow::cpu {
 
@@ -36,6 +37,8 @@ class QUARROW_EXPORT x86_physical_cpu {
     // Replaces `caches` by the package's caches: one record for each kind, which counts its instances. Each core's
     // first thread is asked. False, with `caches` unchanged, when of one of them it is not known who shares it.
     bool getCaches(x86_caches& caches) const;
+    // The same by what `cachesOf` says of a processor, where that was asked before.
+    bool getCaches(x86_caches& caches, const std::function<x86_caches(const x86_cpu& cpu)>& cachesOf) const;
 
     // Null until set. The package owns what it is given and deletes the accessor that it had before; a copy of the
     // package has a clone, a move takes the accessor along.

@@ -34,13 +34,16 @@ zel::String coreReport(const x86_cpu_core& core, std::size_t number) {
 
 } // namespace
 
-x86_physical_cpus::x86_physical_cpus(bool useThreadAffinity) {
-    zel::Array<x86_cpu> cpus;
-    x86_cpu::findLogicalCpus(cpus, useThreadAffinity);
-    m_threads.reserve(cpus.size());
-    for (x86_cpu& cpu : cpus) {
-        m_threads.append(x86_shared_cpu(new x86_cpu(std::move(cpu))));
-    }
+x86_physical_cpus::x86_physical_cpus(bool useThreadAffinity) : x86_physical_cpus(useThreadAffinity, Visitor()) {}
+
+x86_physical_cpus::x86_physical_cpus(bool useThreadAffinity, const Visitor& visit) {
+    x86_cpu::visitLogicalCpus(useThreadAffinity, [&](std::unique_ptr<x86_cpu>& cpu) {
+        const x86_cpu& read = *cpu;
+        m_threads.append(x86_shared_cpu(cpu.release()));
+        if (visit) {
+            visit(read);
+        }
+    });
     std::stable_sort(m_threads.begin(), m_threads.end(), [](const x86_shared_cpu& a, const x86_shared_cpu& b) {
         return a->getLocation() < b->getLocation();
     });

@@ -7,6 +7,7 @@
 #include <zel/String.h>
 
 #include <cstddef>
+#include <functional>
 
 namespace libQuarrow::cpu {
 
@@ -19,6 +20,13 @@ class QUARROW_EXPORT x86_physical_cpus {
     // Reads every logical processor of the system; see x86_cpu::findLogicalCpus for `useThreadAffinity`. Empty when the
     // system's processors cannot be read.
     explicit x86_physical_cpus(bool useThreadAffinity);
+    // What is done with a processor while the thread is still there from reading it. It is given the very object that
+    // getThread() gives later, so that what it learns can be kept under the object's address.
+    using Visitor = std::function<void(const x86_cpu& cpu)>;
+    // The same, with `visit` called for each processor, in the order of findLogicalCpus. Whatever it asks of the
+    // processor (caches, speeds, registers) moves the thread no further: the whole takes one visit of each processor.
+    // What it throws ends the reading, with the affinity put back.
+    x86_physical_cpus(bool useThreadAffinity, const Visitor& visit);
 
     std::size_t size() const { return m_packages.size(); }
     x86_physical_cpu& operator[](std::size_t index) { return m_packages[index]; }

@@ -1,17 +1,19 @@
 #include <tools/quarrow/Processors.h>
 #include <tools/quarrow/Text.h>
-#include <tools/quarrow/commands/CacheSharing.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/document/Document.h>
+
+#include <libQuarrow/cpu/x86/x86_cache_sharing.h>
 
 namespace quarrow {
 
 using libQuarrow::cpu::x86_cache;
+using libQuarrow::cpu::x86_cache_kind;
 using libQuarrow::cpu::x86_physical_cpu;
 
 namespace {
 
-zel::String sharing(const CacheKind& kind) {
+zel::String sharers(const x86_cache_kind& kind) {
     if (kind.instancesKnown) {
         zel::Array<zel::String> sets;
         for (const auto& processors : kind.instances) {
@@ -24,7 +26,7 @@ zel::String sharing(const CacheKind& kind) {
                         : zel::String::SprintfFormat("%u each, which ones is not known", threads);
 }
 
-std::string described(const CacheKind& kind) {
+std::string described(const x86_cache_kind& kind) {
     const x86_cache& cache = kind.cache;
     zel::String what = cache.getCacheSizeFormatted(false);
     if (kind.instancesKnown && kind.instances.size() > 1) {
@@ -36,7 +38,7 @@ std::string described(const CacheKind& kind) {
     }
     const zel::String name = zel::String("   ") + x86_cache::levelText(cache.getCacheLevel()) + " " +
                              x86_cache::typeText(cache.getCacheType());
-    return line(name, what) + line("     logical CPUs", sharing(kind));
+    return line(name, what) + line("     logical CPUs", sharers(kind));
 }
 
 } // namespace
@@ -45,15 +47,17 @@ std::string cachesCommand(const Request& request) {
     if (request.json) {
         return machineDocument(request);
     }
-    const libQuarrow::cpu::x86_physical_cpus tree = readTree(request);
+    libQuarrow::cpu::x86_cache_sharing sharing;
+    const Machine machine = readMachine(request, [&](const libQuarrow::cpu::x86_cpu& cpu) { sharing.read(cpu); });
+    const libQuarrow::cpu::x86_physical_cpus& tree = machine.tree;
     std::string text;
     for (std::size_t i = 0; i < tree.size(); ++i) {
         const x86_physical_cpu& package = tree[i];
         text += i == 0 ? "" : "\n";
         text += line(zel::String::SprintfFormat("PHYSICAL_CPU[%u]", i),
                      package.getLocation().toString(true) + " - " + package.get().getCpuName());
-        const std::vector<CacheKind> kinds = cacheKindsOf(package);
-        for (const CacheKind& kind : kinds) {
+        const std::vector<x86_cache_kind> kinds = sharing.kindsOf(package);
+        for (const x86_cache_kind& kind : kinds) {
             text += described(kind);
         }
         text += kinds.empty() ? "   not known\n" : "";

@@ -6,6 +6,8 @@
 #include <libQuarrow/cpu/x86/x86_amd_info.h>
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 
+#include <map>
+
 namespace quarrow {
 
 using libQuarrow::cpu::x86_amd_info;
@@ -99,17 +101,18 @@ std::string facts(const x86_cpu& cpu) {
 } // namespace
 
 std::string cpusCommand(const Request& request) {
-    if (request.json && request.operands.empty()) {
+    if (request.json) {
         return machineDocument(request);
     }
-    const zel::Array<x86_cpu> processors = readProcessors(request);
-    const auto named = namedProcessors(processors, request.operands);
-    if (request.json) {
-        return processorsDocument(request, named);
-    }
+    std::map<const x86_cpu*, std::string> reports;
+    const Machine machine = readMachine(request, [&](const x86_cpu& cpu) {
+        if (isNamed(cpu, request.operands)) {
+            reports[&cpu] = printable(cpu.toString(), cpu.getVendorName()) + facts(cpu);
+        }
+    });
     std::string text;
-    for (const x86_cpu* cpu : named) {
-        text += printable(cpu->toString(), cpu->getVendorName()) + facts(*cpu);
+    for (const x86_cpu* cpu : namedProcessors(machine.processors, request.operands)) {
+        text += reports.at(cpu);
     }
     return text;
 }

@@ -9,7 +9,7 @@ std::string featuresCommand(const Request& request) {
     if (request.json) {
         return machineDocument(request);
     }
-    return describedTogether(readProcessors(request), [](const libQuarrow::cpu::x86_cpu& cpu) {
+    return describedTogether(readMachine(request).processors, [](const libQuarrow::cpu::x86_cpu& cpu) {
         return line("Supported features", cpu.supportedFeatures().toString()) +
                line("Allowed features", cpu.allowedFeatures().toString());
     });

@@ -7,6 +7,8 @@
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 #include <zel/Temperature.h>
 
+#include <map>
+
 namespace quarrow {
 
 using libQuarrow::cpu::IntelTurboRatioLimit;
@@ -74,23 +76,22 @@ ordered_json limitsJson(const x86_cpu& cpu) {
 
 std::string limitsCommand(const Request& request) {
     if (request.json) {
-        return machineDocument(request, [](const Processors& processors, ordered_json& elements) {
-            for (std::size_t i = 0; i < processors.size(); ++i) {
-                elements[i]["limits"] = limitsJson(*processors[i]);
-            }
-        });
+        return machineDocument(
+            request, {[](const x86_cpu& cpu, ordered_json& element) { element["limits"] = limitsJson(cpu); }});
     }
-    const auto processors = readProcessors(request);
     MsrReach msrs;
     std::string whyNot;
-    const std::string text = describedTogether(processors, [&](const x86_cpu& cpu) {
+    std::map<const x86_cpu*, std::string> descriptions;
+    const Machine machine = readMachine(request, [&](const x86_cpu& cpu) {
         msrs.forget();
         const boost::optional<Limits> limits = limitsOf(cpu);
         if (whyNot.empty() && limits && !limits->isComplete()) {
             whyNot = msrs.whyNot();
         }
-        return described(limits);
+        descriptions[&cpu] = described(limits);
     });
+    const std::string text =
+        describedTogether(machine.processors, [&](const x86_cpu& cpu) { return descriptions.at(&cpu); });
     return whyNot.empty() ? text : text + "\n" + whyNot;
 }
 

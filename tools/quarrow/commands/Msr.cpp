@@ -12,10 +12,13 @@ std::string msrCommand(const Request& request) {
     // Wrong usage comes before what the machine has to say.
     const auto number = static_cast<std::uint32_t>(numberIn(request.operands.at(0), "ADDRESS", 0, UINT32_MAX));
     const auto toWrite = valueToWrite(request, 8);
-    const auto processors = readProcessors(request);
+    const Machine machine = readMachine(request);
     const auto named = request.options.find("cpu");
-    const libQuarrow::cpu::x86_cpu& cpu =
-        named == request.options.end() ? processors[0] : *namedProcessors(processors, {named->second}).front();
+    std::vector<std::string> numbers;
+    if (named != request.options.end()) {
+        numbers.push_back(named->second);
+    }
+    const libQuarrow::cpu::x86_cpu& cpu = *namedProcessors(machine.processors, numbers).front();
     MsrAccessor msrs(cpu);
     if (!msrs.failureReason().empty()) {
         throw Failure(Failure::CannotAnswer, msrs.failureReason());

@@ -41,7 +41,9 @@ std::string pictureCommand(const Request& request) {
         throw Failure(Failure::WrongInput, "--width is of the text; leave --width or --svg out");
     }
     const std::uint64_t columns = columnsFor(request);
-    const auto packages = pictureOf(readTree(request));
+    libQuarrow::cpu::x86_cache_sharing sharing;
+    const Machine machine = readMachine(request, [&](const libQuarrow::cpu::x86_cpu& cpu) { sharing.read(cpu); });
+    const auto packages = pictureOf(machine.tree, sharing);
     if (svg == request.options.end()) {
         return drawText(packages, columns);
     }

@@ -1,5 +1,4 @@
 #include <tools/quarrow/Processors.h>
-#include <tools/quarrow/Progress.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/commands/MsrReach.h>
 #include <tools/quarrow/document/Document.h>
@@ -7,6 +6,7 @@
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 
 #include <algorithm>
+#include <map>
 
 namespace quarrow {
 
@@ -17,13 +17,15 @@ using nlohmann::ordered_json;
 
 namespace {
 
+constexpr const char* doing = "Measuring"; // beside the progress bar
+
 struct Speed {
     optional<std::uint64_t> tsc;
     x86_speed_metrics metrics;
 };
 
-// A replay runs the counter at a rate of its own where the recording does not tell it: then nothing is known that was
-// measured.
+// Asked while the thread is on the processor. A replay runs the counter at a rate of its own where the recording does
+// not tell it: then nothing is known that was measured.
 Speed measure(const Request& request, const x86_cpu& cpu) {
     Speed speed;
     std::uint64_t hertz = 0;
@@ -35,16 +37,6 @@ Speed measure(const Request& request, const x86_cpu& cpu) {
         speed.metrics.currentSpeed = boost::none;
     }
     return speed;
-}
-
-std::vector<Speed> measure(const Request& request, const Processors& processors) {
-    Progress progress("Measuring", processors.size());
-    std::vector<Speed> speeds;
-    for (const x86_cpu* cpu : processors) {
-        speeds.push_back(measure(request, *cpu));
-        progress.step();
-    }
-    return speeds;
 }
 
 zel::String megahertz(const optional<std::uint64_t>& hertz) {
@@ -96,7 +88,7 @@ Cells padded(Cells cells) {
     return cells;
 }
 
-std::string table(const Processors& processors, const std::vector<Speed>& speeds, const MsrReach& msrs) {
+std::string table(const Processors& processors, const std::vector<Speed>& speeds, const std::string& whyNoMsrs) {
     Cells numbers{"CPU"};
     for (const x86_cpu* cpu : processors) {
         numbers.push_back(numberRanges({cpu}));
@@ -125,12 +117,27 @@ std::string table(const Processors& processors, const std::vector<Speed>& speeds
     }
     text += anyKnown ? "\n" : "";
     text += "Not known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
-    return text + msrs.whyNot();
+    return text + whyNoMsrs;
 }
 
-std::string report(const Request& request, const Processors& processors) {
-    const MsrReach msrs;
-    return table(processors, measure(request, processors), msrs);
+std::string report(const Request& request) {
+    MsrReach msrs;
+    std::string whyNoMsrs;
+    std::map<const x86_cpu*, Speed> measured;
+    const auto visit = [&](const x86_cpu& cpu) {
+        if (isNamed(cpu, request.operands)) {
+            msrs.forget();
+            measured[&cpu] = measure(request, cpu);
+            whyNoMsrs = msrs.whyNot().empty() ? whyNoMsrs : msrs.whyNot();
+        }
+    };
+    const Machine machine = readMachine(request, visit, doing);
+    const Processors named = namedProcessors(machine.processors, request.operands);
+    std::vector<Speed> speeds;
+    for (const x86_cpu* cpu : named) {
+        speeds.push_back(measured.at(cpu));
+    }
+    return table(named, speeds, whyNoMsrs);
 }
 
 template <class Number>
@@ -158,18 +165,13 @@ ordered_json speedJson(const Speed& speed) {
 } // namespace
 
 std::string speedCommand(const Request& request) {
-    const auto addSpeeds = [&request](const Processors& processors, ordered_json& elements) {
-        const std::vector<Speed> speeds = measure(request, processors);
-        for (std::size_t i = 0; i < speeds.size(); ++i) {
-            elements[i]["speed"] = speedJson(speeds[i]);
-        }
-    };
-    if (request.json && request.operands.empty()) {
-        return machineDocument(request, addSpeeds);
+    if (!request.json) {
+        return report(request);
     }
-    const zel::Array<x86_cpu> processors = readProcessors(request);
-    const Processors named = namedProcessors(processors, request.operands);
-    return request.json ? processorsDocument(request, named, addSpeeds) : report(request, named);
+    const auto addSpeed = [&request](const x86_cpu& cpu, ordered_json& element) {
+        element["speed"] = speedJson(measure(request, cpu));
+    };
+    return machineDocument(request, {addSpeed, doing});
 }
 
 } // namespace quarrow

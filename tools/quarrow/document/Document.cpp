@@ -2,36 +2,21 @@
 
 #include <tools/quarrow/Processors.h>
 
+#include <libQuarrow/cpu/x86/x86_cache_sharing.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 
-#include <algorithm>
+#include <map>
 
 namespace quarrow {
 
+using libQuarrow::cpu::x86_cache_sharing;
 using libQuarrow::cpu::x86_caches;
 using libQuarrow::cpu::x86_cpu;
 using libQuarrow::cpu::x86_cpu_core;
 using libQuarrow::cpu::x86_physical_cpu;
-using libQuarrow::cpu::x86_physical_cpus;
 using nlohmann::ordered_json;
 
 namespace {
-
-// All processors of the tree in the order of their places in the affinity: ascending group, then bit.
-Processors inAffinityOrder(const x86_physical_cpus& tree) {
-    Processors processors;
-    for (std::size_t i = 0; i < tree.getThreadCount(); ++i) {
-        processors.push_back(&tree.getThread(i));
-    }
-    const auto place = [](const x86_cpu* cpu) {
-        const auto& groups = cpu->getAffinityMask().getAffinityData().groups();
-        return groups.empty() ? std::make_pair(std::uint16_t{0}, std::uint64_t{0})
-                              : std::make_pair(groups.front().group, groups.front().mask);
-    };
-    std::sort(processors.begin(), processors.end(),
-              [&place](const x86_cpu* a, const x86_cpu* b) { return place(a) < place(b); });
-    return processors;
-}
 
 using Indices = std::map<const x86_cpu*, std::size_t>;
 
@@ -45,13 +30,13 @@ ordered_json coreJson(const x86_cpu_core& core, const Indices& indices) {
             {"threads", threads}};
 }
 
-ordered_json packageJson(const x86_physical_cpu& package, const Indices& indices) {
+ordered_json packageJson(const x86_physical_cpu& package, x86_cache_sharing& sharing, const Indices& indices) {
     ordered_json cores = ordered_json::array();
     for (std::size_t i = 0; i < package.getCoreCount(); ++i) {
         cores.push_back(coreJson(package.getCore(i), indices));
     }
     x86_caches caches;
-    const bool hasCaches = package.getCaches(caches) && !caches.isEmpty();
+    const bool hasCaches = sharing.cachesOf(package, caches) && !caches.isEmpty();
     return {{"location", package.getLocation().toString(true).toUtf8()},
             {"name", knownText(package.get().getCpuName())},
             {"affinity", package.getAffinityMask().toString().toUtf8()},
@@ -59,15 +44,16 @@ ordered_json packageJson(const x86_physical_cpu& package, const Indices& indices
             {"cores", cores}};
 }
 
-ordered_json processorsJson(const Processors& processors, const Section& section) {
-    ordered_json list = ordered_json::array();
-    for (const x86_cpu* cpu : processors) {
-        list.push_back(processorJson(*cpu));
+ordered_json packagesJson(const Machine& machine, x86_cache_sharing& sharing) {
+    Indices indices;
+    for (const x86_cpu* cpu : machine.processors) {
+        indices.emplace(cpu, indices.size());
     }
-    if (section) {
-        section(processors, list);
+    ordered_json packages = ordered_json::array();
+    for (std::size_t i = 0; i < machine.tree.size(); ++i) {
+        packages.push_back(packageJson(machine.tree[i], sharing, indices));
     }
-    return list;
+    return packages;
 }
 
 } // namespace
@@ -94,26 +80,23 @@ std::string documentText(const ordered_json& document) {
 }
 
 std::string machineDocument(const Request& request, const Section& section) {
-    const x86_physical_cpus tree = readTree(request);
-    const Processors processors = inAffinityOrder(tree);
-    Indices indices;
-    for (const x86_cpu* cpu : processors) {
-        indices.emplace(cpu, indices.size());
-    }
-    ordered_json packages = ordered_json::array();
-    for (std::size_t i = 0; i < tree.size(); ++i) {
-        packages.push_back(packageJson(tree[i], indices));
-    }
+    x86_cache_sharing sharing;
+    std::map<const x86_cpu*, ordered_json> elements;
+    const auto visit = [&](const x86_cpu& cpu) {
+        if (isNamed(cpu, request.operands)) {
+            ordered_json& element = elements[&cpu] = processorJson(cpu, sharing.cachesOf(cpu));
+            if (section.add) {
+                section.add(cpu, element);
+            }
+        }
+    };
+    const Machine machine = readMachine(request, visit, section.doing);
     ordered_json document = emptyDocument(request);
-    document["processors"] = processorsJson(processors, section);
-    document["packages"] = std::move(packages);
-    return documentText(document);
-}
-
-std::string processorsDocument(const Request& request, const Processors& processors, const Section& section) {
-    ordered_json document = emptyDocument(request);
-    document["processors"] = processorsJson(processors, section);
-    document["packages"] = nullptr;
+    ordered_json& processors = document["processors"] = ordered_json::array();
+    for (const x86_cpu* cpu : namedProcessors(machine.processors, request.operands)) {
+        processors.push_back(elements.at(cpu));
+    }
+    document["packages"] = request.operands.empty() ? packagesJson(machine, sharing) : ordered_json();
     return documentText(document);
 }
 

@@ -21,14 +21,15 @@ nlohmann::ordered_json emptyDocument(const Request& request);
 // Indented, with a line feed at the end. Bytes that are no UTF-8 become U+FFFD.
 std::string documentText(const nlohmann::ordered_json& document);
 
-using Processors = std::vector<const libQuarrow::cpu::x86_cpu*>;
-// Adds a section of its own to each element of "processors", which are the given ones in their order.
-using Section = std::function<void(const Processors& processors, nlohmann::ordered_json& elements)>;
+// What a command adds to each element of "processors": asked, as all of it, while the thread is on that processor.
+struct Section {
+    std::function<void(const libQuarrow::cpu::x86_cpu& cpu, nlohmann::ordered_json& element)> add;
+    const char* doing = nullptr; // what it does, where that takes its time
+};
 
-// Everything about the machine: all its processors and packages.
+// Everything about the machine: all its processors and packages; or about the processors that the request's operands
+// name, and then "packages" is null.
 std::string machineDocument(const Request& request, const Section& section = {});
-// The same of these processors alone; "packages" is null.
-std::string processorsDocument(const Request& request, const Processors& processors, const Section& section = {});
 
 // Null for what stands for "not known": 0 where no such number can be, and the empty text.
 nlohmann::ordered_json knownNumber(std::uint32_t number);
@@ -37,7 +38,7 @@ nlohmann::ordered_json knownText(const zel::String& text);
 // A processor's number in the whole machine.
 nlohmann::ordered_json logicalCpuNumberJson(const libQuarrow::cpu::x86_cpu& cpu);
 // One element of "processors".
-nlohmann::ordered_json processorJson(const libQuarrow::cpu::x86_cpu& cpu);
+nlohmann::ordered_json processorJson(const libQuarrow::cpu::x86_cpu& cpu, const libQuarrow::cpu::x86_caches& caches);
 // "caches" of a processor or a package.
 nlohmann::ordered_json cachesJson(const libQuarrow::cpu::x86_caches& caches);
 

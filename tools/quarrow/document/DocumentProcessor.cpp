@@ -86,11 +86,9 @@ ordered_json logicalCpuNumberJson(const x86_cpu& cpu) {
     return numberIf(cpu.getLogicalCpuNumber() != 0xFFFFFFFF, cpu.getLogicalCpuNumber());
 }
 
-ordered_json processorJson(const x86_cpu& cpu) {
+ordered_json processorJson(const x86_cpu& cpu, const libQuarrow::cpu::x86_caches& caches) {
     unsigned int apicId = 0;
     const bool hasApicId = cpu.getApicId(apicId);
-    libQuarrow::cpu::x86_caches caches;
-    const bool hasCaches = cpu.getCaches(caches);
     return {{"logicalCpuNumber", logicalCpuNumberJson(cpu)},
             {"affinity", cpu.getAffinityMask().toString().toUtf8()},
             {"location", cpu.getLocation().toString(true).toUtf8()},
@@ -109,7 +107,7 @@ ordered_json processorJson(const x86_cpu& cpu) {
             {"revision", textJson(cpu, &x86_cpu::getRevisionString)},
             {"technology", textJson(cpu, &x86_cpu::getTechnologyString)},
             {"socketType", textJson(cpu, &x86_cpu::getSocketTypeString)},
-            {"caches", hasCaches ? cachesJson(caches) : ordered_json()},
+            {"caches", caches.isEmpty() ? ordered_json() : cachesJson(caches)},
             {"intel", intelJson(cpu)},
             {"amd", amdJson(cpu)}};
 }

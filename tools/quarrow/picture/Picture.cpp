@@ -72,10 +72,11 @@ void summarise(PictureBox& box) {
 
 } // namespace
 
-std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree) {
+std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree,
+                                  libQuarrow::cpu::x86_cache_sharing& sharing) {
     std::vector<PictureBox> packages;
     for (std::size_t i = 0; i < tree.size(); ++i) {
-        packages.push_back(picturePackage(tree[i], i));
+        packages.push_back(picturePackage(tree[i], sharing, i));
     }
     if (coresIn(packages).size() > manyCores) {
         std::for_each(packages.begin(), packages.end(), summarise);

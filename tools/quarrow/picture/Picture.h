@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/cpu/x86/x86_cache_sharing.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 #include <zel/String.h>
 
@@ -27,10 +28,12 @@ struct PictureBox {
 };
 
 // A package with all its cores, in groups where they share caches.
-PictureBox picturePackage(const libQuarrow::cpu::x86_physical_cpu& package, std::size_t number);
+PictureBox picturePackage(const libQuarrow::cpu::x86_physical_cpu& package, libQuarrow::cpu::x86_cache_sharing& sharing,
+                          std::size_t number);
 // A box for each package, in order. Where there are many cores, those that are alike have no title and no caches; the
 // note of the box around them tells what they have.
-std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree);
+std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree,
+                                  libQuarrow::cpu::x86_cache_sharing& sharing);
 
 // The picture as text of that many columns, 40 at least.
 std::string drawText(const std::vector<PictureBox>& packages, std::size_t columns);

@@ -1,5 +1,4 @@
 #include <tools/quarrow/Processors.h>
-#include <tools/quarrow/commands/CacheSharing.h>
 #include <tools/quarrow/picture/Picture.h>
 
 #include <algorithm>
@@ -8,6 +7,8 @@
 namespace quarrow {
 
 using libQuarrow::cpu::x86_cache;
+using libQuarrow::cpu::x86_cache_kind;
+using libQuarrow::cpu::x86_cache_sharing;
 using libQuarrow::cpu::x86_cpu;
 using libQuarrow::cpu::x86_physical_cpu;
 
@@ -41,12 +42,12 @@ using SharedCaches = std::vector<SharedCache>;
 
 class PackagePicture {
   public:
-    explicit PackagePicture(const x86_physical_cpu& package);
+    PackagePicture(const x86_physical_cpu& package, x86_cache_sharing& sharing);
     PictureBox box(std::size_t number) const;
 
   private:
-    void add(const CacheKind& kind);
-    void addShared(const PictureCache& cache, const std::vector<const x86_cpu*>& processors);
+    void add(const x86_cache_kind& kind);
+    void addShared(const PictureCache& cache, const Processors& processors);
     PictureBox coreBox(std::size_t core) const;
     PictureBox groupBox(std::size_t first, std::size_t last, const SharedCaches& caches, unsigned int depth) const;
 
@@ -57,21 +58,21 @@ class PackagePicture {
     std::vector<PictureCache> m_unplaced;             // of which it is not known who shares them
 };
 
-PackagePicture::PackagePicture(const x86_physical_cpu& package)
+PackagePicture::PackagePicture(const x86_physical_cpu& package, x86_cache_sharing& sharing)
     : m_package(package), m_ofCores(package.getCoreCount()) {
     for (std::size_t core = 0; core < package.getCoreCount(); ++core) {
         for (std::size_t thread = 0; thread < package.getCore(core).getThreadCount(); ++thread) {
             m_coreOf[&package.getCore(core).getThread(thread)] = core;
         }
     }
-    for (const CacheKind& kind : cacheKindsOf(package)) {
+    for (const x86_cache_kind& kind : sharing.kindsOf(package)) {
         add(kind);
     }
     std::stable_sort(m_shared.begin(), m_shared.end(),
                      [](const SharedCache& a, const SharedCache& b) { return a.last - a.first > b.last - b.first; });
 }
 
-void PackagePicture::add(const CacheKind& kind) {
+void PackagePicture::add(const x86_cache_kind& kind) {
     const PictureCache cache{nameOf(kind.cache), kind.cache.getCacheLevel()};
     if (!kind.instancesKnown) {
         const unsigned int threads = kind.cache.getThreadsSharing();
@@ -96,7 +97,7 @@ void PackagePicture::add(const CacheKind& kind) {
     }
 }
 
-void PackagePicture::addShared(const PictureCache& cache, const std::vector<const x86_cpu*>& processors) {
+void PackagePicture::addShared(const PictureCache& cache, const Processors& processors) {
     std::vector<std::size_t> cores;
     cores.reserve(processors.size());
     for (const x86_cpu* cpu : processors) {
@@ -169,8 +170,8 @@ PictureBox PackagePicture::box(std::size_t number) const {
 
 } // namespace
 
-PictureBox picturePackage(const x86_physical_cpu& package, std::size_t number) {
-    return PackagePicture(package).box(number);
+PictureBox picturePackage(const x86_physical_cpu& package, x86_cache_sharing& sharing, std::size_t number) {
+    return PackagePicture(package, sharing).box(number);
 }
 
 } // namespace quarrow
