@@ -1,5 +1,6 @@
 #include <libQuarrow/cpu/x86/x86_cache_sharing.h>
 
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
 
 #include <algorithm>
@@ -9,34 +10,33 @@
 namespace libQuarrow::cpu {
 namespace {
 
-// The APIC ID of 32 bits that the extended topology leaves have in EDX, all alike (Intel's manual, volume 2, leaves
-// 0x1F and 0xB; AMD64 manual, volume 3, Fn8000_0026 and Fn0000_000B). Sub-leaf 0 of one that is there counts processors
-// in EBX.
-boost::optional<std::uint32_t> wideApicId(const x86_cpu& cpu) {
-    for (const std::uint32_t leaf : {0x80000026U, 0x1FU, 0xBU}) {
-        cpuid_args registers{leaf, 0, 0, 0};
-        if (cpu.callCPUID(registers, registers) && (registers.ebx & 0xFFFF) != 0) {
-            return registers.edx;
-        }
-    }
-    return boost::none;
+template <class Leaf>
+boost::optional<Leaf> ask(const x86_cpu& cpu, std::uint32_t number = Leaf::number) {
+    cpuid_args registers{number, 0, 0, 0};
+    return cpu.callCPUID(registers, registers) ? boost::make_optional(Leaf(registers)) : boost::none;
 }
 
-constexpr std::uint32_t amdTopology = 0x8000001E;
+boost::optional<AmdTopologyLeaf> amdTopology(const x86_cpu& cpu) {
+    return cpu.supportsFeature(x86_feature_TOPEX) ? ask<AmdTopologyLeaf>(cpu) : boost::none;
+}
 
-// The ID of 8 bits that leaf 1 has comes after the wide one, of which it is a part: on large machines several
-// processors have the same. Where the whole machine's table settles where AMD's processors are, they carry no APIC ID,
-// but give one with their own topology leaf (AMD64 manual, volume 3, Fn8000_001E_EAX).
+// All of 32 bits comes before the 8 bits of leaf 1, which on large machines several processors have in common. Where
+// the whole machine's table settles where AMD's processors are, they carry no APIC ID, but give one with their topology
+// leaf.
 boost::optional<std::uint32_t> apicIdOf(const x86_cpu& cpu) {
-    if (const boost::optional<std::uint32_t> wide = wideApicId(cpu)) {
-        return wide;
+    for (const std::uint32_t number :
+         {TopologyLevelLeaf::amdNumber, TopologyLevelLeaf::v2Number, TopologyLevelLeaf::number}) {
+        const auto level = ask<TopologyLevelLeaf>(cpu, number);
+        if (level && level->logicalProcessors != 0) {
+            return level->x2apicId;
+        }
     }
     std::uint32_t id = 0;
-    if (cpu.getApicId(id) ||
-        (cpu.supportsFeature(x86_feature_TOPEX) && cpu.callCPUID(amdTopology, &id, nullptr, nullptr, nullptr))) {
+    if (cpu.getApicId(id)) {
         return id;
     }
-    return boost::none;
+    const boost::optional<AmdTopologyLeaf> topology = amdTopology(cpu);
+    return topology ? boost::make_optional(topology->extendedApicId) : boost::none;
 }
 
 auto propertiesOf(const x86_cache& cache) {
@@ -77,18 +77,12 @@ Instance ofApicId(std::uint32_t apicId, std::uint32_t threads) {
 
 } // namespace
 
-// Fn8000_001E_ECX: the node's number, and how many a package has less 1; Fn8000_0008_ECX: the package's threads less 1.
 boost::optional<x86_cache_sharing::Node> x86_cache_sharing::nodeOf(const x86_cpu& cpu) {
-    std::uint32_t node = 0;
-    std::uint32_t counts = 0;
-    if (!cpu.isAmd() || !cpu.supportsFeature(x86_feature_TOPEX) ||
-        !cpu.callCPUID(amdTopology, nullptr, nullptr, &node, nullptr) ||
-        !cpu.callCPUID(0x80000008, nullptr, nullptr, &counts, nullptr)) {
-        return boost::none;
-    }
-    const std::uint32_t nodes = (node >> 8 & 7) + 1;
-    const std::uint32_t threads = (counts & 0xFF) + 1;
-    return nodes == 1 ? boost::optional<Node>() : Node{cpu.getLocation().cpu, node & 0xFF, threads / nodes};
+    const boost::optional<AmdTopologyLeaf> topology = amdTopology(cpu);
+    const auto size = topology && topology->nodesPerProcessor > 1 ? ask<PackageSizeLeaf>(cpu) : boost::none;
+    return size ? boost::make_optional(
+                      Node{cpu.getLocation().cpu, topology->nodeId, size->threads / topology->nodesPerProcessor})
+                : boost::none;
 }
 
 const x86_caches& x86_cache_sharing::cachesOf(const x86_cpu& cpu) {
