@@ -104,18 +104,21 @@ String String::trim() const {
 String String::normalizeSpaces() const {
     constexpr std::u16string_view all = blanks;
     String normalized;
-    normalized.reserve(size());
+    normalized.m_units.resize(size());
+    char16_t* end = normalized.m_units.data();
     bool afterBlank = false;
     for (const char16_t unit : m_units) {
-        const bool blank = all.find(unit) != all.npos;
-        if (!blank && afterBlank && !normalized.isEmpty()) {
-            normalized.m_units += u' ';
-        }
+        // None of them is above the space.
+        const bool blank = unit <= u' ' && all.find(unit) != all.npos;
         if (!blank) {
-            normalized.m_units += unit;
+            if (afterBlank && end != normalized.m_units.data()) {
+                *end++ = u' ';
+            }
+            *end++ = unit;
         }
         afterBlank = blank;
     }
+    normalized.m_units.resize(static_cast<std::size_t>(end - normalized.m_units.data()));
     return normalized;
 }
 
