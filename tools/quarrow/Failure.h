@@ -11,7 +11,7 @@ class Failure : public std::runtime_error {
   public:
     // The exit status of the tool; 0 is success.
     enum Status : int {
-        CannotAnswer = 1, // the machine, or the place that the answer goes to, did not play along
+        CannotAnswer = 1, // the machine has no answer, or it cannot be written where it should go
         WrongInput = 2,   // wrong usage, or a file or text that cannot be read
     };
 

@@ -21,7 +21,7 @@ std::string bound(std::uint64_t number) {
 std::uint64_t numberIn(const std::string& text, const std::string& what, std::uint64_t least, std::uint64_t most) {
     std::uint64_t number = 0;
     if (!read(text, number) || number < least || number > most) {
-        throw Failure(Failure::WrongInput, what + " '" + text + "' is no number from " + bound(least) + " to " +
+        throw Failure(Failure::WrongInput, what + " '" + text + "' is not a number from " + bound(least) + " to " +
                                                bound(most) + " (decimal, or hexadecimal as in 0x1A2)");
     }
     return number;
@@ -41,7 +41,8 @@ std::uint64_t sizeOption(const Request& request, std::uint64_t usual, std::uint6
     std::uint64_t size = usual;
     if (given != request.options.end() &&
         (!read(given->second, size) || size == 0 || size > widest || (size & (size - 1)) != 0)) {
-        throw Failure(Failure::WrongInput, "--size '" + given->second + "' is no size; it can be 1, 2" +
+        throw Failure(Failure::WrongInput, "--size '" + given->second +
+                                               "' is not a size that is possible here; it can be 1, 2" +
                                                (widest == 8 ? ", 4 or 8" : " or 4") + " bytes");
     }
     return size;

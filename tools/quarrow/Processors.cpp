@@ -23,7 +23,8 @@ bool isNumber(const x86_cpu& cpu, std::uint64_t number) {
 const x86_cpu* processorNamed(const Processors& processors, const std::string& operand) {
     std::uint64_t number = 0;
     if (zel::String::fromUtf8(operand).toUint64(number) != zel::String::PARSE_OK) {
-        throw Failure(Failure::WrongInput, "'" + operand + "' is no logical processor number; write it as in 0 or 12");
+        throw Failure(Failure::WrongInput,
+                      "'" + operand + "' is not a logical processor number; write one as in 0 or 12");
     }
     const auto found = std::find_if(processors.begin(), processors.end(),
                                     [number](const x86_cpu* cpu) { return isNumber(*cpu, number); });
@@ -55,7 +56,7 @@ void checkComplete(const Request& request, const boost::optional<std::size_t>& s
     if (read == 0) {
         throw Failure(Failure::CannotAnswer,
                       "no logical processor could be read: " +
-                          (system ? whyLeftOut(request) : "the operating system does not tell which there are"));
+                          (system ? whyLeftOut(request) : "the operating system does not say which there are"));
     }
     const std::size_t all = system.value_or(read);
     static bool said = false;

@@ -19,20 +19,20 @@ struct Machine {
     Processors processors; // in the order of their groups and their places there
 };
 
-// Reads the machine and calls `visit` for each processor while the thread is there: what a command asks of a processor
-// it asks then, and keeps under its address. `doing` names what takes so long that a progress bar shows it. Throws
-// Failure when there is no processor to be had.
+// Reads the machine and calls `visit` for each processor while the thread is there: a command asks then all
+// that it needs of the processor, and keeps it under its address. `doing` names what takes so long that a progress bar
+// shows it. Throws Failure when no processor can be read.
 Machine readMachine(const Request& request, const libQuarrow::cpu::x86_physical_cpus::Visitor& visit = {},
                     const char* doing = nullptr);
 
 // Whether one of the operands is the processor's logical number; without operands all are named.
 bool isNamed(const libQuarrow::cpu::x86_cpu& cpu, const std::vector<std::string>& operands);
-// Those processors, in the order of the operands. Throws Failure for an operand that is no number and for a number that
-// no processor has.
+// Those processors, in the order of the operands. Throws Failure for an operand that is not a number and for a number
+// that no processor has.
 Processors namedProcessors(const Processors& processors, const std::vector<std::string>& operands);
 
-// What `describe` tells of each processor, once for all that it tells the same of, under their numbers. In the order of
-// their first ones.
+// What `describe` says of each processor. Processors of which it says the same stand together, under their numbers, in
+// the order of the first of each group.
 std::string describedTogether(const Processors& processors,
                               const std::function<std::string(const libQuarrow::cpu::x86_cpu&)>& describe);
 

@@ -4,7 +4,8 @@
 
 namespace quarrow {
 
-// A bar on standard error while something takes its time; nothing at all unless that is a terminal. Gone at the end.
+// A bar on standard error while something takes a while; nothing at all unless that is a terminal. It is erased at the
+// end.
 class Progress {
   public:
     Progress(const char* doing, std::size_t steps);

@@ -119,11 +119,11 @@ std::string explanation(const CLI::App& app, const CLI::ParseError& error) {
     }
     const auto commands = app.get_subcommands();
     return text + "; 'quarrow " + (commands.empty() ? "" : commands.front()->get_name() + " ") +
-           "--help' tells what there is";
+           "--help' lists what there is";
 }
 
 std::string run(std::vector<std::string> words) {
-    CLI::App app{"Quarrow tells everything about the processors of an x86-64 machine: this one, or a recorded one."};
+    CLI::App app{"Quarrow shows everything about the processors of an x86-64 machine: this one, or a recorded one."};
     Arguments arguments;
     describe(app, arguments);
     try {

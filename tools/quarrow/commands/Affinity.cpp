@@ -73,7 +73,7 @@ AffinityMask parse(const std::string& text) {
     AffinityMask affinity;
     if (!affinity.fromString(zel::String::fromUtf8(text))) {
         throw Failure(Failure::WrongInput,
-                      "'" + text + "' is no affinity; write group:mask, as in 0:Fh or 0:Fh/1:3h for two groups");
+                      "'" + text + "' is not an affinity; write group:mask, as in 0:Fh or 0:Fh/1:3h for two groups");
     }
     return affinity;
 }
@@ -94,7 +94,7 @@ std::string affinityCommand(const Request& request) {
     const optional<AffinityMask> process = AffinityMask::processAffinityMask();
     const optional<AffinityMask> thread = AffinityMask::threadAffinityMask();
     if (!system && !process && !thread) {
-        throw Failure(Failure::CannotAnswer, "the operating system does not tell any affinity");
+        throw Failure(Failure::CannotAnswer, "the operating system does not say what any affinity is");
     }
     if (!request.json) {
         return line("System affinity", described(system)) + line("Process affinity", described(process)) +

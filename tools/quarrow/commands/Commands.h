@@ -7,8 +7,8 @@
 
 namespace quarrow {
 
-// One function per command. Each answers everything that the command writes to standard output, and throws Failure when
-// there is no answer.
+// One function per command. Each returns everything that the command writes to standard output, and throws Failure when
+// it has no answer.
 std::string treeCommand(const Request& request);
 std::string cpusCommand(const Request& request);
 std::string featuresCommand(const Request& request);
@@ -23,7 +23,7 @@ std::string msrCommand(const Request& request);
 std::string memCommand(const Request& request);
 std::string portCommand(const Request& request);
 
-// What stands behind a command.
+// What follows a command on the command line.
 struct Operand {
     enum Count { None, AtMostOne, Any, One };
 

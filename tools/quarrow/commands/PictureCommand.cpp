@@ -34,11 +34,11 @@ std::uint64_t columnsFor(const Request& request) {
 
 std::string pictureCommand(const Request& request) {
     if (request.json) {
-        throw Failure(Failure::WrongInput, "picture draws for people, which is no JSON; leave --json out");
+        throw Failure(Failure::WrongInput, "picture draws for people and has no JSON form; leave out --json");
     }
     const auto svg = request.options.find("svg");
     if (svg != request.options.end() && request.options.count("width") != 0) {
-        throw Failure(Failure::WrongInput, "--width is of the text; leave --width or --svg out");
+        throw Failure(Failure::WrongInput, "--width applies to the drawing in text only; leave out --width or --svg");
     }
     const std::uint64_t columns = columnsFor(request);
     libQuarrow::cpu::x86_cache_sharing sharing;

@@ -18,13 +18,14 @@ namespace quarrow {
 
 // A document with just the version of the tool and the machine.
 nlohmann::ordered_json emptyDocument(const Request& request);
-// Indented, with a line feed at the end. Bytes that are no UTF-8 become U+FFFD.
+// Indented, with a line feed at the end. Bytes that are not UTF-8 become U+FFFD.
 std::string documentText(const nlohmann::ordered_json& document);
 
-// What a command adds to each element of "processors": asked, as all of it, while the thread is on that processor.
+// What a command adds to each element of "processors": like all the rest it is asked while the thread is on that
+// processor.
 struct Section {
     std::function<void(const libQuarrow::cpu::x86_cpu& cpu, nlohmann::ordered_json& element)> add;
-    const char* doing = nullptr; // what it does, where that takes its time
+    const char* doing = nullptr; // for the progress bar, where it takes a while
 };
 
 // Everything about the machine: all its processors and packages; or about the processors that the request's operands

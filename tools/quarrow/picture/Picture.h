@@ -19,7 +19,7 @@ struct PictureCache {
 // What is drawn as a box: a package, some of its cores around the caches that they share, or a core.
 struct PictureBox {
     zel::String title;                // "Package 0: AMD EPYC", "Core 3"; empty for a group of cores
-    zel::String note;                 // what all cores inside have, where they do not say it themselves
+    zel::String note;                 // what all cores inside have, where it is not said in each of them
     std::vector<PictureBox> inside;   // none in a core
     std::vector<zel::String> threads; // of a core: logical processor numbers
     std::vector<PictureCache> caches; // each shared by all in the box and by nothing else
@@ -31,7 +31,7 @@ struct PictureBox {
 PictureBox picturePackage(const libQuarrow::cpu::x86_physical_cpu& package, libQuarrow::cpu::x86_cache_sharing& sharing,
                           std::size_t number);
 // A box for each package, in order. Where there are many cores, those that are alike have no title and no caches; the
-// note of the box around them tells what they have.
+// note of the box around them says what they have.
 std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree,
                                   libQuarrow::cpu::x86_cache_sharing& sharing);
 
