@@ -26,7 +26,8 @@ all:
 report: all
 	@build/release/bin/quarrow
 
-# Builds and tests Linux, Linux under sanitizers, and Windows under Wine. CORPUS=FOLDER adds a folder of CPUID dumps.
+# Builds and tests Linux, Linux under sanitizers, and Windows under Wine. CORPUS=FOLDER adds a folder of CPUID dumps;
+# several stand with blanks between them.
 test: test-linux test-linux-asan test-windows
 
 test-linux test-linux-asan: test-%:

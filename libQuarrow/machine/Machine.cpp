@@ -22,6 +22,14 @@ Clock::~Clock() = default;
 Machine::Machine() = default;
 Machine::~Machine() = default;
 
+std::optional<NumaNodes> Machine::numaNodes() {
+    return std::nullopt;
+}
+
+bool Machine::numbersProcessorsByGroup() const {
+    return false;
+}
+
 const void* Machine::keptObject(std::type_index type, const std::function<std::shared_ptr<void>()>& make) {
     KeptObject* kept = nullptr;
     {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/machine/NumaNodes.h>
 #include <libQuarrow/machine/cpuid_args.h>
 #include <libQuarrow/quarrow_export.h>
 
@@ -7,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <typeindex>
 
 namespace libKernelMode {
@@ -58,6 +60,11 @@ class QUARROW_EXPORT Machine {
     virtual std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() = 0;
     virtual Clock& clock() = 0;
     virtual libKernelMode::DriverBackend& drivers() = 0;
+    // None where the operating system does not tell them, as it is by default.
+    virtual std::optional<NumaNodes> numaNodes();
+    // Whether the operating system numbers its processors group by group, without gaps between groups, as Windows does;
+    // false, as it is by default: processor n is bit n mod 64 of group n / 64.
+    virtual bool numbersProcessorsByGroup() const;
 
     // The value of type T that belongs to this machine, made by `make` on first use and kept until the machine ends.
     // Any thread may be first; the others wait for it. `make` may ask for values of other types, not for T.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/machine/NumaNodes.h>
 #include <libQuarrow/machine/cpuid_args.h>
 
 #include <boost/optional.hpp>
@@ -33,9 +34,11 @@ struct Recording {
     boost::optional<std::uint64_t> tscHertz;      // time-stamp counter rate; never 0
     std::map<std::uint64_t, std::uint8_t> memory; // physical address to byte
     std::map<std::uint16_t, std::uint8_t> ports;  // I/O port to byte
+    NumaNodes numaNodes;                          // empty: not known
 
     friend bool operator==(const Recording& a, const Recording& b) {
-        return a.processors == b.processors && a.tscHertz == b.tscHertz && a.memory == b.memory && a.ports == b.ports;
+        return a.processors == b.processors && a.tscHertz == b.tscHertz && a.memory == b.memory && a.ports == b.ports &&
+               a.numaNodes == b.numaNodes;
     }
     friend bool operator!=(const Recording& a, const Recording& b) { return !(a == b); }
 };

@@ -6,6 +6,7 @@
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <tests/corpus/FlagNames.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 using namespace libQuarrow;
@@ -15,16 +16,6 @@ using std::to_string;
 namespace {
 
 using Labels = std::vector<std::string>;
-
-// "a a b c" for any labels: the same partition gives the same text.
-std::string partition(const Labels& labels) {
-    std::map<std::string, std::size_t> numbers;
-    std::string text;
-    for (const std::string& label : labels) {
-        text += (text.empty() ? "" : " ") + to_string(numbers.emplace(label, numbers.size()).first->second);
-    }
-    return text;
-}
 
 void addPlaces(Facts& facts, const Labels& packages, const Labels& cores) {
     facts["package of each"] = partition(packages);
@@ -38,14 +29,24 @@ std::string cacheName(const cpu::x86_cache& cache) {
     return cpu::x86_cache::levelText(cache.getCacheLevel()) + std::string(type);
 }
 
-// The processors that an instance serves: those that its topology IDs match or, without IDs, only how many they are.
+// The processors that an instance serves: those that its topology IDs match, the lowest in the last digit of a
+// hexadecimal number, or, without IDs, only how many they are.
 std::string sharers(const cpu::x86_cache& cache, const zel::Array<x86_cpu>& cpus) {
-    std::uint64_t mask = 0;
-    for (std::size_t i = 0; i < cpus.size() && i < 64; ++i) {
-        unsigned int id = 0;
-        mask |= std::uint64_t{cpus[i].getApicId(id) && cache.matchesApicId(id)} << i;
+    std::string digits;
+    for (std::size_t first = 0; first < cpus.size(); first += 4) {
+        unsigned int digit = 0;
+        for (std::size_t i = first; i < first + 4 && i < cpus.size(); ++i) {
+            unsigned int id = 0;
+            digit |= cpus[i].getApicId(id) && cache.matchesApicId(id) ? 1U << (i - first) : 0;
+        }
+        digits.insert(digits.begin(), "0123456789abcdef"[digit]);
     }
-    return mask != 0 ? zel::String::SprintfFormat("0x%08x", mask).toUtf8() : to_string(cache.getThreadsSharing());
+    const std::size_t significant = digits.find_first_not_of('0');
+    if (significant == std::string::npos) {
+        return to_string(cache.getThreadsSharing());
+    }
+    digits.erase(0, std::min(significant, digits.size() - std::min<std::size_t>(digits.size(), 8)));
+    return "0x" + std::string(digits.size() < 8 ? 8 - digits.size() : 0, '0') + digits;
 }
 
 void addCaches(Facts& facts, const zel::Array<x86_cpu>& cpus, std::size_t number) {
@@ -85,6 +86,15 @@ void addFlags(Facts& facts, const std::string& vendor, const std::string& listed
 }
 
 } // namespace
+
+std::string partition(const std::vector<std::string>& labels) {
+    std::map<std::string, std::size_t> numbers;
+    std::string text;
+    for (const std::string& label : labels) {
+        text += (text.empty() ? "" : " ") + to_string(numbers.emplace(label, numbers.size()).first->second);
+    }
+    return text;
+}
 
 Facts quarrowFacts(const std::string& path) {
     os::RecordingError error;

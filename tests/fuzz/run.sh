@@ -1,9 +1,10 @@
 #!/bin/sh
 # Runs every built fuzz target for SECONDS each (60 unless told), seeded with the project's own machines and, where given,
-# the dumps of a folder: tests/fuzz/run.sh BUILD_FOLDER [SECONDS] [FOLDER]
+# the dumps of folders: tests/fuzz/run.sh BUILD_FOLDER [SECONDS] [FOLDER...]
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
-build=$1 seconds=${2:-60} dumps=${3:-}
+build=$1 seconds=${2:-60}
+[ $# -lt 2 ] && shift $# || shift 2
 failed=""
 for target in "$build"/bin/*_fuzz; do
     name=$(basename "$target")
@@ -11,7 +12,9 @@ for target in "$build"/bin/*_fuzz; do
     mkdir -p "$corpus" "$build/findings"
     if [ "$name" = recording_fuzz ]; then
         cp "$here"/../machines/*.txt "$corpus"
-        [ -z "$dumps" ] || cp "$dumps"/*.txt "$corpus"
+        for folder in "$@"; do
+            cp "$folder"/*.txt "$corpus"
+        done
     fi
     echo "$name: $seconds s"
     "$target" -max_total_time="$seconds" -timeout=1 -rss_limit_mb=4096 -print_final_stats=1 \

@@ -33,6 +33,8 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     }
     libQuarrow::os::Clock& clock() override { return clockInstead != nullptr ? *clockInstead : m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
+    std::optional<libQuarrow::os::NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
+    bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
 
   private:
     using WinAffinity = libQuarrow::cpu::WinAffinity;

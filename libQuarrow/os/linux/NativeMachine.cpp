@@ -2,6 +2,7 @@
 
 #include <libKernelMode/DriverBackend.h>
 #include <libQuarrow/os/InstructionRoutines.h>
+#include <libQuarrow/os/linux/SystemNumaNodes.h>
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
 
 #include <ctime>
@@ -93,6 +94,7 @@ class NativeMachine final : public Machine {
     std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() override { return std::make_shared<cpu::LinuxAffinityAPI>(); }
     Clock& clock() override { return m_clock; }
     libKernelMode::DriverBackend& drivers() override { return libKernelMode::nativeDriverBackend(); }
+    std::optional<NumaNodes> numaNodes() override { return readNumaNodes("/sys/devices/system/node"); }
 
   private:
     InstructionRoutines m_instructions;

@@ -93,6 +93,7 @@ boost::optional<Recording> recordCurrentMachine(RecordingError& error, bool thre
                                   : "this machine cannot be recorded: its processors cannot be listed";
         return boost::none;
     }
+    recording->numaNodes = currentMachine().numaNodes().value_or(NumaNodes());
     addRateAndMsrs(threadAffinity, *recording);
     return recording;
 }

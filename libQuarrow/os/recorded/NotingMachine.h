@@ -18,6 +18,8 @@ class NotingMachine : public Machine, private libKernelMode::DriverBackend {
     std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() override { return m_machine.createAffinityAPI(); }
     Clock& clock() override { return m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return *this; }
+    std::optional<NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
+    bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
 
   private:
     std::unique_ptr<libKernelMode::MsrAccess> openMsr(std::string& reason) override;

@@ -32,6 +32,11 @@ libKernelMode::DriverBackend& RecordedMachine::drivers() {
     return *m_drivers;
 }
 
+std::optional<NumaNodes> RecordedMachine::numaNodes() {
+    const NumaNodes& nodes = m_state->recording.numaNodes;
+    return nodes.empty() ? std::nullopt : std::make_optional(nodes);
+}
+
 bool RecordedMachine::isTscRateKnown() const {
     return m_clock->isTscRateKnown();
 }

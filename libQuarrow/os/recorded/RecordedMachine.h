@@ -36,6 +36,7 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() override;
     Clock& clock() override;
     libKernelMode::DriverBackend& drivers() override;
+    std::optional<NumaNodes> numaNodes() override;
 
     // Whether the recording tells the rate of the time-stamp counter, so that a measurement is more than 1 GHz made up.
     bool isTscRateKnown() const;

@@ -2,6 +2,7 @@
 
 #include <libKernelMode/DriverBackend.h>
 #include <libQuarrow/os/InstructionRoutines.h>
+#include <libQuarrow/os/windows/CpuNumaAPI.h>
 #include <libQuarrow/os/windows/cpu/x86/WinGroupAffinityAPI.h>
 #include <libQuarrow/os/windows/cpu/x86/WinLegacyAffinityAPI.h>
 
@@ -52,6 +53,8 @@ class NativeMachine final : public Machine {
     }
     Clock& clock() override { return m_clock; }
     libKernelMode::DriverBackend& drivers() override { return libKernelMode::nativeDriverBackend(); }
+    std::optional<NumaNodes> numaNodes() override { return CpuNumaAPI().nodes(); }
+    bool numbersProcessorsByGroup() const override { return true; }
 
   private:
     InstructionRoutines m_instructions;

@@ -25,6 +25,7 @@ class QuarrowFormatReader : public FormatReader {
     LineKind readTsc(LineCursor cursor);
     LineKind readMemory(LineCursor cursor);
     LineKind readPort(LineCursor cursor);
+    LineKind readNode(LineCursor cursor);
     // The bytes after the address, at that address and those after it. False when they are none, or do not fit.
     template <class Address>
     static bool readBytes(LineCursor cursor, Address address, std::map<Address, std::uint8_t>& bytes);
@@ -73,7 +74,7 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
         {"0x", &QuarrowFormatReader::readLeaf},      {"CPU", &QuarrowFormatReader::readProcessor},
         {"xcr0 0x", &QuarrowFormatReader::readXcr0}, {"msr 0x", &QuarrowFormatReader::readMsr},
         {"tsc ", &QuarrowFormatReader::readTsc},     {"memory 0x", &QuarrowFormatReader::readMemory},
-        {"port 0x", &QuarrowFormatReader::readPort},
+        {"port 0x", &QuarrowFormatReader::readPort}, {"node ", &QuarrowFormatReader::readNode},
     };
     for (const Row& row : rows) {
         if (cursor.accept(row.keyword)) {
@@ -85,8 +86,9 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
         return LineKind::decisive;
     }
     return m_headed
-               ? malformed("expected a line of a Quarrow recording (CPU, 0x, xcr0, msr, tsc, memory, port, \"end of "
-                           "recording\") or a comment that begins with #")
+               ? malformed(
+                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, msr, tsc, node, memory, port, \"end of "
+                     "recording\") or a comment that begins with #")
                : LineKind::other;
 }
 
@@ -187,6 +189,27 @@ LineKind QuarrowFormatReader::readTsc(LineCursor cursor) {
     }
     builder().recording().tscHertz = hertz;
     return accepted();
+}
+
+// node 1: group 0 mask 0x00000000000000f0, once for each of its groups; of a node without processors node 1:
+LineKind QuarrowFormatReader::readNode(LineCursor cursor) {
+    if (!m_headed) {
+        return LineKind::other; // words of another program
+    }
+    std::uint32_t node = 0;
+    std::uint16_t group = 0;
+    std::uint64_t mask = 0;
+    bool matches = cursor.decimal(node) && cursor.accept(":");
+    NumaNodes& nodes = builder().recording().numaNodes;
+    if (matches && lineEnds(cursor)) {
+        matches = nodes.emplace(node, NumaNodes::mapped_type()).second;
+    } else {
+        matches = matches && cursor.accept(" group ") && cursor.decimal(group) && cursor.accept(" mask 0x") &&
+                  cursor.hex(mask) && mask != 0 && lineEnds(cursor) && nodes[node].emplace(group, mask).second;
+    }
+    return matches ? LineKind::decisive
+                   : malformed("expected \"node NUMBER: group GROUP mask 0xMASK\" with 16 hexadecimal digits that are "
+                               "not all 0, each group of a node once");
 }
 
 template <class Address>

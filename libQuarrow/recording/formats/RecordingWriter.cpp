@@ -30,6 +30,17 @@ void writeProcessor(const RecordedProcessor& processor, std::size_t number, std:
     }
 }
 
+void writeNodes(const NumaNodes& nodes, std::ostream& out) {
+    for (const auto& [node, masks] : nodes) {
+        if (masks.empty()) {
+            write(out, "node %u:\n", node);
+        }
+        for (const auto& [group, mask] : masks) {
+            write(out, "node %u: group %u mask 0x%016I64x\n", node, group, mask);
+        }
+    }
+}
+
 // Runs of neighbouring bytes; a new line at a gap and at every 16th address. `digits`: of an address.
 template <class Address>
 void writeBytes(const char* what, int digits, const std::map<Address, std::uint8_t>& bytes, std::ostream& out) {
@@ -53,6 +64,7 @@ void writeRecording(const Recording& recording, std::ostream& out) {
     if (recording.tscHertz) {
         write(out, "tsc %I64u\n", *recording.tscHertz);
     }
+    writeNodes(recording.numaNodes, out);
     std::size_t number = 0;
     for (const RecordedProcessor& processor : recording.processors) {
         writeProcessor(processor, number++, out);

@@ -25,7 +25,7 @@ struct VersionLeaf {
     explicit constexpr VersionLeaf(const cpuid_args& r)
         : signature(r.eax), brandIndex(bits(r.ebx, 7, 0)), clflushBytes(bits(r.ebx, 15, 8) * 8),
           logicalProcessors(bits(r.ebx, 23, 16)), initialApicId(bits(r.ebx, 31, 24)), osxsave(bit(r.ecx, 27)),
-          avx(bit(r.ecx, 28)), htt(bit(r.edx, 28)) {}
+          avx(bit(r.ecx, 28)), hypervisor(bit(r.ecx, 31)), apic(bit(r.edx, 9)), htt(bit(r.edx, 28)) {}
 
     std::uint32_t signature;         // EAX
     std::uint32_t brandIndex;        // EBX bits 7 to 0
@@ -34,6 +34,8 @@ struct VersionLeaf {
     std::uint32_t initialApicId;     // EBX bits 31 to 24
     bool osxsave;                    // ECX bit 27
     bool avx;                        // ECX bit 28
+    bool hypervisor;                 // ECX bit 31: set by hypervisors
+    bool apic;                       // EDX bit 9
     bool htt;                        // EDX bit 28: the package has, or has room for, several logical processors
 };
 
@@ -80,6 +82,41 @@ struct PowerLeaf {
 
     bool turbo;      // EAX bit 1: turbo is there and switched on
     bool aperfMperf; // ECX bit 0: MSRs 0xE7 and 0xE8 are there
+};
+
+// Leaf 7, of which this is no table of features. Intel.
+struct HybridLeaf {
+    static constexpr std::uint32_t number = 7;
+    explicit constexpr HybridLeaf(const cpuid_args& r) : hybrid(bit(r.edx, 15)) {}
+
+    bool hybrid; // EDX bit 15: the package has cores of several types
+};
+
+// Leaf 0x1A: which core of a hybrid this is. Intel.
+struct CoreTypeLeaf {
+    static constexpr std::uint32_t number = 0x1A;
+    enum Type : std::uint32_t { atom = 0x20, core = 0x40 };
+    explicit constexpr CoreTypeLeaf(const cpuid_args& r) : eax(r.eax), type(bits(r.eax, 31, 24)) {}
+
+    std::uint32_t eax;  // the whole of it: type and model
+    std::uint32_t type; // EAX bits 31 to 24
+};
+
+// Leaf 0x18: one translation lookaside buffer per sub-leaf, up to the one that sub-leaf 0 names. Intel.
+struct TlbLeaf {
+    static constexpr std::uint32_t number = 0x18;
+    enum Type : std::uint32_t { none = 0, data = 1, instruction = 2, unified = 3, load = 4, store = 5 };
+    explicit constexpr TlbLeaf(const cpuid_args& r)
+        : lastSubleaf(r.eax), pages(bits(r.ebx, 3, 0)), ways(bits(r.ebx, 31, 16)), sets(r.ecx), type(bits(r.edx, 4, 0)),
+          level(bits(r.edx, 7, 5)), fullyAssociative(bit(r.edx, 8)) {}
+
+    std::uint32_t lastSubleaf; // EAX of sub-leaf 0
+    std::uint32_t pages;       // EBX bits 3 to 0: 1 GB, 4 MB, 2 MB, 4 KB
+    std::uint32_t ways;        // EBX bits 31 to 16
+    std::uint32_t sets;        // ECX
+    std::uint32_t type;        // EDX bits 4 to 0; above 5 undefined
+    std::uint32_t level;       // EDX bits 7 to 5
+    bool fullyAssociative;     // EDX bit 8
 };
 
 // Leaves 0xB and 0x1F (Intel; 0xB: AMD too) and leaf 0x80000026 (AMD): one level of the topology per sub-leaf, inner
@@ -135,6 +172,56 @@ struct L1CacheLeaf {
     Cache instruction; // EDX
 };
 
+// Leaf 0x80000005: first-level translation lookaside buffers. AMD.
+struct L1TlbLeaf {
+    static constexpr std::uint32_t number = 0x80000005;
+    struct Pages {
+        explicit constexpr Pages(std::uint32_t r)
+            : dataEntries(bits(r, 23, 16)), dataAssociativity(bits(r, 31, 24)), instructionEntries(bits(r, 7, 0)),
+              instructionAssociativity(bits(r, 15, 8)) {}
+
+        std::uint32_t dataEntries;              // bits 23 to 16
+        std::uint32_t dataAssociativity;        // bits 31 to 24: as in L1CacheLeaf
+        std::uint32_t instructionEntries;       // bits 7 to 0
+        std::uint32_t instructionAssociativity; // bits 15 to 8
+    };
+    explicit constexpr L1TlbLeaf(const cpuid_args& r) : large(r.eax), small(r.ebx) {}
+
+    Pages large; // EAX: pages of 2 MB; one of 4 MB takes two entries
+    Pages small; // EBX: pages of 4 KB
+};
+
+// A register of leaf 0x80000006 or 0x80000019 that tells translation lookaside buffers. AMD.
+struct CodedTlbs {
+    explicit constexpr CodedTlbs(std::uint32_t r)
+        : dataEntries(bits(r, 27, 16)), dataAssociativity(bits(r, 31, 28)), instructionEntries(bits(r, 11, 0)),
+          instructionAssociativity(bits(r, 15, 12)), unified(bits(r, 31, 16) == 0) {}
+
+    std::uint32_t dataEntries;              // bits 27 to 16
+    std::uint32_t dataAssociativity;        // bits 31 to 28: a code, not ways
+    std::uint32_t instructionEntries;       // bits 11 to 0
+    std::uint32_t instructionAssociativity; // bits 15 to 12: a code, not ways
+    bool unified;                           // nothing in bits 31 to 16: the others are of both
+};
+
+// Leaf 0x80000006: second-level translation lookaside buffers. AMD.
+struct L2TlbLeaf {
+    static constexpr std::uint32_t number = 0x80000006;
+    explicit constexpr L2TlbLeaf(const cpuid_args& r) : large(r.eax), small(r.ebx) {}
+
+    CodedTlbs large; // EAX: pages of 2 MB; one of 4 MB takes two entries
+    CodedTlbs small; // EBX: pages of 4 KB
+};
+
+// Leaf 0x80000019: translation lookaside buffers of pages of 1 GB. AMD.
+struct GigabyteTlbLeaf {
+    static constexpr std::uint32_t number = 0x80000019;
+    explicit constexpr GigabyteTlbLeaf(const cpuid_args& r) : l1(r.eax), l2(r.ebx) {}
+
+    CodedTlbs l1; // EAX
+    CodedTlbs l2; // EBX
+};
+
 // Leaf 0x80000006: second- and third-level cache. AMD; Intel: the second-level cache only.
 struct L2L3CacheLeaf {
     static constexpr std::uint32_t number = 0x80000006;
@@ -150,14 +237,26 @@ struct L2L3CacheLeaf {
     std::uint32_t l3LineBytes;     // EDX bits 7 to 0
 };
 
+// Leaf 0x80000008: widths of addresses. Intel, AMD.
+struct AddressSizesLeaf {
+    static constexpr std::uint32_t number = 0x80000008;
+    explicit constexpr AddressSizesLeaf(const cpuid_args& r)
+        : told(r.eax != 0), physicalBits(bits(r.eax, 7, 0)), linearBits(bits(r.eax, 15, 8)) {}
+
+    bool told;
+    std::uint32_t physicalBits; // EAX bits 7 to 0
+    std::uint32_t linearBits;   // EAX bits 15 to 8
+};
+
 // Leaf 0x80000008: how many processors a package has. AMD.
 struct PackageSizeLeaf {
     static constexpr std::uint32_t number = 0x80000008;
     explicit constexpr PackageSizeLeaf(const cpuid_args& r)
-        : threads(bits(r.ecx, 7, 0) + 1), apicIdBits(bits(r.ecx, 15, 12)) {}
+        : threads(bits(r.ecx, 7, 0) + 1), apicIdBits(bits(r.ecx, 15, 12)), told(r.ecx != 0) {}
 
     std::uint32_t threads;    // ECX bits 7 to 0 (NC), plus 1: logical processors, called cores up to family 0x16
     std::uint32_t apicIdBits; // ECX bits 15 to 12 (ApicIdSize): of the ID within the package; 0: by `threads`
+    bool told;                // ECX is not 0: one processor says so, others that they do not know the fields
 };
 
 // Leaf 0x8000001E: where a processor sits. AMD, where leaf 0x80000001 says topology extensions.

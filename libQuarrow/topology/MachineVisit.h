@@ -1,0 +1,11 @@
+#pragma once
+
+#include <libQuarrow/topology/Topology.h>
+
+// Private to the library: takes the topology of the current machine.
+
+namespace libQuarrow::topology {
+
+std::optional<Topology> visitMachine(bool useThreadAffinity);
+
+} // namespace libQuarrow::topology

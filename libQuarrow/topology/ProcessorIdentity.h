@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <tuple>
+
+namespace libQuarrow::topology {
+
+// The hypervisor that a processor says it runs under (leaf 1 ECX bit 31).
+struct Hypervisor {
+    std::string signature;                  // leaf 0x40000000: "KVMKVMKVM"; empty where it does not answer
+    std::optional<std::uint32_t> interface; // leaf 0x40000001 EAX: "Hv#1" is 0x31237648
+
+    auto all() const { return std::tie(signature, interface); }
+    friend bool operator==(const Hypervisor& a, const Hypervisor& b) { return a.all() == b.all(); }
+    friend bool operator<(const Hypervisor& a, const Hypervisor& b) { return a.all() < b.all(); }
+};
+
+// Who a processor is, whoever made it.
+struct ProcessorIdentity {
+    std::string vendor;          // leaf 0, up to a zero byte: "GenuineIntel"
+    std::string brand;           // leaves 0x80000002 to 4, without blanks at the ends; may be empty
+    std::uint32_t signature = 0; // leaf 1 EAX; 0 without leaf 1
+    std::uint32_t family = 0;    // with the extended family
+    std::uint32_t model = 0;     // with the extended model
+    std::uint32_t stepping = 0;
+    std::uint32_t brandIndex = 0;  // leaf 1 EBX bits 0 to 7
+    std::uint32_t packageType = 0; // leaf 0x80000001 EBX bits 28 to 31, AMD and Hygon
+    std::uint32_t maxLeaf = 0;
+    std::uint32_t maxExtendedLeaf = 0;     // 0: none
+    std::optional<std::uint32_t> coreType; // leaf 0x1A EAX where leaf 7 says hybrid: type in bits 24 to 31, model below
+    std::optional<std::uint32_t> physicalAddressBits; // leaf 0x80000008 EAX bits 0 to 7
+    std::optional<std::uint32_t> linearAddressBits;   // bits 8 to 15
+    std::optional<Hypervisor> hypervisor;
+
+    auto all() const {
+        return std::tie(vendor, brand, signature, family, model, stepping, brandIndex, packageType, maxLeaf,
+                        maxExtendedLeaf, coreType, physicalAddressBits, linearAddressBits, hypervisor);
+    }
+    friend bool operator==(const ProcessorIdentity& a, const ProcessorIdentity& b) { return a.all() == b.all(); }
+    friend bool operator<(const ProcessorIdentity& a, const ProcessorIdentity& b) { return a.all() < b.all(); }
+};
+
+} // namespace libQuarrow::topology

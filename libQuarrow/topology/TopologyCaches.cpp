@@ -1,0 +1,239 @@
+// Which caches there are, who shares them, and what follows from that: complexes, modules and kinds of core that no
+// leaf names.
+
+#include <libQuarrow/topology/TopologyBuilder.h>
+
+#include <algorithm>
+#include <set>
+
+namespace libQuarrow::topology {
+namespace {
+
+// Scopes of sharers' keys.
+enum Scope : std::uint64_t { byId = 0, byCore = 1, byNode = 2, byPackage = 3, byComplex = 4 };
+
+constexpr std::uint64_t scopeOf(Scope scope, std::uint32_t number) {
+    return std::uint64_t{scope} << 32 | number;
+}
+
+bool isAmd(const ProcessorIdentity& identity) {
+    return identity.vendor == "AuthenticAMD" || identity.vendor == "HygonGenuine";
+}
+
+} // namespace
+
+// Leaf 0x8000001D says how many IDs share an L3, and powers of two of them. Where the nodes of leaf 0x8000001E would be
+// torn by that, the nodes are right: parts of family 15h with six cores a die.
+bool TopologyBuilder::nodesHold() const {
+    std::map<std::pair<std::uint32_t, std::uint64_t>, std::uint32_t> nodes; // of package and lowest ID
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        const Member& member = m_members[i];
+        for (const CacheFacts& cache : modelOf(member).facts->caches) {
+            if (cache.figures.level != 3 || cache.sharing != CacheSharing::ids || !member.place.node) {
+                continue;
+            }
+            const auto key =
+                std::make_pair(m_topology.m_processors[i].package, member.id >> cache.idShift << cache.idShift);
+            if (nodes.emplace(key, *member.place.node).first->second != *member.place.node) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// What is the same of all processors that share the cache with this one. No cache is shared between packages.
+std::optional<ObjectKey> TopologyBuilder::sharersKey(std::size_t index, const CacheFacts& cache, bool byNodes) const {
+    const Member& member = m_members[index];
+    const Processor& processor = m_topology.m_processors[index];
+    const bool l3 = cache.figures.level == 3;
+    switch (cache.sharing) {
+    case CacheSharing::ids:
+        if (l3 && processor.complex) {
+            return ObjectKey{scopeOf(byComplex, 0), *processor.complex};
+        }
+        if (l3 && byNodes && member.place.node) {
+            return ObjectKey{scopeOf(byNode, processor.package), *member.place.node};
+        }
+        return ObjectKey{scopeOf(byId, processor.package), member.id >> cache.idShift << cache.idShift};
+    case CacheSharing::core:
+        return ObjectKey{scopeOf(byCore, 0), processor.core};
+    case CacheSharing::package:
+        return processor.die ? ObjectKey{scopeOf(byNode, processor.package), *processor.die}
+                             : ObjectKey{scopeOf(byPackage, 0), processor.package};
+    case CacheSharing::notTold:
+        break;
+    }
+    // A package of one core leaves no doubt.
+    const ProcessorSet& package = m_topology.m_packages[processor.package];
+    const bool oneCore = package.count() == m_topology.m_cores[processor.core].count();
+    return oneCore ? std::make_optional(ObjectKey{scopeOf(byPackage, 0), processor.package}) : std::nullopt;
+}
+
+void TopologyBuilder::findCaches() {
+    std::map<CacheFigures, std::uint32_t> numbers;
+    for (const Model& model : m_modelOf) {
+        for (const CacheFacts& cache : model.facts->caches) {
+            numbers[cache.figures];
+        }
+    }
+    std::vector<Cache>& caches = m_topology.m_caches;
+    for (auto& [figures, number] : numbers) {
+        number = static_cast<std::uint32_t>(caches.size());
+        caches.push_back({figures, {}, std::vector<ProcessorSet>()});
+    }
+    const bool byNodes = nodesHold();
+    std::vector<Numberer> numberers(caches.size());
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        Processor& processor = m_topology.m_processors[i];
+        const std::vector<CacheFacts>& own = modelOf(m_members[i]).facts->caches;
+        processor.caches.reserve(own.size());
+        for (const CacheFacts& facts : own) {
+            const std::uint32_t number = numbers.find(facts.figures)->second;
+            Cache& cache = caches[number];
+            cache.processors.insert(processor.number);
+            const auto key = sharersKey(i, facts, byNodes);
+            Processor::CacheUse use{number, std::nullopt};
+            if (key && cache.sharedBy) {
+                use.instance = numberers[number](*key);
+                cache.sharedBy->resize(numberers[number].count());
+                (*cache.sharedBy)[*use.instance].insert(processor.number);
+            } else {
+                cache.sharedBy.reset();
+            }
+            processor.caches.push_back(use);
+        }
+    }
+    for (Processor& processor : m_topology.m_processors) {
+        for (Processor::CacheUse& use : processor.caches) {
+            use.instance = caches[use.cache].sharedBy ? use.instance : std::nullopt;
+        }
+    }
+}
+
+// The data or unified cache of that level that each processor uses.
+TopologyBuilder::Numbers TopologyBuilder::instancesOf(std::uint32_t level) const {
+    Numbers instances(m_members.size(), noNumber);
+    Numberer numberer;
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        for (const Processor::CacheUse& use : m_topology.m_processors[i].caches) {
+            const CacheFigures& figures = m_topology.m_caches[use.cache].figures;
+            if (figures.level == level && use.instance &&
+                (figures.type == CacheType::data || figures.type == CacheType::unified)) {
+                instances[i] = numberer({use.cache, *use.instance});
+            }
+        }
+    }
+    return instances;
+}
+
+// Whether each processor is in a group, each core in one, and each group in one object of the levels around it.
+bool TopologyBuilder::nests(const Numbers& groups) const {
+    std::map<std::uint32_t, std::uint32_t> groupOfCore;
+    std::map<std::uint32_t, const Processor*> firstOfGroup;
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        const Processor& processor = m_topology.m_processors[i];
+        const Processor& first = *firstOfGroup.emplace(groups[i], &processor).first->second;
+        if (groups[i] == noNumber || groupOfCore.emplace(processor.core, groups[i]).first->second != groups[i] ||
+            first.package != processor.package || first.die != processor.die || first.complex != processor.complex) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool TopologyBuilder::splitsPackages(const Numbers& groups) const {
+    std::map<std::uint32_t, std::uint32_t> groupOfPackage;
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        if (groupOfPackage.emplace(m_topology.m_processors[i].package, groups[i]).first->second != groups[i]) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool TopologyBuilder::joinsCores(const Numbers& groups) const {
+    std::map<std::uint32_t, std::uint32_t> coreOfGroup;
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        const std::uint32_t core = m_topology.m_processors[i].core;
+        if (coreOfGroup.emplace(groups[i], core).first->second != core) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Where no leaf names complexes: the cores of an L3, where a package has several, and on AMD's from Zen on, which are
+// made of them.
+void TopologyBuilder::deriveComplexes() {
+    const Numbers groups = instancesOf(3);
+    if (!m_topology.m_complexes.empty() || !nests(groups)) {
+        return;
+    }
+    const bool zen = std::all_of(m_modelOf.begin(), m_modelOf.end(), [](const Model& model) {
+        return isAmd(model.facts->identity) && model.facts->identity.family >= 0x17;
+    });
+    if (zen || splitsPackages(groups)) {
+        for (std::size_t i = 0; i < groups.size(); ++i) {
+            m_topology.m_processors[i].complex = groups[i];
+        }
+        fillSets(m_topology.m_complexes, groups, m_members);
+    }
+}
+
+// Where no leaf names modules: the cores of an L2, where several share one and a package has several.
+void TopologyBuilder::deriveModules() {
+    const Numbers groups = instancesOf(2);
+    if (m_topology.m_modules.empty() && nests(groups) && splitsPackages(groups) && joinsCores(groups)) {
+        for (std::size_t i = 0; i < groups.size(); ++i) {
+            m_topology.m_processors[i].module = groups[i];
+        }
+        fillSets(m_topology.m_modules, groups, m_members);
+    }
+}
+
+// For each package the L3 that its performance cores use; where there are none that do, the L3 of all of its cores.
+std::vector<std::set<std::uint32_t>> TopologyBuilder::sharedL3(const Numbers& l3) const {
+    std::vector<std::set<std::uint32_t>> shared(m_topology.m_packages.size());
+    std::vector<std::set<std::uint32_t>> ofAll = shared;
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        if (l3[i] != noNumber) {
+            const std::uint32_t package = m_topology.m_processors[i].package;
+            ofAll[package].insert(l3[i]);
+            if (modelOf(m_members[i]).facts->kind == CoreKind::performance) {
+                shared[package].insert(l3[i]);
+            }
+        }
+    }
+    for (std::size_t package = 0; package < shared.size(); ++package) {
+        if (shared[package].empty()) {
+            shared[package] = ofAll[package];
+        }
+    }
+    return shared;
+}
+
+// Kinds as the leaves tell them. AMD's say that there are several on parts with one, so of those both must be there.
+void TopologyBuilder::tellKinds() {
+    std::set<CoreKind> amdKinds;
+    for (const Model& model : m_modelOf) {
+        if (model.facts->kind && !model.facts->identity.coreType) {
+            amdKinds.insert(*model.facts->kind);
+        }
+    }
+    const Numbers l3 = instancesOf(3);
+    const std::vector<std::set<std::uint32_t>> shared = sharedL3(l3);
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        const ModelFacts& facts = *modelOf(m_members[i]).facts;
+        Processor& processor = m_topology.m_processors[i];
+        if (!facts.identity.coreType) {
+            processor.kind = amdKinds.size() > 1 ? facts.kind : std::nullopt;
+            continue;
+        }
+        const std::set<std::uint32_t>& others = shared[processor.package];
+        const bool outside = !others.empty() && others.count(l3[i]) == 0;
+        processor.kind = facts.kind == CoreKind::efficient && outside ? CoreKind::lowPower : facts.kind;
+    }
+}
+
+} // namespace libQuarrow::topology
