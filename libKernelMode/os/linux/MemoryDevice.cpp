@@ -46,7 +46,7 @@ class Mapping {
 };
 
 template <class T>
-void readUnits(const volatile std::uint8_t* device, std::uint8_t* buffer, std::uint32_t size) {
+void readAll(const volatile std::uint8_t* device, std::uint8_t* buffer, std::uint32_t size) {
     for (std::uint32_t i = 0; i < size; i += sizeof(T)) {
         const T value = *reinterpret_cast<const volatile T*>(device + i);
         std::memcpy(buffer + i, &value, sizeof(T));
@@ -54,12 +54,25 @@ void readUnits(const volatile std::uint8_t* device, std::uint8_t* buffer, std::u
 }
 
 template <class T>
-void writeUnits(volatile std::uint8_t* device, const std::uint8_t* buffer, std::uint32_t size) {
+void writeAll(volatile std::uint8_t* device, const std::uint8_t* buffer, std::uint32_t size) {
     for (std::uint32_t i = 0; i < size; i += sizeof(T)) {
         T value = 0;
         std::memcpy(&value, buffer + i, sizeof(T));
         *reinterpret_cast<volatile T*>(device + i) = value;
     }
+}
+
+// A mapping begins with a page, so that a place in it is aligned as its physical address is.
+std::uint32_t accessWidth(const volatile std::uint8_t* device, std::uint32_t size, std::uint32_t unitBytes) {
+    if (unitBytes != 0) {
+        return unitBytes;
+    }
+    for (const std::uint32_t width : {8u, 4u, 2u}) {
+        if (reinterpret_cast<std::uintptr_t>(device) % width == 0 && size % width == 0) {
+            return width;
+        }
+    }
+    return 1;
 }
 
 class MemoryDevice : public MemoryAccess {
@@ -74,9 +87,7 @@ class MemoryDevice : public MemoryAccess {
         if (mapping.bytes() == nullptr) {
             return false;
         }
-        const auto move = unitFunction(address, size, unitBytes, readUnits<std::uint8_t>, readUnits<std::uint16_t>,
-                                       readUnits<std::uint32_t>, readUnits<std::uint64_t>);
-        move(mapping.bytes(), static_cast<std::uint8_t*>(buffer), size);
+        readUnits(mapping.bytes(), buffer, size, unitBytes);
         return true;
     }
 
@@ -88,46 +99,45 @@ class MemoryDevice : public MemoryAccess {
         if (mapping.bytes() == nullptr) {
             return false;
         }
-        const auto move = unitFunction(address, size, unitBytes, writeUnits<std::uint8_t>, writeUnits<std::uint16_t>,
-                                       writeUnits<std::uint32_t>, writeUnits<std::uint64_t>);
-        move(mapping.bytes(), static_cast<const std::uint8_t*>(buffer), size);
+        writeUnits(mapping.bytes(), buffer, size, unitBytes);
         return true;
     }
 
     bool isWritable() const override { return m_writable; }
 
   private:
-    template <class Function>
-    static Function unitFunction(std::uint64_t address, std::uint32_t size, std::uint32_t unitBytes, Function by1,
-                                 Function by2, Function by4, Function by8) {
-        switch (accessWidth(address, size, unitBytes)) {
-        case 2:
-            return by2;
-        case 4:
-            return by4;
-        case 8:
-            return by8;
-        default:
-            return by1;
-        }
-    }
-
     int m_file;
     bool m_writable;
 };
 
 } // namespace
 
-std::uint32_t accessWidth(std::uint64_t address, std::uint32_t size, std::uint32_t unitBytes) {
-    if (unitBytes != 0) {
-        return unitBytes;
+void readUnits(const volatile std::uint8_t* device, void* buffer, std::uint32_t size, std::uint32_t unitBytes) {
+    auto* const to = static_cast<std::uint8_t*>(buffer);
+    switch (accessWidth(device, size, unitBytes)) {
+    case 2:
+        return readAll<std::uint16_t>(device, to, size);
+    case 4:
+        return readAll<std::uint32_t>(device, to, size);
+    case 8:
+        return readAll<std::uint64_t>(device, to, size);
+    default:
+        return readAll<std::uint8_t>(device, to, size);
     }
-    for (const std::uint32_t width : {8u, 4u, 2u}) {
-        if (address % width == 0 && size % width == 0) {
-            return width;
-        }
+}
+
+void writeUnits(volatile std::uint8_t* device, const void* buffer, std::uint32_t size, std::uint32_t unitBytes) {
+    const auto* const from = static_cast<const std::uint8_t*>(buffer);
+    switch (accessWidth(device, size, unitBytes)) {
+    case 2:
+        return writeAll<std::uint16_t>(device, from, size);
+    case 4:
+        return writeAll<std::uint32_t>(device, from, size);
+    case 8:
+        return writeAll<std::uint64_t>(device, from, size);
+    default:
+        return writeAll<std::uint8_t>(device, from, size);
     }
-    return 1;
 }
 
 std::unique_ptr<MemoryAccess> openMemoryDevice(const std::string& device, std::string& reason) {

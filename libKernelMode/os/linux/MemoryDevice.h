@@ -13,8 +13,9 @@ namespace libKernelMode {
 // Null, with the reason, when the device cannot be opened. One that may only be read refuses every write.
 std::unique_ptr<MemoryAccess> openMemoryDevice(const std::string& device, std::string& reason);
 
-// Of how many bytes each access is that moves a block: unitBytes, or where that is 0, the widest of 1, 2, 4 and 8 that
-// the range divides into.
-std::uint32_t accessWidth(std::uint64_t address, std::uint32_t size, std::uint32_t unitBytes);
+// Move a block from or to the mapped device by accesses of unitBytes each, or where that is 0, of the widest of 1, 2, 4
+// and 8 bytes that the range divides into.
+void readUnits(const volatile std::uint8_t* device, void* buffer, std::uint32_t size, std::uint32_t unitBytes);
+void writeUnits(volatile std::uint8_t* device, const void* buffer, std::uint32_t size, std::uint32_t unitBytes);
 
 } // namespace libKernelMode

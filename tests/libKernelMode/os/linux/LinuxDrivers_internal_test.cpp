@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -23,7 +22,6 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
-#include <thread>
 #include <ucontext.h>
 #include <unistd.h>
 
@@ -102,64 +100,70 @@ TEST_F(MemoryFile, IsReadAndWrittenInPlace) {
     }
 }
 
-TEST(MemoryWidth, IsTheWidestThatFits) {
+// A page that every access to faults. The handler notes where, allows that one instruction, and forbids the page again
+// when it has stepped over it.
+struct WatchedPage {
+    void protect(int protection) const { ::mprotect(bytes, 4096, protection); }
+
+    std::uint8_t* bytes =
+        static_cast<std::uint8_t*>(::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    std::size_t accesses = 0;
+    std::size_t places[64] = {};
+};
+WatchedPage* watched = nullptr; // null: none
+
+void noteAccess(int signal, siginfo_t* info, void* context) {
+    constexpr greg_t singleStep = 0x100; // EFLAGS.TF
+    auto& flags = static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_EFL];
+    const auto place = static_cast<std::size_t>(static_cast<std::uint8_t*>(info->si_addr) - watched->bytes);
+    if (signal == SIGTRAP) {
+        watched->protect(PROT_NONE);
+        flags &= ~singleStep;
+    } else if (place < 4096 && watched->accesses < 64) {
+        watched->places[watched->accesses++] = place;
+        watched->protect(PROT_READ | PROT_WRITE);
+        flags |= singleStep;
+    } else {
+        std::signal(signal, SIG_DFL); // a fault like any other
+    }
+}
+
+TEST(MemoryWidth, IsTheUnitOrTheWidestThatFits) {
+    WatchedPage page;
+    watched = &page;
+    struct sigaction action = {}, beforeFault = {}, beforeTrap = {};
+    action.sa_sigaction = noteAccess;
+    action.sa_flags = SA_SIGINFO;
+    ::sigaction(SIGSEGV, &action, &beforeFault);
+    ::sigaction(SIGTRAP, &action, &beforeTrap);
     const struct {
-        std::uint64_t address;
+        std::size_t place;
         std::uint32_t size, unitBytes, width;
     } cases[] = {
         {0, 8, 0, 8}, {8, 16, 0, 8}, {4, 8, 0, 4}, {8, 4, 0, 4}, {8, 12, 0, 4}, {2, 4, 0, 2},  {4, 2, 0, 2},
         {1, 8, 0, 1}, {8, 1, 0, 1},  {8, 7, 0, 1}, {8, 8, 4, 4}, {4, 12, 4, 4}, {8, 64, 4, 4}, {3, 2, 0, 1},
     };
     for (const auto& row : cases) {
-        EXPECT_EQ(accessWidth(row.address, row.size, row.unitBytes), row.width) << row.address << " " << row.size;
-    }
-}
-
-// A value that another thread changes as a whole must never be seen, or written, by halves. (Only a machine with two
-// processors can show that it is.)
-template <class T>
-void expectWholeAccesses(MemoryAccess& memory, const std::string& path) {
-    const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-    auto* const shared = static_cast<T*>(::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
-    ::close(file);
-    ASSERT_NE(shared, MAP_FAILED);
-    const auto isWhole = [](T value) { return value == 0 || value == static_cast<T>(~T{0}); };
-    std::atomic<bool> stop{false};
-    std::atomic<int> torn{0};
-    __atomic_store_n(shared, T{0}, __ATOMIC_RELAXED);
-    std::thread other([&] {
-        for (T value = 0; !stop; value = static_cast<T>(~value)) {
-            __atomic_store_n(shared, value, __ATOMIC_RELAXED);
+        std::uint8_t block[64] = {};
+        for (const bool writes : {false, true}) {
+            page.accesses = 0;
+            page.protect(PROT_NONE);
+            if (writes) {
+                writeUnits(page.bytes + row.place, block, row.size, row.unitBytes);
+            } else {
+                readUnits(page.bytes + row.place, block, row.size, row.unitBytes);
+            }
+            page.protect(PROT_READ | PROT_WRITE);
+            ASSERT_EQ(page.accesses, row.size / row.width) << row.place << " " << row.size;
+            for (std::size_t i = 0; i < page.accesses; ++i) {
+                EXPECT_EQ(page.places[i], row.place + i * row.width) << writes;
+            }
         }
-        stop = false;
-        while (!stop) {
-            torn += !isWhole(__atomic_load_n(shared, __ATOMIC_RELAXED));
-        }
-    });
-    for (int i = 0; i < 1500; ++i) {
-        T value = 0;
-        EXPECT_TRUE(memory.read(0, &value, sizeof value, sizeof value == 4 ? 4 : 0));
-        torn += !isWhole(value);
     }
-    for (stop = true; stop;) {
-        std::this_thread::yield();
-    }
-    for (int i = 0; i < 1500; ++i) {
-        const T value = static_cast<T>(i % 2 - 1);
-        EXPECT_TRUE(memory.write(0, &value, sizeof value, sizeof value == 4 ? 4 : 0));
-    }
-    stop = true;
-    other.join();
-    ::munmap(shared, 4096);
-    EXPECT_EQ(torn, 0) << sizeof(T) << " bytes";
-}
-
-TEST_F(MemoryFile, IsAccessedInWholeValues) {
-    const auto memory = openMemoryDevice(m_path, m_reason);
-    ASSERT_NE(memory, nullptr) << m_reason;
-    expectWholeAccesses<std::uint16_t>(*memory, m_path);
-    expectWholeAccesses<std::uint32_t>(*memory, m_path);
-    expectWholeAccesses<std::uint64_t>(*memory, m_path);
+    ::sigaction(SIGSEGV, &beforeFault, nullptr);
+    ::sigaction(SIGTRAP, &beforeTrap, nullptr);
+    ::munmap(page.bytes, 4096);
+    watched = nullptr;
 }
 
 TEST_F(MemoryFile, IsOpenedAsDevicesMustBe) {
