@@ -30,16 +30,18 @@ BENCHMARK_CAPTURE(load, default, nullptr)->Name("hwloc/default")->UseRealTime();
 // "stop": nothing beside it, else the operating system's own components would follow.
 BENCHMARK_CAPTURE(load, x86, "x86,stop")->Name("hwloc/x86_backend_only")->UseRealTime();
 
-boost::optional<double> treeOver(const Results& results, const char* other) {
-    const auto tree = results.nanoseconds("live/tree");
+boost::optional<double> over(const Results& results, const char* ours, const char* other) {
+    const auto own = results.nanoseconds(ours);
     const auto theirs = results.nanoseconds(other);
-    return tree && theirs ? boost::make_optional(*tree / *theirs) : boost::none;
+    return own && theirs ? boost::make_optional(*own / *theirs) : boost::none;
 }
 
 const AddRatio ratios[] = {
-    {"tree build / hwloc, default", "<= 0.40", [](const Results& r) { return treeOver(r, "hwloc/default"); }},
+    {"tree build / hwloc, default", "<= 0.40", [](const Results& r) { return over(r, "live/tree", "hwloc/default"); }},
+    {"topology / hwloc, default", "<= 0.10",
+     [](const Results& r) { return over(r, "live/topology", "hwloc/default"); }},
     {"tree build / hwloc, x86 backend only", "<= 0.80",
-     [](const Results& r) { return treeOver(r, "hwloc/x86_backend_only"); }},
+     [](const Results& r) { return over(r, "live/tree", "hwloc/x86_backend_only"); }},
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
+#include <libQuarrow/topology/Topology.h>
 #include <tests/support/CountingMachine.h>
 
 #include <sched.h>
@@ -46,13 +47,17 @@ boost::optional<double> overFloor(const Results& results, const char* name) {
     return time && floor ? boost::make_optional(*time / *floor) : boost::none;
 }
 
-// Each leaf and sub-leaf that a tree build executes, as often as it does.
-std::vector<cpu::cpuid_args> cpuidsOfTree() {
+// Each leaf and sub-leaf that `work` executes, as often as it does.
+template <class Work>
+std::vector<cpu::cpuid_args> cpuidsOf(Work work) {
     std::vector<cpu::cpuid_args> all;
-    for (const auto& [leaf, count] : countsOf([] { cpu::x86_physical_cpus(true); }).cpuidOf) {
+    for (const auto& [leaf, count] : countsOf(work).cpuidOf) {
         all.insert(all.end(), count, cpu::cpuid_args{leaf.first, 0, leaf.second, 0});
     }
     return all;
+}
+std::vector<cpu::cpuid_args> cpuidsOfTree() {
+    return cpuidsOf([] { cpu::x86_physical_cpus(true); });
 }
 
 // Copies: the instruction overwrites its arguments.
@@ -76,8 +81,9 @@ void bareCpuid(State& state) {
 }
 BENCHMARK(bareCpuid)->Name("live/cpuid")->UseRealTime();
 
-// The system calls alone: to each processor in turn and back, with a share of `cpuids` executed there.
-void visits(State& state, const std::vector<cpu::cpuid_args>& cpuids) {
+// The system calls alone: to each processor in turn and back (or back from the last one only), with a share of `cpuids`
+// executed there.
+void visits(State& state, const std::vector<cpu::cpuid_args>& cpuids, bool backEachTime = true) {
     cpu_set_t before;
     if (sched_getaffinity(0, sizeof before, &before) != 0) {
         state.SkipWithError("more processors than a fixed mask holds");
@@ -97,7 +103,9 @@ void visits(State& state, const std::vector<cpu::cpuid_args>& cpuids) {
             sched_setaffinity(0, sizeof processor, &processor);
             execute(next, next + static_cast<std::ptrdiff_t>(share));
             next += static_cast<std::ptrdiff_t>(share);
-            sched_setaffinity(0, sizeof before, &before);
+            if (backEachTime || &processor == &single.back()) {
+                sched_setaffinity(0, sizeof before, &before);
+            }
         }
     }
     state.counters["pins"] = static_cast<double>(single.size());
@@ -120,6 +128,21 @@ void tree(State& state) {
     report(state, countsOf([] { cpu::x86_physical_cpus(true); }));
 }
 BENCHMARK(tree)->Name("live/tree")->UseRealTime();
+
+void topologyOfMachine(State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(topology::Topology::read()->processors().size());
+    }
+    report(state, countsOf([] { topology::Topology::read(); }));
+}
+BENCHMARK(topologyOfMachine)->Name("live/topology")->UseRealTime();
+
+// The topology's instructions and system calls in one loop: from processor to processor, and at the end back.
+void topologyFloor(State& state) {
+    const std::vector<cpu::cpuid_args> cpuids = cpuidsOf([] { topology::Topology::read(); });
+    visits(state, cpuids, false);
+}
+BENCHMARK(topologyFloor)->Name("live/topology_cpuids_and_migrations")->UseRealTime();
 
 // Queries on a tree that is there. An affinity is set by the machine that it was made on, so counting takes a tree of
 // its own.
@@ -181,6 +204,12 @@ const AddRatio ratios[] = {
          const auto tree = r.nanoseconds("live/tree");
          const auto together = r.nanoseconds("live/cpuids_and_migrations");
          return tree && together ? boost::make_optional(*tree / *together) : boost::none;
+     }},
+    {"topology / its CPUIDs and migrations in one loop", "<= 1.10",
+     [](const Results& r) -> boost::optional<double> {
+         const auto whole = r.nanoseconds("live/topology");
+         const auto floor = r.nanoseconds("live/topology_cpuids_and_migrations");
+         return whole && floor ? boost::make_optional(*whole / *floor) : boost::none;
      }},
     {"guarded CPUID / bare CPUID", "",
      [](const Results& r) -> boost::optional<double> {

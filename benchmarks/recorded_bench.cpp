@@ -7,6 +7,7 @@
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <libQuarrow/recording/formats/RecordingFile.h>
 #include <libQuarrow/recording/formats/RecordingWriter.h>
+#include <libQuarrow/topology/Topology.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -32,8 +33,23 @@ double allocatedBytes() {
     return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
+std::size_t threadsOf(const cpu::x86_physical_cpus& tree) {
+    return tree.getThreadCount();
+}
+std::size_t threadsOf(const std::optional<topology::Topology>& topology) {
+    return topology ? topology->processors().size() : 0;
+}
+
+cpu::x86_physical_cpus makeTree() {
+    return cpu::x86_physical_cpus(true);
+}
+std::optional<topology::Topology> makeTopology() {
+    return topology::Topology::read();
+}
+
 // A machine of its own for every build, as a process has one: nothing that is kept once per machine is there before.
-void tree(State& state, Layout layout) {
+template <class Make>
+void build(State& state, Layout layout, Make make) {
     const auto count = static_cast<std::size_t>(state.range(0));
     const os::Recording recording = syntheticMachine(layout, count);
     double before = 0;
@@ -45,10 +61,10 @@ void tree(State& state, Layout layout) {
             const os::ScopedMachine scope(machine);
             before = allocatedBytes();
             state.ResumeTiming();
-            const cpu::x86_physical_cpus built(true);
+            const auto built = make();
             state.PauseTiming();
             after = allocatedBytes();
-            if (built.getThreadCount() != count) {
+            if (threadsOf(built) != count) {
                 state.SkipWithError("a processor is missing");
             }
         }
@@ -63,8 +79,9 @@ void everySize(benchmark::internal::Benchmark* benchmark) {
     }
     benchmark->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(15);
 }
-BENCHMARK_CAPTURE(tree, intel, Layout::intel)->Name("recorded/intel")->Apply(everySize);
-BENCHMARK_CAPTURE(tree, amd, Layout::amdTable)->Name("recorded/amd")->Apply(everySize);
+BENCHMARK_CAPTURE(build, intel, Layout::intel, makeTree)->Name("recorded/intel")->Apply(everySize);
+BENCHMARK_CAPTURE(build, amd, Layout::amdTable, makeTree)->Name("recorded/amd")->Apply(everySize);
+BENCHMARK_CAPTURE(build, topology, Layout::intel, makeTopology)->Name("recorded/topology")->Apply(everySize);
 
 void load(State& state) {
     const std::string path = (std::filesystem::temp_directory_path() / "quarrow_bench.txt").string();
@@ -123,6 +140,12 @@ const AddRatio ratios[] = {
      [](const Results& r) { return largest(r, "recorded/intel", "bytes_per_processor"); }},
     {"bytes per processor of a tree and AMD's table, 16384 processors", "",
      [](const Results& r) { return largest(r, "recorded/amd", "bytes_per_processor"); }},
+    {"topology of a recorded machine, 512 processors, ns per processor", "",
+     [](const Results& r) { return r.nanosecondsPer("recorded/topology/512", "processors"); }},
+    {"the same, 512 to 16384 processors: slowest / fastest", "<= 1.50",
+     [](const Results& r) { return spread(r, "recorded/topology"); }},
+    {"bytes per processor of a topology, 16384 processors", "",
+     [](const Results& r) { return largest(r, "recorded/topology", "bytes_per_processor"); }},
     {"loading a recording of 4096 processors, MB/s", ">= 50",
      [](const Results& r) -> boost::optional<double> {
          const auto time = r.nanosecondsPer("recording/load_4096", "megabytes");

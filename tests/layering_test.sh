@@ -32,6 +32,12 @@ allowed='^libQuarrow/os/recorded/MachineRecorder\.cpp:' # asks the decoders, so 
 forbid 'os/ includes decoders' '#[[:space:]]*include[[:space:]]*<libQuarrow/cpu/x86/' libQuarrow/os
 allowed='^$'
 forbid 'cpu/ includes cpu/x86/' '#[[:space:]]*include[[:space:]]*<libQuarrow/cpu/x86/' libQuarrow/cpu/*.h libQuarrow/cpu/*.cpp
+forbid 'Something below the topology includes it' '#[[:space:]]*include[[:space:]]*<libQuarrow/topology/' \
+    libQuarrow/machine libQuarrow/cpu libQuarrow/os libQuarrow/recording libQuarrow/memory libQuarrow/io
+allowed='^libQuarrow/topology/ProcessorAffinity\.h:' # the one conversion
+forbid 'The headers of the topology show more than the standard library' \
+    '#[[:space:]]*include[[:space:]]*<(boost|zel|libQuarrow/cpu)/' libQuarrow/topology/*.h
+allowed='^$'
 forbid 'The library includes the tool' '#[[:space:]]*include[[:space:]]*<tools/' zel libKernelMode libQuarrow
 forbid 'Formatting and logging libraries show through zel' '#[[:space:]]*include[[:space:]]*<(fmt|spdlog)/' libKernelMode libQuarrow zel/*.h
 forbid 'The tool reaches past the seam' 'libQuarrow/os/(windows|linux)/' tools

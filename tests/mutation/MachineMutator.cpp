@@ -1,5 +1,6 @@
 #include <libQuarrow/recording/formats/RecordingFile.h>
 #include <tests/mutation/MachineMutator.h>
+#include <tests/support/TopologyInvariants.h>
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <tools/quarrow/Failure.h>
@@ -156,5 +157,11 @@ std::size_t askEverything(const os::Recording& recording) {
         ask(command, false);
     }
     ask(quarrow::treeCommand, true); // the document with everything
+    if (const auto topology = topology::Topology::read()) {
+        const std::string wrong = testing_support::contradictionIn(*topology);
+        if (!wrong.empty()) {
+            throw std::logic_error("the topology contradicts itself: " + wrong);
+        }
+    }
     return characters;
 }

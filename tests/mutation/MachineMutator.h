@@ -17,5 +17,6 @@ libQuarrow::os::Recording mutatedRecording(libQuarrow::os::Recording recording, 
 std::vector<libQuarrow::os::Recording> recordingsOf(const std::string& folder);
 
 // Asks the recorded machine for everything the tool can print, for people and for programs, and answers how many
-// characters came. Whatever the machine says, each answer is a text or the one failure that the tool reports.
+// characters came. Whatever the machine says, each answer is a text or the one failure that the tool reports, and its
+// topology does not contradict itself (else std::logic_error).
 std::size_t askEverything(const libQuarrow::os::Recording& recording);

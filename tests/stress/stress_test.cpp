@@ -2,6 +2,8 @@
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 #include <libQuarrow/machine/Machine.h>
+#include <tests/support/TopologyInvariants.h>
+#include <tests/support/TopologyTexts.h>
 
 #include <gtest/gtest.h>
 
@@ -32,6 +34,14 @@ zel::String describe(const x86_physical_cpus& tree) {
     return text;
 }
 
+std::string describe(const libQuarrow::topology::Topology& topology) {
+    std::string text = testing_support::placesOf(topology) + testing_support::contradictionIn(topology);
+    for (const libQuarrow::topology::Cache& cache : topology.caches()) {
+        text += "\n" + testing_support::textOf(cache);
+    }
+    return text;
+}
+
 // The APIC ID that the processor tells of itself when it is asked anew.
 bool answersForItself(const x86_cpu& cpu) {
     unsigned int ebx = 0;
@@ -43,7 +53,8 @@ bool answersForItself(const x86_cpu& cpu) {
 // Enumerates, queries and measures on objects of its own, from an affinity of its own that must never change.
 class Worker {
   public:
-    Worker(const AffinityMask& own, const zel::String& machine) : m_own(own), m_machine(machine) {}
+    Worker(const AffinityMask& own, const zel::String& machine, const std::string& topology)
+        : m_own(own), m_machine(machine), m_topology(topology) {}
 
     void run(const std::atomic<bool>& stop) {
         expect(m_own.setThreadAffinity(), "cannot be pinned to " + m_own.toString());
@@ -56,6 +67,9 @@ class Worker {
                 expect(answersForItself(tree.getThread(i)), "asked on another processor");
                 check("a guarded instruction");
             }
+            const auto topology = libQuarrow::topology::Topology::read();
+            expect(topology && describe(*topology) == m_topology, "another topology");
+            check("a topology");
             std::uint64_t hertz = 0;
             const std::size_t measured = round % tree.getThreadCount();
             expect(tree.getThread(measured).calculateSpeedTSC(hertz) && hertz != 0, "no rate");
@@ -80,6 +94,7 @@ class Worker {
 
     AffinityMask m_own;
     zel::String m_machine;
+    std::string m_topology;
 };
 
 TEST(UnderLoad, ManyThreadsFindTheSameMachineAndStayWhereTheyAre) {
@@ -87,6 +102,7 @@ TEST(UnderLoad, ManyThreadsFindTheSameMachineAndStayWhereTheyAre) {
     const AffinityMask all = AffinityMask::threadAffinityMask().value();
     const std::vector<WinAffinity> single = all.maskPerLogicalCPU();
     const zel::String machine = describe(tree);
+    const std::string topology = describe(libQuarrow::topology::Topology::read().value());
     std::uint32_t priority = 0;
     ASSERT_TRUE(libQuarrow::os::nativeMachine().clock().priorityClass(priority));
     std::atomic<bool> stop{false};
@@ -101,7 +117,7 @@ TEST(UnderLoad, ManyThreadsFindTheSameMachineAndStayWhereTheyAre) {
     }
     std::vector<Worker> work;
     for (unsigned int i = 0; i < workers; ++i) {
-        work.emplace_back(i % 2 == 0 ? all : AffinityMask(single[i / 2 % single.size()]), machine);
+        work.emplace_back(i % 2 == 0 ? all : AffinityMask(single[i / 2 % single.size()]), machine, topology);
     }
     for (Worker& worker : work) {
         threads.emplace_back([&] { worker.run(stop); });

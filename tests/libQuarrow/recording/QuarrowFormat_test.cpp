@@ -12,6 +12,9 @@ namespace {
 
 const std::string everything = R"(Quarrow recording 1
 tsc 2893200000
+node 0: group 0 mask 0x8000000000000000
+node 0: group 65535 mask 0x0000000000000001
+node 4294967295:
 CPU 0: group 0 bit 63
    0x00000000 0x00: eax=0x00000001 ebx=0x756e6547 ecx=0x6c65746e edx=0x49656e69
    0x0000000d 0x3e: eax=0xffffffff ebx=0x00000000 ecx=0x00000000 edx=0x00000000
@@ -63,6 +66,9 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
         {"\"xcr0 0xVALUE\"", {"xcr0 0x7"}},
         {"\"msr 0xNUMBER: 0xVALUE\"", {"msr 0x00000017: 0x1"}},
         {"\"tsc HERTZ\" once", {"tsc 1"}},
+        {"\"node NUMBER: group GROUP mask 0xMASK\"",
+         {"node 0: group 0 mask 0x0000000000000001", "node 1: group 0 mask 0x0000000000000000",
+          "node 0:", "node 1: group 0", "node 4294967296:"}},
         {"\"memory 0xADDRESS: BYTE BYTE ...\"",
          {"memory 0x00000000000f0010: 00", "memory 0xfffffffffffffffe: 00 00 00", "memory 0x0000000000000000:"}},
         {"\"port 0xNUMBER: BYTE BYTE ...\"", {"port 0x10000: 00", "port 0x0072: 1"}},
@@ -70,13 +76,13 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
     for (const auto& [expected, lines] : mistakes) {
         for (const std::string line : lines) {
             expectRefused(everything.substr(0, everything.find("end of")) + line + "\n",
-                          std::string("own:16: expected ") + expected);
+                          std::string("own:19: expected ") + expected);
         }
     }
     const std::string header = "Quarrow recording 1\n";
     const std::string leaf = "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n";
     const std::pair<std::string, const char*> texts[] = {
-        {everything + "tsc 1\n", "own:17: expected nothing after \"end of recording\""},
+        {everything + "tsc 1\n", "own:20: expected nothing after \"end of recording\""},
         {"Quarrow recording 2\n", "own:1: expected \"Quarrow recording 1\""},
         {header + "end of recording\n", "own: there are no CPUID values in it"},
         {header + "tsc 0\n", "own:2: expected \"tsc HERTZ\""},
