@@ -23,9 +23,7 @@ void x86_inst::callCPUID(std::uint32_t leaf, std::uint32_t* eax, std::uint32_t* 
 }
 
 void x86_inst::callCPUID(const cpuid_args& in, cpuid_args& out) {
-    cpuid_args registers = in;
-    os::currentMachine().instructions().cpuid(registers);
-    out = registers;
+    out = executeCpuid(in);
 }
 
 std::uint32_t x86_inst::maxCPUID() {

@@ -1,11 +1,11 @@
-// Deterministic cache parameters: CPUID leaf 4 (Intel) and leaf 0x8000001D (AMD), one sub-leaf per cache, of the same
-// layout. Intel's manual, volume 2, CPUID; AMD's manual, volume 3, appendix E.
+#include <libQuarrow/cpu/x86/caches/x86_deterministic_caches.h>
 
-#include <libQuarrow/cpu/x86/x86_vendor_info.h>
-
+#include <libQuarrow/cpu/x86/decode/GuardedCpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/cpu/x86/x86_cache.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
+#include <libQuarrow/cpu/x86/x86_vendor_info.h>
 #include <zel/Log.h>
 
 namespace libQuarrow::cpu {
@@ -19,52 +19,46 @@ zel::LogChannel& vendorLog() {
     return channel;
 }
 
-// The leaf that describes the caches; false when the processor has none.
-bool cacheTopologyLeaf(const x86_cpu& cpu, std::uint32_t& leaf) {
-    if (cpu.isIntel()) {
-        leaf = 4;
-        return true;
+// The leaf that describes the caches; none when the processor has none.
+boost::optional<std::uint32_t> cacheTopologyLeaf(x86_cpu_vendor vendor, CpuidReader& cpuid) {
+    if (vendor == x86_vendor_intel) {
+        return std::uint32_t{CacheLeaf::intelNumber};
     }
-    std::uint32_t ecx = 0;
-    if (!cpu.isAmd() || !cpu.callCPUID(0x80000001, nullptr, nullptr, &ecx, nullptr)) {
-        return false;
+    cpuid_args registers;
+    if (vendor != x86_vendor_amd || !cpuid.ask(ExtendedFeaturesLeaf::number, 0, registers)) {
+        return boost::none;
     }
-    const bool topologyExtensions = (ecx >> 22 & 1) != 0;
+    const bool there = ExtendedFeaturesLeaf(registers).topologyExtensions;
     vendorLog().log(zel::LogTrace, __LINE__,
-                    zel::String("CPUID - Cache topology supported: ") + (topologyExtensions ? "yes" : "no"));
-    leaf = 0x8000001D;
-    return topologyExtensions;
+                    zel::String("CPUID - Cache topology supported: ") + (there ? "yes" : "no"));
+    return boost::make_optional(there, std::uint32_t{CacheLeaf::amdNumber});
 }
 
-// EAX bits 4 to 0: 0 ends the list, the kinds above 3 are not defined.
-x86_CacheType cacheType(std::uint32_t field) {
-    switch (field) {
-    case 1:
+x86_CacheType cacheType(std::uint32_t type) {
+    switch (type) {
+    case CacheLeaf::data:
         return x86_cache_type_data;
-    case 2:
+    case CacheLeaf::instruction:
         return x86_cache_type_instruction;
-    case 3:
+    case CacheLeaf::unified:
         return x86_cache_type_unified;
     default:
         return x86_cache_type_unknown;
     }
 }
 
-x86_cache decodeCache(x86_CacheType type, const cpuid_args& registers) {
-    const std::uint32_t lineSize = (registers.ebx & 0xFFF) + 1;
-    const std::uint32_t partitions = (registers.ebx >> 12 & 0x3FF) + 1;
-    const std::uint32_t ways = (registers.ebx >> 22) + 1;
-    const std::uint64_t sets = std::uint64_t{registers.ecx} + 1;
-    const std::uint32_t setSize = partitions * lineSize * ways; // 32 bits are meant
-    const std::uint64_t size = setSize * sets;
-    // A single way is meant to be unknown here, though leaf 0x80000006 has a code for direct mapped: a ways field of 0
-    // is also what one that nobody filled in looks like.
-    const bool fullyAssociative = (registers.eax >> 9 & 1) != 0;
-    const auto associativity = fullyAssociative ? x86_cache_assoc_full : x86_cache::getSetAssocConstant(ways);
+x86_cache decodeCache(x86_CacheType type, const CacheLeaf& leaf) {
+    // In 32 bits, as this system has always counted: a size that wraps is one that no processor has, and stays what it
+    // was for those who compare inventories.
+    const std::uint32_t setSize = leaf.partitions * leaf.lineBytes * leaf.ways;
+    const std::uint64_t size = setSize * leaf.sets;
+    // A single way stays unknown here, though leaf 0x80000006 has a code for direct mapped: a ways field of 0 is also
+    // what one that nobody filled in looks like.
+    const auto associativity = leaf.fullyAssociative ? x86_cache_assoc_full : x86_cache::getSetAssocConstant(leaf.ways);
 
-    x86_cache cache(x86_cache::getCacheLevelConstant(registers.eax >> 5 & 7), type, associativity, size,
-                    CacheSizeInBytes, lineSize);
-    cache.setThreadsSharing((registers.eax >> 14 & 0xFFF) + 1);
+    x86_cache cache(x86_cache::getCacheLevelConstant(leaf.level), type, associativity, size, CacheSizeInBytes,
+                    leaf.lineBytes);
+    cache.setThreadsSharing(leaf.threadsSharing);
     return cache;
 }
 
@@ -79,35 +73,41 @@ std::uint32_t instanceMask(std::uint32_t threads) {
 
 } // namespace
 
-bool x86_vendor_info::getCacheTopologyInfo(const x86_cpu& cpu, zel::Array<x86_cache>& caches) {
-    const x86_pin pin(cpu);
-    std::uint32_t leaf = 0;
-    if (!cacheTopologyLeaf(cpu, leaf)) {
+bool decodeDeterministicCaches(x86_cpu_vendor vendor, const boost::optional<std::uint32_t>& apicId, CpuidReader& cpuid,
+                               zel::Array<x86_cache>& caches) {
+    const boost::optional<std::uint32_t> number = cacheTopologyLeaf(vendor, cpuid);
+    if (!number) {
         return false;
     }
     caches.clear();
-    std::uint32_t apicId = 0;
-    const bool hasTopologyIds = cpu.isIntel() && cpu.getApicId(apicId);
     for (std::uint32_t subleaf = 0; subleaf < maxSubleaves; ++subleaf) {
-        cpuid_args registers{leaf, 0, subleaf, 0};
-        if (!cpu.callCPUID(registers, registers)) {
+        cpuid_args registers;
+        if (!cpuid.ask(*number, subleaf, registers)) {
             return false;
         }
-        const std::uint32_t typeField = registers.eax & 0x1F;
-        if (typeField == 0) {
+        const CacheLeaf leaf(registers);
+        if (leaf.type == CacheLeaf::none) {
             break;
         }
-        const x86_CacheType type = cacheType(typeField);
+        const x86_CacheType type = cacheType(leaf.type);
         if (type == x86_cache_type_unknown) {
             continue;
         }
-        x86_cache cache = decodeCache(type, registers);
-        if (hasTopologyIds) {
-            cache.setTopologyIds(apicId, instanceMask(cache.getThreadsSharing()));
+        x86_cache cache = decodeCache(type, leaf);
+        if (vendor == x86_vendor_intel && apicId) {
+            cache.setTopologyIds(*apicId, instanceMask(leaf.threadsSharing));
         }
         caches.append(cache);
     }
     return !caches.isEmpty();
+}
+
+bool x86_vendor_info::getCacheTopologyInfo(const x86_cpu& cpu, zel::Array<x86_cache>& caches) {
+    const x86_pin pin(cpu);
+    GuardedCpuidReader cpuid(cpu);
+    std::uint32_t apicId = 0;
+    const bool known = cpu.getApicId(apicId);
+    return decodeDeterministicCaches(cpu.getVendor(), boost::make_optional(known, apicId), cpuid, caches);
 }
 
 } // namespace libQuarrow::cpu

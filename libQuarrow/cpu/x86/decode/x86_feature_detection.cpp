@@ -1,8 +1,8 @@
 #include <libQuarrow/cpu/x86/decode/x86_feature_detection.h>
 
-#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
 #include <libQuarrow/cpu/x86/decode/x86_feature_table.h>
 #include <libQuarrow/cpu/x86/decode/x86_identification.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 
 #include <algorithm>
 #include <array>
@@ -51,8 +51,8 @@ void addFeaturesOfLeaf(CpuidReader& cpuid, std::uint32_t leaf, feature_rows::Ven
 
 // OSXSAVE and AVX of leaf 1.
 bool avxReported(CpuidReader& cpuid) {
-    constexpr std::uint32_t osxsaveAndAvx = 0x18000000;
-    return (cpuid.read(1).ecx & osxsaveAndAvx) == osxsaveAndAvx;
+    const auto version = readLeaf<VersionLeaf>(cpuid);
+    return version.osxsave && version.avx;
 }
 
 // Whether the operating system saves the SSE and AVX registers.

@@ -1,6 +1,6 @@
 #include <libQuarrow/cpu/x86/decode/x86_identification.h>
 
-#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 
 #include <array>
 #include <cstring>
@@ -14,8 +14,9 @@ struct VendorRow {
     x86_cpu_vendor vendor;
 };
 
-// The third name has a capital H where Cyrix processors answer an x. That is how this system knows the maker, and it
-// must stay: a processor that answers the usual name counts as unknown.
+// The third name has a capital H where Cyrix processors answer an x. This system has known the maker by that from the
+// start, and it must stay: a processor that answers the usual name has always counted as one of an unknown maker, and
+// inventories compare what was told of it.
 constexpr VendorRow vendorRows[] = {
     {"GenuineIntel", x86_vendor_intel},   //
     {"AuthenticAMD", x86_vendor_amd},     //
@@ -48,16 +49,12 @@ zel::String nameBySignature(CpuidReader& cpuid) {
         return "Intel\xAE Pentium\xAE II Processor";
     }
     if (signature.model == 7 || signature.model == 8) {
-        const std::uint32_t brandIndex = cpuid.read(1).ebx & 0xFF;
+        const std::uint32_t brandIndex = readLeaf<VersionLeaf>(cpuid).brandIndex;
         if (brandIndex == (signature.model == 7 ? 0U : 2U)) {
             return "Intel\xAE Pentium\xAE III Processor";
         }
     }
     return {};
-}
-
-std::uint8_t bits(std::uint32_t value, unsigned int lowest, std::uint32_t mask) {
-    return static_cast<std::uint8_t>(value >> lowest & mask);
 }
 
 void setDisplayValues(x86_cpu_vendor vendor, x86_cpu_signature& s) {
@@ -116,7 +113,7 @@ zel::String decodeCpuName(CpuidReader& cpuid) {
 }
 
 std::uint32_t decodeLocalApicId(CpuidReader& cpuid) {
-    return decodeMaxCpuid(cpuid) == 0 ? 0 : cpuid.read(1).ebx >> 24;
+    return decodeMaxCpuid(cpuid) == 0 ? 0 : readLeaf<VersionLeaf>(cpuid).initialApicId;
 }
 
 bool decodeSignature(CpuidReader& cpuid, x86_cpu_signature& signature) {
@@ -124,12 +121,13 @@ bool decodeSignature(CpuidReader& cpuid, x86_cpu_signature& signature) {
         return false;
     }
     x86_cpu_signature s;
-    s.signature = cpuid.read(1).eax;
-    s.stepping = bits(s.signature, 0, 0xF);
-    s.model = bits(s.signature, 4, 0xF);
-    s.family = bits(s.signature, 8, 0xF);
-    s.extModel = bits(s.signature, 16, 0xF);
-    s.extFamily = bits(s.signature, 20, 0xFF);
+    s.signature = readLeaf<VersionLeaf>(cpuid).signature;
+    const SignatureFields fields(s.signature);
+    s.stepping = static_cast<std::uint8_t>(fields.stepping);
+    s.model = static_cast<std::uint8_t>(fields.model);
+    s.family = static_cast<std::uint8_t>(fields.family);
+    s.extModel = static_cast<std::uint8_t>(fields.extModel);
+    s.extFamily = static_cast<std::uint8_t>(fields.extFamily);
     setDisplayValues(decodeVendor(cpuid), s);
     signature = s;
     return true;

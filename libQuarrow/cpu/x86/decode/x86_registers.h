@@ -24,14 +24,16 @@ struct VersionLeaf {
     static constexpr std::uint32_t number = 1;
     explicit constexpr VersionLeaf(const cpuid_args& r)
         : signature(r.eax), brandIndex(bits(r.ebx, 7, 0)), clflushBytes(bits(r.ebx, 15, 8) * 8),
-          logicalProcessors(bits(r.ebx, 23, 16)), initialApicId(bits(r.ebx, 31, 24)), osxsave(bit(r.ecx, 27)),
-          avx(bit(r.ecx, 28)), hypervisor(bit(r.ecx, 31)), apic(bit(r.edx, 9)), htt(bit(r.edx, 28)) {}
+          logicalProcessors(bits(r.ebx, 23, 16)), initialApicId(bits(r.ebx, 31, 24)), est(bit(r.ecx, 7)),
+          osxsave(bit(r.ecx, 27)), avx(bit(r.ecx, 28)), hypervisor(bit(r.ecx, 31)), apic(bit(r.edx, 9)),
+          htt(bit(r.edx, 28)) {}
 
     std::uint32_t signature;         // EAX
     std::uint32_t brandIndex;        // EBX bits 7 to 0
     std::uint32_t clflushBytes;      // EBX bits 15 to 8, times 8
     std::uint32_t logicalProcessors; // EBX bits 23 to 16: of a package; Intel: how many its IDs leave room for
     std::uint32_t initialApicId;     // EBX bits 31 to 24
+    bool est;                        // ECX bit 7: Enhanced SpeedStep. Intel
     bool osxsave;                    // ECX bit 27
     bool avx;                        // ECX bit 28
     bool hypervisor;                 // ECX bit 31: set by hypervisors

@@ -1,14 +1,11 @@
 #include <libQuarrow/cpu/x86/topology/x86_topology.h>
 
-#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/cpu/x86/topology/AMD_TopologyInfo.h>
 #include <zel/Log.h>
 
 namespace libQuarrow::cpu {
 namespace {
-
-constexpr std::uint32_t htt = 1U << 28;      // leaf 1 EDX: several logical processors per package
-constexpr std::uint32_t cmpLegacy = 1U << 1; // leaf 0x80000001 ECX: the logical processors are all cores
 
 zel::LogChannel& channel() {
     static zel::LogChannel& instance = zel::LogFactory::channel("libQuarrow.cpu_x86.x86_cpu");
@@ -71,15 +68,15 @@ void x86_topology::getTopologyInfo() {
 }
 
 bool x86_topology::getTopologyInfoIntel() {
-    const cpuid_args leaf1 = m_cpuid.read(1);
-    if ((leaf1.edx & htt) == 0) {
+    const auto version = readLeaf<VersionLeaf>(m_cpuid);
+    if (!version.htt) {
         return false;
     }
-    m_facts.maxAddressableThreads = leaf1.ebx >> 16 & 0xFF;
+    m_facts.maxAddressableThreads = version.logicalProcessors;
     if (m_processor.maxCpuid < 4) {
         limitedCpuidCounts();
     } else {
-        m_facts.maxAddressableCores = (m_cpuid.read(4).eax >> 26) + 1;
+        m_facts.maxAddressableCores = CacheLeaf(m_cpuid.read(CacheLeaf::intelNumber)).packageCores;
         if (intelExtendedTopologyLeafSupported()) {
             return getTopologyInfoIntelx2APIC();
         }
@@ -94,13 +91,13 @@ bool x86_topology::getTopologyInfoIntel() {
 // leaf 4 of its own accord; there the register decides, or, where it cannot be read, the model.
 bool x86_topology::isCpuidLimited() const {
     constexpr std::uint32_t miscEnable = 0x1A0;
-    constexpr std::uint64_t limitCpuid = 1U << 22;
+    constexpr unsigned int limitCpuid = 22;
     const x86_cpu_signature& signature = m_processor.signature;
     if (signature.displayFamily != 0xF || m_facts.maxAddressableThreads < 2) {
         return true;
     }
     std::uint64_t value = 0;
-    return m_readMsr(miscEnable, value) ? (value & limitCpuid) != 0 : signature.displayModel >= 3;
+    return m_readMsr(miscEnable, value) ? bit(value, limitCpuid) : signature.displayModel >= 3;
 }
 
 void x86_topology::limitedCpuidCounts() {
@@ -117,7 +114,7 @@ void x86_topology::limitedCpuidCounts() {
 }
 
 bool x86_topology::intelExtendedTopologyLeafSupported() const {
-    return m_processor.maxCpuid >= 0xB && m_cpuid.read(0xB).ebx != 0;
+    return m_processor.maxCpuid >= TopologyLevelLeaf::number && readLeaf<TopologyLevelLeaf>(m_cpuid).ebx != 0;
 }
 
 bool x86_topology::getIntelExtendedTopologyInfo(zel::Array<IntelExtendedTopologyLeaf>& levels,
@@ -127,17 +124,17 @@ bool x86_topology::getIntelExtendedTopologyInfo(zel::Array<IntelExtendedTopology
     levels.reserve(2);
     std::uint8_t previousShift = 0;
     for (std::uint32_t i = 0; i < levelNumbers; ++i) {
-        const cpuid_args leaf = m_cpuid.read(0xB, i);
+        const auto leaf = readLeaf<TopologyLevelLeaf>(m_cpuid, i);
         if (leaf.ebx == 0) {
             break;
         }
         if (i == 0) {
-            x2apicId = leaf.edx;
+            x2apicId = leaf.x2apicId;
         }
         IntelExtendedTopologyLeaf level;
-        level.levelType = static_cast<std::uint8_t>(leaf.ecx >> 8 & 0xFF);
-        level.logicalCount = static_cast<std::uint16_t>(leaf.ebx & 0xFFFF);
-        level.shift = static_cast<std::uint8_t>(leaf.eax & 0x1F);
+        level.levelType = static_cast<std::uint8_t>(leaf.type);
+        level.logicalCount = static_cast<std::uint16_t>(leaf.logicalProcessors);
+        level.shift = static_cast<std::uint8_t>(leaf.shift);
         level.offset = previousShift;
         level.width = static_cast<std::uint8_t>(level.shift - previousShift);
         previousShift = level.shift;
@@ -158,9 +155,9 @@ bool x86_topology::getTopologyInfoIntelx2APIC() {
     const IntelExtendedTopologyLeaf* smt = nullptr;
     const IntelExtendedTopologyLeaf* core = nullptr;
     for (const IntelExtendedTopologyLeaf& level : levels) {
-        if (level.levelType == 1) {
+        if (level.levelType == TopologyLevelLeaf::thread) {
             smt = &level;
-        } else if (level.levelType == 2) {
+        } else if (level.levelType == TopologyLevelLeaf::core) {
             core = &level;
         }
     }
@@ -188,8 +185,8 @@ bool x86_topology::getInitialAPICID(std::uint32_t& id) const {
         if (s.extFamily == 0 && s.extModel == 0 && (s.family == 4 || s.family == 5)) {
             return false;
         }
-        // Family 6 models 1, 3 and 7 to 11 have none; models 5 and 6, of the same age, are taken to have one. The list
-        // is meant so and must stay.
+        // Family 6 models 1, 3 and 7 to 11 have none. Models 5 and 6, of the same age, are taken to have one: the list
+        // decides where those processors are placed, and must stay as long as their places are compared.
         if (s.extFamily == 0 && s.extModel == 0 && s.family == 6 &&
             (s.model == 1 || s.model == 3 || (s.model >= 7 && s.model <= 11))) {
             return false;
@@ -203,7 +200,7 @@ bool x86_topology::getInitialAPICID(std::uint32_t& id) const {
     default:
         return false;
     }
-    id = m_cpuid.read(1).ebx >> 24;
+    id = readLeaf<VersionLeaf>(m_cpuid).initialApicId;
     return true;
 }
 
@@ -243,20 +240,17 @@ void x86_topology::countsAreAddressable() {
 // Family 0x17 up to model 15: socket and core complex are taken from fixed bits of the APIC ID. That layout belongs to
 // these models alone; later ones go by the table of the whole machine.
 bool x86_topology::getTopologyInfoAMD_FixedLayout() {
-    const cpuid_args topology = m_cpuid.read(0x8000001E);
-    const std::uint32_t coreId = topology.ebx & 0xFF;
-    const std::uint32_t threadsPerCore = (topology.ebx >> 8 & 0xFF) + 1;
-    const std::uint32_t nodeId = topology.ecx & 0xFF;
-    m_facts.threadsPerPackage = (m_cpuid.read(0x80000008).ecx & 0xFF) + 1;
-    m_facts.coresPerPackage = quotient(m_facts.threadsPerPackage, threadsPerCore);
+    const auto topology = readLeaf<AmdTopologyLeaf>(m_cpuid);
+    m_facts.threadsPerPackage = readLeaf<PackageSizeLeaf>(m_cpuid).threads;
+    m_facts.coresPerPackage = quotient(m_facts.threadsPerPackage, topology.threadsPerCore);
     m_facts.apicIdValid = getInitialAPICID(m_facts.apicId);
-    const std::uint32_t socket = m_facts.apicId >> 6 & 1;
-    const std::uint32_t ccx = m_facts.apicId >> 3 & 1;
-    const std::uint32_t thread = threadsPerCore != 1 ? m_facts.apicId & 1 : 0;
-    m_facts.location = x86_cpu_location(0, 0, socket, coreId, thread);
+    const std::uint32_t socket = bits(m_facts.apicId, 6, 6);
+    const std::uint32_t ccx = bits(m_facts.apicId, 3, 3);
+    const std::uint32_t thread = topology.threadsPerCore != 1 ? bits(m_facts.apicId, 0, 0) : 0;
+    m_facts.location = x86_cpu_location(0, 0, socket, topology.coreId, thread);
     channel().log(zel::LogTrace, __LINE__,
-                  zel::String::SprintfFormat("CPU - socket[%u]:node[%u]:ccx[%u]:core[%u]:thread[%u]", socket, nodeId,
-                                             ccx, coreId, thread));
+                  zel::String::SprintfFormat("CPU - socket[%u]:node[%u]:ccx[%u]:core[%u]:thread[%u]", socket,
+                                             topology.nodeId, ccx, topology.coreId, thread));
     countsAreAddressable();
     return true;
 }
@@ -278,19 +272,19 @@ bool x86_topology::getTopologyInfoAMD_Table() {
 
 bool x86_topology::getTopologyInfoAMD_Legacy() {
     bool decided = false;
-    const cpuid_args leaf1 = m_cpuid.read(1);
-    if ((leaf1.edx & htt) == 0) {
+    const auto version = readLeaf<VersionLeaf>(m_cpuid);
+    if (!version.htt) {
         m_facts.coresPerPackage = 1;
         m_facts.threadsPerPackage = 1;
         decided = true;
     } else {
-        m_facts.threadsPerPackage = leaf1.ebx >> 16 & 0xFF;
-        if (m_processor.maxExtendedCpuid >= 0x80000001) {
-            if ((m_cpuid.read(0x80000001).ecx & cmpLegacy) != 0) {
+        m_facts.threadsPerPackage = version.logicalProcessors;
+        if (m_processor.maxExtendedCpuid >= ExtendedFeaturesLeaf::number) {
+            if (readLeaf<ExtendedFeaturesLeaf>(m_cpuid).cmpLegacy) {
                 m_facts.coresPerPackage = m_facts.threadsPerPackage;
                 decided = true;
-            } else if (m_processor.maxExtendedCpuid >= 0x80000008) {
-                m_facts.coresPerPackage = (m_cpuid.read(0x80000008).ecx & 0xFF) + 1;
+            } else if (m_processor.maxExtendedCpuid >= PackageSizeLeaf::number) {
+                m_facts.coresPerPackage = readLeaf<PackageSizeLeaf>(m_cpuid).threads;
                 decided = true;
             }
         }

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <libQuarrow/cpu/WinAffinity.h>
+#include <libQuarrow/cpu/x86/decode/MsrReader.h>
 #include <libQuarrow/cpu/x86/x86_cpu_location.h>
 #include <libQuarrow/cpu/x86/x86_inst.h>
 #include <zel/Array.h>
 #include <zel/String.h>
 
 #include <cstdint>
-#include <functional>
 #include <utility>
 
 // Private to the library: where a logical processor sits, decoded from its CPUID leaves.
@@ -48,8 +48,6 @@ class x86_topology {
         std::uint32_t logicalCpuNumber = 0;
         WinAffinity affinity; // selects exactly this processor
     };
-    // Reads an MSR of the processor; false when it cannot be read.
-    using MsrReader = std::function<bool(std::uint32_t msr, std::uint64_t& value)>;
 
     // `facts` is written by getTopologyInfo. What the decoding does not reach keeps its value.
     x86_topology(Processor processor, CpuidReader& cpuid, MsrReader readMsr, x86_topology_facts& facts)
