@@ -2,6 +2,10 @@
 // programs make of its machines (expected.tsv, topology.tsv, flags.tsv), Quarrow must agree, but for the differences
 // that known_differences.tsv lists with their reasons.
 
+#include <libQuarrow/cpu/x86/x86_cpu.h>
+#include <libQuarrow/cpu/x86/x86_intel_info.h>
+#include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+#include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <libQuarrow/recording/formats/RecordingFile.h>
 #include <libQuarrow/recording/formats/RecordingParser.h>
 #include <tests/corpus/CorpusTest.h>
@@ -14,6 +18,7 @@
 #include <iostream>
 #include <set>
 
+using namespace libQuarrow::cpu;
 using namespace libQuarrow::os;
 using namespace testing_support;
 
@@ -79,6 +84,38 @@ std::size_t compare(const CorpusFolder& folder, const Row& row, const std::vecto
         EXPECT_TRUE(listed) << file << "\t" << fact << "\t" << answer << "\t" << theirs;
     }
     return compared;
+}
+
+// How many processors' highest speed without turbo was held against the frequency in the name.
+std::size_t compareSpeeds(const std::string& path) {
+    RecordingError error;
+    RecordedMachine machine(readRecording(path, error).value());
+    const ScopedMachine scope(machine);
+    zel::Array<x86_cpu> cpus;
+    EXPECT_TRUE(x86_cpu::findLogicalCpus(cpus, true));
+    std::size_t compared = 0;
+    for (const x86_cpu& cpu : cpus) {
+        std::uint32_t named = 0;
+        x86_speed_metrics metrics;
+        if (cpu.isIntel() && x86_intel_info(cpu).getCpuDesignedFrequency(named)) {
+            EXPECT_TRUE(cpu.getSpeedMetrics(metrics));
+            EXPECT_NEAR(static_cast<double>(metrics.highestSpeed.value_or(0)) / 1e6, named, 10) << path;
+            ++compared;
+        }
+    }
+    return compared;
+}
+
+// What registers and leaves tell is what the name says, which is rounded to hundredths of a GHz. (A configurable TDP
+// would be a difference; no dump here was taken with one.)
+TEST_F(Corpus, SpeedsAreThoseOfTheNames) {
+    std::size_t compared = 0;
+    for (const CorpusFolder& folder : folders) {
+        for (const std::string& file : folder.files) {
+            compared += compareSpeeds(folder.path + "/" + file);
+        }
+    }
+    std::cout << compared << " speeds compared with names\n";
 }
 
 TEST_F(Corpus, AgreesWithOtherPrograms) {

@@ -9,8 +9,11 @@
 #include <boost/optional.hpp>
 
 #include <cstdint>
+#include <memory>
 
 namespace libQuarrow::cpu {
+
+class IntelIdentity;
 
 // The step of a core's development, as Intel's documents name it.
 enum IntelCoreStepping : std::uint32_t {
@@ -80,13 +83,13 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
 
     // Stepping text such as "C0". False, with an empty text, when it is unknown.
     bool getRevisionString(zel::String& text) const override;
-    IntelCoreStepping getCpuRevision() const { return m_revision; }
+    IntelCoreStepping getCpuRevision() const;
     // Manufacturing process, as in "45 nm" or "0.13 um". False, with an empty text, when it is unknown.
     bool getTechnologyString(zel::String& text) const override;
 
     // Whether the processor is of any of the classes in `mask`.
-    bool isType(std::uint32_t mask) const { return (m_type & mask) != 0; }
-    std::uint32_t getType() const { return m_type; }
+    bool isType(std::uint32_t mask) const;
+    std::uint32_t getType() const;
     // Names of the classes, such as "Core2Family" and "Wolfdale". Empty when there is none.
     zel::Array<zel::String> getTypeNames() const;
 
@@ -99,11 +102,11 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     bool getCpuDesignedFrequency(std::uint32_t& mhz) const;
 
     // Whether it is a mobile part. Known for Core and for those Core 2 that MSR 0x17 bit 28 or the number tells.
-    const boost::optional<bool>& isMobile() const { return m_mobile; }
+    const boost::optional<bool>& isMobile() const;
     // Whether it is the server die (true) or the client die (false). Known for some Ivy Bridge and Broadwell.
-    const boost::optional<bool>& isServerDie() const { return m_serverDie; }
+    const boost::optional<bool>& isServerDie() const;
     // Whether bit 27 of MSR 0x17 is clear. Known for Core and Core 2 whose register could be read.
-    const boost::optional<bool>& isPlatformIdBit27Clear() const { return m_platformIdBit27Clear; }
+    const boost::optional<bool>& isPlatformIdBit27Clear() const;
 
     // Adds the caches of this processor: from CPUID leaf 4 where there is one, else from leaves 0x80000006 and 2.
     // Trace caches always come from leaf 2. True when `caches` is not empty afterwards.
@@ -128,47 +131,21 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     bool getSpeedMetrics(x86_speed_metrics& metrics) const override;
 
   private:
-    friend struct x86_intel_info_access; // tests of the private operations
-
     enum MatchRule : std::uint32_t {
         MatchExact = 0,  // the processor number equals an entry
         MatchPrefix = 1, // the processor number begins with an entry
     };
 
+    // Exported under these names since the first release, and kept for what was linked with it.
     void findType();
-    void addTypesBySignature();
-    void addTypesByDisplayModel();
-    void addMerom();
-    void reportType() const;
-    void findRevision();
     bool getPlatformId(std::uint64_t& value, bool refresh) const;
     bool processorNumberInList(const zel::String& list, MatchRule rule) const;
-
-    bool readTCCActivationTemperature(std::uint32_t& temperature) const;
-    bool findTCCActivationTemperature(std::uint32_t& temperature) const;
     bool getWolfdale_TCCActivationTemp(std::uint32_t& temperature) const;
     bool getAtom_TCCActivationTemp(std::uint32_t& temperature) const;
-    bool readTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limits) const;
     bool getMaxTurboRatioAndSpeed(std::uint64_t busClock, std::uint32_t& maxRatio, std::uint64_t& maxSpeed) const;
 
-    void getPentium4Speed(x86_speed_metrics& metrics) const;
-    void getFrontSideBusSpeed(x86_speed_metrics& metrics) const;
-    void getSilvermontSpeed(x86_speed_metrics& metrics) const;
-    void getPlatformInfoSpeed(x86_speed_metrics& metrics) const;
-
-    const x86_cpu* m_cpu; // not owned
-    x86_cpu_signature m_signature;
-    IntelCoreStepping m_revision = IntelStepping_unknown;
-    zel::String m_revisionString;
-    zel::String m_brandString;
-    zel::String m_processorNumber;         // empty when there is none
-    std::uint32_t m_designedFrequency = 0; // MHz; 0 when it is not known
-    std::uint32_t m_type = 0;              // TypeFlag bits
-    boost::optional<bool> m_platformIdBit27Clear;
-    boost::optional<bool> m_mobile;
-    boost::optional<bool> m_serverDie;
-    mutable boost::optional<bool> m_platformIdRead; // true once MSR 0x17 was read
-    mutable std::uint64_t m_platformId = 0;         // MSR 0x17, IA32_PLATFORM_ID
+    const x86_cpu* m_cpu;                      // not owned
+    std::shared_ptr<IntelIdentity> m_identity; // copies share it: all but its memory of MSR 0x17 is settled
 };
 
 } // namespace libQuarrow::cpu

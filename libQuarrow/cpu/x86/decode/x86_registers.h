@@ -239,6 +239,14 @@ struct L2L3CacheLeaf {
     std::uint32_t l3LineBytes;     // EDX bits 7 to 0
 };
 
+// Leaf 0x80000007: advanced power management. AMD.
+struct AdvancedPowerLeaf {
+    static constexpr std::uint32_t number = 0x80000007;
+    explicit constexpr AdvancedPowerLeaf(const cpuid_args& r) : readOnlyAperfMperf(bit(r.edx, 10)) {}
+
+    bool readOnlyAperfMperf; // EDX bit 10 (EffFreqRO): MSRs 0xC00000E7 and 0xC00000E8 are there
+};
+
 // Leaf 0x80000008: widths of addresses. Intel, AMD.
 struct AddressSizesLeaf {
     static constexpr std::uint32_t number = 0x80000008;

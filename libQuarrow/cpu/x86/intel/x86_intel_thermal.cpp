@@ -1,16 +1,18 @@
 // At which temperature the thermal control circuit of an Intel processor acts.
 
-#include <libQuarrow/cpu/x86/x86_intel_info.h>
+#include <libQuarrow/cpu/x86/intel/x86_intel_thermal.h>
 
 #include <libQuarrow/DefectLog.h>
+#include <libQuarrow/cpu/x86/intel/IntelIdentity.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_log.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_tcc_activation.h>
-#include <libQuarrow/cpu/x86/x86_cpu.h>
 
 #include <algorithm>
 
 namespace libQuarrow::cpu {
 namespace {
+
+using Type = x86_intel_info;
 
 constexpr std::uint32_t msrThermalChoice = 0xEE;      // Core, Core 2
 constexpr std::uint32_t msrTemperatureTarget = 0x1A2; // MSR_TEMPERATURE_TARGET; bits 23 to 16: degrees Celsius
@@ -28,12 +30,13 @@ constexpr AtomTemperature atomTemperatures[] = {
 };
 
 // MSR 0xEE bit 30: the lower or the higher of two temperatures.
-bool chooseTemperature(const x86_cpu& cpu, std::uint32_t lower, std::uint32_t higher, std::uint32_t& temperature) {
+bool chooseTemperature(const MsrReader& readMsr, std::uint32_t lower, std::uint32_t higher,
+                       std::uint32_t& temperature) {
     std::uint64_t value = 0;
-    if (!cpu.callRDMSR(msrThermalChoice, value)) {
+    if (!readMsr(msrThermalChoice, value)) {
         return false;
     }
-    temperature = (value >> 30 & 1) != 0 ? lower : higher;
+    temperature = bit(value, 30) ? lower : higher;
     return true;
 }
 
@@ -43,46 +46,39 @@ bool containsAny(const zel::String& text, const char* fragments) {
                        [&text](const zel::String& fragment) { return text.find(fragment) != zel::String::npos; });
 }
 
-} // namespace
-
-bool x86_intel_info::getTCCActivationTemperature(std::uint32_t& temperature) const {
-    temperature = 0;
-    return readTCCActivationTemperature(temperature) || findTCCActivationTemperature(temperature);
-}
-
 // What the processor's class has for it: a register or a list. One that fails leads to no other.
-bool x86_intel_info::readTCCActivationTemperature(std::uint32_t& temperature) const {
-    if (isType(CoreDuoSoloFamily) || (isType(Merom) && m_signature.signature >= 0x6F4)) {
-        return chooseTemperature(*m_cpu, 85, 100, temperature);
+bool readTemperature(const IntelIdentity& intel, const MsrReader& readMsr, std::uint32_t& temperature) {
+    if (intel.isType(Type::CoreDuoSoloFamily) || (intel.isType(Type::Merom) && intel.signature().signature >= 0x6F4)) {
+        return chooseTemperature(readMsr, 85, 100, temperature);
     }
-    if (isType(Penryn)) {
-        return chooseTemperature(*m_cpu, 90, 105, temperature);
+    if (intel.isType(Type::Penryn)) {
+        return chooseTemperature(readMsr, 90, 105, temperature);
     }
-    if (isType(Wolfdale)) {
-        return getWolfdale_TCCActivationTemp(temperature);
+    if (intel.isType(Type::Wolfdale)) {
+        return intelWolfdaleTccTemperature(intel, temperature);
     }
-    if (isType(NehalemFamily | SandyBridgeFamily | IvyBridgeFamily | HaswellFamily | BroadwellFamily | Skylake |
-               Silvermont | Braswell | KabyLake)) {
+    if (intel.isType(Type::NehalemFamily | Type::SandyBridgeFamily | Type::IvyBridgeFamily | Type::HaswellFamily |
+                     Type::BroadwellFamily | Type::Skylake | Type::Silvermont | Type::Braswell | Type::KabyLake)) {
         std::uint64_t value = 0;
-        if (!m_cpu->callRDMSR(msrTemperatureTarget, value)) {
+        if (!readMsr(msrTemperatureTarget, value)) {
             return false;
         }
-        temperature = static_cast<std::uint32_t>(value >> 16 & 0xFF);
+        temperature = bits(value, 23, 16);
         return true;
     }
-    if (isType(Atom | CloverTrail)) {
-        return getAtom_TCCActivationTemp(temperature);
+    if (intel.isType(Type::Atom | Type::CloverTrail)) {
+        return intelAtomTccTemperature(intel, temperature);
     }
     return false;
 }
 
-bool x86_intel_info::findTCCActivationTemperature(std::uint32_t& temperature) const {
+bool findTemperature(const IntelIdentity& intel, std::uint32_t& temperature) {
     bool found = false;
     // To the end: of several rows that fit, the last one decides.
     for (const TccActivation& row : tccActivationTable) {
-        if (row.signature == m_signature.signature &&
-            (row.designedMHz == 0 || row.designedMHz == m_designedFrequency) &&
-            (row.brandFragments == nullptr || containsAny(m_brandString, row.brandFragments))) {
+        if (row.signature == intel.signature().signature &&
+            (row.designedMHz == 0 || row.designedMHz == intel.designedMHz()) &&
+            (row.brandFragments == nullptr || containsAny(intel.brand(), row.brandFragments))) {
             temperature = row.celsius;
             found = true;
         }
@@ -90,32 +86,39 @@ bool x86_intel_info::findTCCActivationTemperature(std::uint32_t& temperature) co
     return found;
 }
 
-bool x86_intel_info::getWolfdale_TCCActivationTemp(std::uint32_t& temperature) const {
+} // namespace
+
+bool intelTccTemperature(const IntelIdentity& intel, const MsrReader& readMsr, std::uint32_t& temperature) {
     temperature = 0;
-    if (!isType(Wolfdale)) {
+    return readTemperature(intel, readMsr, temperature) || findTemperature(intel, temperature);
+}
+
+bool intelWolfdaleTccTemperature(const IntelIdentity& intel, std::uint32_t& temperature) {
+    temperature = 0;
+    if (!intel.isType(Type::Wolfdale)) {
         defectLog().log(zel::LogFailure, __LINE__, "Improper function given processor type");
         return false;
     }
-    if (processorNumberInList(";E8;E7;Q8;Q9", MatchPrefix)) {
+    if (isIntelNumberInList(intel.processorNumber(), ";E8;E7;Q8;Q9", IntelNumberMatch::Prefix)) {
         temperature = 100;
-    } else if (m_processorNumber.startsWith("QX9650")) {
+    } else if (intel.processorNumber().startsWith("QX9650")) {
         temperature = 95;
-    } else if (m_processorNumber.startsWith("QX9770")) {
+    } else if (intel.processorNumber().startsWith("QX9770")) {
         temperature = 85;
     }
     return temperature > 0;
 }
 
-bool x86_intel_info::getAtom_TCCActivationTemp(std::uint32_t& temperature) const {
+bool intelAtomTccTemperature(const IntelIdentity& intel, std::uint32_t& temperature) {
     const zel::TraceScope trace(intelLog(), "getAtom_TCCActivationTemp", "cpu/x86/x86_intel_info", __LINE__);
     temperature = 0;
-    if (!isType(Atom | CloverTrail)) {
-        // Meant for this channel, although Wolfdale's goes to the one for defects.
+    if (!intel.isType(Type::Atom | Type::CloverTrail)) {
+        // On this channel, although Wolfdale's goes to the one for defects: who filters the log knows them so.
         intelLog().log(zel::LogFailure, __LINE__, "Improper function given processor type");
         return false;
     }
     for (const AtomTemperature& row : atomTemperatures) {
-        if (processorNumberInList(row.processorNumbers, MatchExact)) {
+        if (isIntelNumberInList(intel.processorNumber(), row.processorNumbers, IntelNumberMatch::Exact)) {
             temperature = row.celsius;
             break;
         }

@@ -1,17 +1,16 @@
 // How far an Intel processor's multiplier may rise, by the number of active cores.
 
-#include <libQuarrow/cpu/x86/x86_intel_info.h>
+#include <libQuarrow/cpu/x86/intel/x86_intel_turbo.h>
 
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
+#include <libQuarrow/cpu/x86/intel/IntelIdentity.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_log.h>
-#include <libQuarrow/cpu/x86/x86_cpu.h>
-#include <libQuarrow/cpu/x86/x86_pin.h>
 
 #include <algorithm>
 
 namespace libQuarrow::cpu {
 namespace {
 
-constexpr std::uint32_t thermalAndPowerLeaf = 6;    // CPUID; EAX bit 1: turbo is there
 constexpr std::uint32_t msrTurboRatioLimit = 0x1AD; // MSR_TURBO_RATIO_LIMIT, _LIMIT1 and so on
 constexpr std::uint32_t ratiosPerRegister = 8;      // a byte for 1, 2, 3 ... active cores, lowest first
 
@@ -21,10 +20,10 @@ struct TurboLayout {
 };
 
 // False for a class that has no such registers.
-bool turboLayout(const x86_intel_info& info, TurboLayout& layout) {
+bool turboLayout(const IntelIdentity& info, TurboLayout& layout) {
     const boost::optional<bool>& serverDie = info.isServerDie();
     if (info.isType(x86_intel_info::NehalemFamily)) {
-        return true; // keeps the default of 6, on the parts with 8 and 10 cores too: meant so
+        return true; // the default of 6 on the parts with 8 and 10 cores too, whose table has never been told further
     }
     if (info.isType(x86_intel_info::SandyBridgeFamily)) {
         layout.ratios = 8;
@@ -41,7 +40,7 @@ bool turboLayout(const x86_intel_info& info, TurboLayout& layout) {
     }
     if (info.isType(x86_intel_info::BroadwellFamily)) {
         if (serverDie == false) {
-            return true; // keeps the default of 6, though client dies have 4 cores at most: meant so
+            return true; // keeps the default of 6, though client dies have 4 cores at most
         }
         layout.ratios = 24;
         layout.registers = serverDie == true ? 4 : 1;
@@ -56,33 +55,31 @@ bool turboLayout(const x86_intel_info& info, TurboLayout& layout) {
 
 } // namespace
 
-// Whether the table could be read; it may hold no ratio all the same.
-bool x86_intel_info::readTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limits) const {
+bool readIntelTurboRatioLimits(const IntelIdentity& intel, std::uint32_t cores, CpuidReader& cpuid,
+                               const MsrReader& readMsr, zel::Array<IntelTurboRatioLimit>& limits) {
     limits.clear();
-    const x86_pin pin(*m_cpu);
-    std::uint32_t eax = 0;
-    m_cpu->callCPUID(thermalAndPowerLeaf, &eax, nullptr, nullptr, nullptr);
-    if ((eax >> 1 & 1) == 0) {
+    cpuid_args power;
+    if (!cpuid.ask(PowerLeaf::number, 0, power) || !PowerLeaf(power).turbo) {
         intelLog().log(zel::LogDiagnostic, __LINE__, "Intel Turbo Boost not supported on CPU");
         return false;
     }
     TurboLayout layout;
-    if (!turboLayout(*this, layout)) {
+    if (!turboLayout(intel, layout)) {
         return false;
     }
     std::uint64_t words[4] = {};
     for (std::uint32_t i = 0; i < layout.registers; ++i) {
         std::uint64_t value = 0;
-        if (m_cpu->callRDMSR(msrTurboRatioLimit + i, value)) {
+        if (readMsr(msrTurboRatioLimit + i, value)) {
             words[i] = value;
         } else if (i == 0) {
             return false;
         }
     }
-    const std::uint32_t count = std::min(layout.ratios, m_cpu->getNumberCoresPerPhysicalPackage());
+    const std::uint32_t count = std::min(layout.ratios, cores);
     for (std::uint32_t n = 0; n < count; ++n) {
-        const std::uint64_t word = words[n / ratiosPerRegister];
-        const auto ratio = static_cast<std::uint32_t>(word >> n % ratiosPerRegister * 8 & 0xFF);
+        const unsigned int lowest = n % ratiosPerRegister * 8;
+        const std::uint32_t ratio = bits(words[n / ratiosPerRegister], lowest + 7, lowest);
         if (ratio != 0) {
             limits.append({n + 1, ratio});
         }
@@ -90,16 +87,11 @@ bool x86_intel_info::readTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limi
     return true;
 }
 
-bool x86_intel_info::getTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limits) const {
-    return readTurboRatioLimits(limits) && !limits.isEmpty();
-}
-
-// `busClock` and `maxSpeed` in Hz. `maxSpeed` is written only when there is a ratio.
-bool x86_intel_info::getMaxTurboRatioAndSpeed(std::uint64_t busClock, std::uint32_t& maxRatio,
-                                              std::uint64_t& maxSpeed) const {
+bool findIntelMaxTurbo(const IntelIdentity& intel, std::uint32_t cores, CpuidReader& cpuid, const MsrReader& readMsr,
+                       std::uint64_t busClock, std::uint32_t& maxRatio, std::uint64_t& maxSpeed) {
     maxRatio = 0;
     zel::Array<IntelTurboRatioLimit> limits;
-    if (!readTurboRatioLimits(limits)) {
+    if (!readIntelTurboRatioLimits(intel, cores, cpuid, readMsr, limits)) {
         return false;
     }
     intelLog().log(zel::LogTrace, __LINE__, "Cores Active:  Max Ratio:  Max Speed:");

@@ -1,7 +1,8 @@
 #include <libQuarrow/cpu/x86/speed/x86_speed_reader.h>
 
+#include <libQuarrow/cpu/x86/decode/GuardedCpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/cpu/x86/speed/x86_tsc_measurement.h>
-#include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/machine/Machine.h>
 
 #include <cmath>
@@ -9,28 +10,16 @@
 namespace libQuarrow::cpu {
 namespace {
 
-constexpr std::uint64_t hertzPerMHz = 1000000;
-
-// CPUID leaf 6, thermal and power management.
-constexpr std::uint32_t powerLeaf = 6;
-constexpr std::uint32_t powerEaxTurbo = 1u << 1;      // turbo is there and enabled (Intel)
-constexpr std::uint32_t powerEcxAperfMperf = 1u << 0; // the two counters are there (Intel and AMD)
+constexpr double hertzPerMHz = 1000000;
 
 // MPERF counts at the highest frequency without turbo, APERF at the real one, both while the processor is not halted.
-// AMD's have copies that can only be read, which some drivers let through alone (AMD APM volume 2, effective frequency;
-// CPUID leaf 0x80000007 EDX bit 10, EffFreqRO).
+// AMD's have copies that can only be read, which some drivers let through alone (AMD APM volume 2, effective
+// frequency).
 struct FrequencyCounters {
     std::uint32_t mperf, aperf;
 };
 constexpr FrequencyCounters frequencyCounters = {0xE7, 0xE8};
 constexpr FrequencyCounters readOnlyFrequencyCounters = {0xC00000E7, 0xC00000E8};
-constexpr std::uint32_t advancedPowerLeaf = 0x80000007;
-constexpr std::uint32_t advancedPowerEdxReadOnlyCounters = 1u << 10;
-
-boost::optional<std::uint64_t> megahertz(std::uint32_t register16) {
-    const std::uint64_t mhz = register16 & 0xFFFF;
-    return mhz == 0 ? boost::optional<std::uint64_t>() : mhz * hertzPerMHz;
-}
 
 template <class T>
 void fill(boost::optional<T>& unknown, const boost::optional<T>& value) {
@@ -39,60 +28,42 @@ void fill(boost::optional<T>& unknown, const boost::optional<T>& value) {
     }
 }
 
-// CPUID leaf 0x16, processor frequencies in MHz: EAX base, EBX maximum, ECX bus (Intel's manual, volume 2, CPUID).
-void addFrequencyLeaf(const x86_cpu& cpu, x86_speed_metrics& metrics) {
-    std::uint32_t base = 0;
-    std::uint32_t maximum = 0;
-    std::uint32_t bus = 0;
-    if (!cpu.callCPUID(0x16, &base, &maximum, &bus, nullptr)) {
-        return;
-    }
-    fill(metrics.busClock, megahertz(bus));
-    fill(metrics.highestSpeed, megahertz(base));
-    std::uint32_t power = 0;
-    cpu.callCPUID(powerLeaf, &power, nullptr, nullptr, nullptr);
-    if ((power & powerEaxTurbo) != 0 && (maximum & 0xFFFF) > (base & 0xFFFF)) {
-        fill(metrics.turboSpeed, megahertz(maximum));
-    }
+// What is 0 is not known.
+void fillSpeed(boost::optional<std::uint64_t>& unknown, std::uint64_t hertz) {
+    fill(unknown, boost::make_optional(hertz != 0, hertz));
 }
 
-// CPUID leaf 0x15: the time-stamp counter runs at ECX (the crystal, in Hz) times EBX / EAX, which is the highest
-// frequency without turbo.
-void addCrystalLeaf(const x86_cpu& cpu, x86_speed_metrics& metrics) {
-    std::uint32_t denominator = 0;
-    std::uint32_t numerator = 0;
-    std::uint32_t crystal = 0;
-    if (cpu.callCPUID(0x15, &denominator, &numerator, &crystal, nullptr) && denominator != 0 && numerator != 0 &&
-        crystal != 0) {
-        fill(metrics.highestSpeed, boost::make_optional(std::uint64_t{crystal} * numerator / denominator));
-    }
+void fillSpeedsOfMultipliers(double busMHz, x86_speed_metrics& metrics) {
+    fillSpeed(metrics.currentSpeed, hertzOf(metrics.currentMultiplier * busMHz));
+    fillSpeed(metrics.lowestSpeed, hertzOf(metrics.minMultiplier * busMHz));
+    fillSpeed(metrics.highestSpeed, hertzOf(metrics.maxMultiplier * busMHz));
+    fillSpeed(metrics.turboSpeed, hertzOf(metrics.turboRatio.value_or(0) * busMHz));
 }
 
-boost::optional<std::uint64_t> speedOf(double multiplier, std::uint64_t busClock) {
-    return static_cast<std::uint64_t>(std::llround(multiplier * static_cast<double>(busClock)));
+// What CPUID leaves 0x16 and 0x15 tell. What registers told counts for more.
+void addSpeedsOfLeaves(CpuidReader& cpuid, x86_speed_metrics& metrics) {
+    cpuid_args registers;
+    if (cpuid.ask(FrequencyLeaf::number, 0, registers)) {
+        const FrequencyLeaf leaf(registers);
+        fillSpeed(metrics.busClock, hertzOf(leaf.busMHz));
+        if (metrics.busClock) {
+            fillSpeedsOfMultipliers(static_cast<double>(*metrics.busClock) / hertzPerMHz, metrics);
+        }
+        fillSpeed(metrics.highestSpeed, hertzOf(leaf.baseMHz));
+        cpuid_args power;
+        if (leaf.maximumMHz > leaf.baseMHz && cpuid.ask(PowerLeaf::number, 0, power) && PowerLeaf(power).turbo) {
+            fillSpeed(metrics.turboSpeed, hertzOf(leaf.maximumMHz));
+        }
+    }
+    // The counter runs at the highest frequency without turbo.
+    if (cpuid.ask(CrystalLeaf::number, 0, registers)) {
+        fillSpeed(metrics.highestSpeed, CrystalLeaf(registers).tscHertz());
+    }
 }
 
 // Figures that a name or a leaf gives are rounded; multipliers come in halves.
 double multiplierOf(std::uint64_t speed, std::uint64_t busClock) {
     return std::round(static_cast<double>(speed) / static_cast<double>(busClock) * 2) / 2;
-}
-
-void addSpeedsOfMultipliers(x86_speed_metrics& metrics) {
-    if (!metrics.busClock) {
-        return;
-    }
-    if (metrics.currentMultiplier != 0) {
-        metrics.currentSpeed = speedOf(metrics.currentMultiplier, *metrics.busClock);
-    }
-    if (metrics.minMultiplier != 0) {
-        metrics.lowestSpeed = speedOf(metrics.minMultiplier, *metrics.busClock);
-    }
-    if (metrics.maxMultiplier != 0) {
-        metrics.highestSpeed = speedOf(metrics.maxMultiplier, *metrics.busClock);
-    }
-    if (metrics.turboRatio) {
-        metrics.turboSpeed = speedOf(*metrics.turboRatio, *metrics.busClock);
-    }
 }
 
 void addMultipliersOfSpeeds(x86_speed_metrics& metrics) {
@@ -115,35 +86,34 @@ struct Counts {
     std::uint64_t mperf = 0, aperf = 0;
 };
 
-bool readCounts(const x86_cpu& cpu, const FrequencyCounters& counters, Counts& counts) {
-    return cpu.callRDMSR(counters.mperf, counts.mperf) && cpu.callRDMSR(counters.aperf, counts.aperf);
+bool readCounts(const MsrReader& readMsr, const FrequencyCounters& counters, Counts& counts) {
+    return readMsr(counters.mperf, counts.mperf) && readMsr(counters.aperf, counts.aperf);
 }
 
 // Those counters that can be read, with their first counts.
-boost::optional<FrequencyCounters> firstCounts(const x86_cpu& cpu, Counts& counts) {
-    if (readCounts(cpu, frequencyCounters, counts)) {
+boost::optional<FrequencyCounters> firstCounts(CpuidReader& cpuid, const MsrReader& readMsr, Counts& counts) {
+    if (readCounts(readMsr, frequencyCounters, counts)) {
         return frequencyCounters;
     }
-    std::uint32_t power = 0;
-    const bool hasCopies = cpu.callCPUID(advancedPowerLeaf, nullptr, nullptr, nullptr, &power) &&
-                           (power & advancedPowerEdxReadOnlyCounters) != 0;
-    return boost::make_optional(hasCopies && readCounts(cpu, readOnlyFrequencyCounters, counts),
+    cpuid_args power;
+    const bool hasCopies =
+        cpuid.ask(AdvancedPowerLeaf::number, 0, power) && AdvancedPowerLeaf(power).readOnlyAperfMperf;
+    return boost::make_optional(hasCopies && readCounts(readMsr, readOnlyFrequencyCounters, counts),
                                 readOnlyFrequencyCounters);
 }
 
-void addEffectiveSpeed(const x86_cpu& cpu, x86_speed_metrics& metrics) {
+void addEffectiveSpeed(CpuidReader& cpuid, const MsrReader& readMsr, x86_speed_metrics& metrics) {
     os::Clock& clock = os::currentMachine().clock();
-    std::uint32_t power = 0;
-    if (!metrics.highestSpeed || !cpu.callCPUID(powerLeaf, nullptr, nullptr, &power, nullptr) ||
-        (power & powerEcxAperfMperf) == 0) {
+    cpuid_args power;
+    if (!metrics.highestSpeed || !cpuid.ask(PowerLeaf::number, 0, power) || !PowerLeaf(power).aperfMperf) {
         return;
     }
     Counts first, last;
-    const boost::optional<FrequencyCounters> counters = firstCounts(cpu, first);
+    const boost::optional<FrequencyCounters> counters = firstCounts(cpuid, readMsr, first);
     std::uint64_t frequency = 0;
     std::uint64_t start = 0;
     if (!counters || !clock.frequency(frequency) || !clock.counter(start) ||
-        !spinUntil(clock, start + measuringInterval(frequency)) || !readCounts(cpu, *counters, last)) {
+        !spinUntil(clock, start + measuringInterval(frequency)) || !readCounts(readMsr, *counters, last)) {
         return;
     }
     // Anybody may write the counters in between, and a recording's stand still.
@@ -160,18 +130,33 @@ void addEffectiveSpeed(const x86_cpu& cpu, x86_speed_metrics& metrics) {
 
 } // namespace
 
-bool completeSpeedMetrics(const x86_cpu& cpu, std::uint32_t designedMHz, x86_speed_metrics& metrics) {
-    addFrequencyLeaf(cpu, metrics);
-    addSpeedsOfMultipliers(metrics); // what registers told counts for more than what the leaf did
-    addCrystalLeaf(cpu, metrics);
-    if (designedMHz != 0) {
-        fill(metrics.highestSpeed, boost::make_optional(designedMHz * hertzPerMHz));
+std::uint64_t hertzOf(double megahertz) {
+    return static_cast<std::uint64_t>(std::llround(megahertz * hertzPerMHz));
+}
+
+void setBusClock(double megahertz, x86_speed_metrics& metrics) {
+    fillSpeed(metrics.busClock, hertzOf(megahertz));
+    fillSpeedsOfMultipliers(megahertz, metrics);
+}
+
+bool completeSpeedMetrics(CpuidReader& cpuid, const MsrReader& readMsr, std::uint32_t designedMHz,
+                          x86_speed_metrics& metrics) {
+    if (metrics.busClock) {
+        fillSpeedsOfMultipliers(static_cast<double>(*metrics.busClock) / hertzPerMHz, metrics);
     }
-    addEffectiveSpeed(cpu, metrics);
+    addSpeedsOfLeaves(cpuid, metrics);
+    fillSpeed(metrics.highestSpeed, hertzOf(designedMHz));
+    addEffectiveSpeed(cpuid, readMsr, metrics);
     addMultipliersOfSpeeds(metrics);
     return metrics.busClock || metrics.currentSpeed || metrics.highestSpeed || metrics.turboSpeed ||
            metrics.turboRatio || metrics.currentMultiplier != 0 || metrics.minMultiplier != 0 ||
            metrics.maxMultiplier != 0;
+}
+
+bool completeSpeedMetrics(const x86_cpu& cpu, std::uint32_t designedMHz, x86_speed_metrics& metrics) {
+    GuardedCpuidReader guarded(cpu);
+    RememberingCpuidReader cpuid(guarded);
+    return completeSpeedMetrics(cpuid, guardedMsrReader(cpu), designedMHz, metrics);
 }
 
 } // namespace libQuarrow::cpu

@@ -38,6 +38,12 @@ std::string textOf(const OneProcessor& one) {
         return "none";
     }
     EXPECT_EQ(m.multiplierPrecision, x86_speed_metrics::trimmedPrecision);
+    // What it is sold with: names are rounded, or cut off, to hundredths of a GHz.
+    std::uint32_t named = 0;
+    const cpu::x86_intel_info intel(one.cpu);
+    if (!one.machine.recording().processors[0].msrs.empty() && intel.getCpuDesignedFrequency(named)) {
+        EXPECT_NEAR(megahertz(m.highestSpeed), named, 10);
+    }
     // Where bus clock and multiplier are known, so is the speed.
     EXPECT_EQ(m.currentSpeed.has_value(), m.busClock && m.currentMultiplier != 0);
     EXPECT_EQ(m.lowestSpeed.has_value(), m.busClock && m.minMultiplier != 0);
@@ -78,24 +84,35 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
         {"Xeon Irwindale, slowed down", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D00000E1E}}, "200: 0/14/17 = 3400"},
         {"no SpeedStep", Intel(0xF29), {{0x2C, 0x0E020000}, {0x198, 0x500}}, "200: 0/14/14 = 2800"},
         {"model 2, code 0", Intel(0xF24), {{0x2C, 0x14000000}}, "100: 0/20/20 = 2000"},
-        {"model 4, code 0", Intel(0xF43), {{0x2C, 0x0E000000}}, "266.666667: 0/14/14 = 3733.333338"},
+        {"model 4, code 0", Intel(0xF43), {{0x2C, 0x0E000000}}, "266.666667: 0/14/14 = 3733.333333"},
+        {"model 2, code 0, of later models by its name", Intel(0xF25, "Pentium(R) 4 CPU 3.46GHz"), {{0x2C, 0x0D000000}},
+         "266.666667: 0/13/13 = 3466.666667"},
         {"model 2, a code of later models", Intel(0xF29), {{0x2C, 0x0E040000}}, "0: 0/14/14 = 0"},
         {"model 0: bus clock only", Intel(0xF0A, "4 CPU 1.70GHz"), {{0x2C, 0}}, "100: 0/0/17 = 1700"},
-        {"Core 2 P8400, accelerated", Intel(0x10676),
-         {{0xCD, 0x1E0}, {0x198, 0x0617092706000927}, {0x17, 0x001C0000B9F4C822}}, "266.666667: 0/9/9 = 2400.000003"},
-        {"Core 2, half a step", Intel(0x10676), {{0xCD, 4}, {0x198, 0x482200000616}},
-         "333.333333: 0/6/8.5 = 2833.333331"},
+        {"Core 2 P8400, accelerated", Intel(0x10676, "P8400 @ 2.26GHz"),
+         {{0xCD, 0x1E0}, {0x198, 0x0617092706000927}, {0x17, 0x001C0000B9F4C822}},
+         "266.666667: 0/9/8.5 = 2266.666667, 9 = 2400"},
+        {"the same at half the bus clock", Intel(0x10676), {{0xCD, 0}, {0x198, 0x0617092706008611}, {0x17, 0xD0000000}},
+         "266.666667: 0/3/9 = 2400"},
+        {"a desktop set above what it is qualified for", Intel(0x10676), {{0xCD, 0}, {0x198, 0x092700000927}, {0x17, 0x800}},
+         "266.666667: 0/9/9 = 2400"},
+        {"Core 2 Q9550, half a step", Intel(0x10677, "Q9550 @ 2.83GHz"), {{0xCD, 4}, {0x198, 0x482200000616}},
+         "333.333333: 0/6/8.5 = 2833.333333"},
+        {"65 nm Core 2, which has no half steps", Intel(0x6FB), {{0xCD, 4}, {0x198, 0x492200004616}, {0x17, 0x4800}},
+         "333.333333: 0/6/9 = 3000"},
         {"Core 2 without a status", Intel(0x10676), {{0xCD, 0}, {0x17, 0x001C0000B9F4C822}},
-         "266.666667: 0/0/8 = 2133.333336"},
-        {"Core Duo", Intel(0x6EC), {{0xCD, 3}, {0x198, 0x0D2800000613}}, "166.666667: 0/6/13 = 2166.666671"},
+         "266.666667: 0/0/8.5 = 2266.666667"},
+        {"Core Duo", Intel(0x6EC, "T2600 @ 2.16GHz"), {{0xCD, 3}, {0x198, 0x0D280000C613}},
+         "166.666667: 0/6/13 = 2166.666667"},
         {"Core 2, a code that is none", Intel(0x6F6), {{0xCD, 7}, {0x198, 0x092700000613}}, "0: 0/6/9 = 0"},
-        {"Atom", Intel(0x106C2), {{0xCD, 1}, {0x198, 0x0C1A00000616}}, "133.333333: 0/6/12 = 1599.999996"},
-        {"Atom, a slow bus", Intel(0x106C2), {{0xCD, 7}, {0x198, 0x0C1A00000C16}}, "83.333333: 0/12/12 = 999.999996"},
+        {"Atom", Intel(0x106C2), {{0xCD, 1}, {0x198, 0x0C1A00000616}}, "133.333333: 0/6/12 = 1600"},
+        {"Atom D525", Intel(0x106CA, "D525 @ 1.80GHz"), {{0xCD, 2}, {0x198, 0x091A00000916}}, "200: 0/9/9 = 1800"},
+        {"Atom, a slow bus", Intel(0x106C2), {{0xCD, 7}, {0x198, 0x0C1A00000C16}}, "83.333333: 0/12/12 = 1000"},
         {"Silvermont", Intel(0x30673), {{0xCD, 0}, {0xCE, 0x1800}, {0x198, 0x1000}},
-         "83.333333: 0/16/24 = 1999.999992"},
+         "83.333333: 0/16/24 = 2000"},
         {"Airmont", Intel(0x406C3), {{0xCD, 8}, {0xCE, 0x1400}, {0x198, 0x1400}}, "87.5: 0/20/20 = 1750"},
         {"Westmere i5-650", withTurbo(0x20652, 2), {{0xCE, 0x090008051800}, {0x198, 0x19}, {0x1AD, 0x191A}},
-         "133.333333: 9/25/24 = 3199.999992, 26 = 3466.666658"},
+         "133.333333: 9/25/24 = 3200, 26 = 3466.666667"},
         {"Skylake Xeon Bronze 3104: no turbo", Intel(0x50654),
          {{0xCE, 0x0007082CF3811100}, {0x198, 0x150500000800}, {0x1AD, 0x1111111111111111}}, "100: 8/8/17 = 1700"},
         {"of no class, with leaf 0x16", withTurbo(0x906A4, 4).maxLeaf(0x16).leaf(0x16, {1500, 4400, 100, 0}),
@@ -111,6 +128,9 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
         {"leaf 0x15: 24 MHz * 216 / 2", kabyLake(0).leaf(0x15, {2, 216, 24000000, 0}), {}, "100: 0/0/26 = 2592"},
         {"leaf 0x15 without a denominator", kabyLake(0).leaf(0x15, {0, 216, 24000000, 0}), {}, "100: 0/0/42 = 4200"},
         {"no bus clock: the name alone", Intel(0x6D6, "Pentium(R) M processor 1.60GHz"), {}, "0: 0/0/0 = 1600"},
+        {"of no class, without leaf 0x16: ratios of a clock that nobody told", Intel(0x806F8).maxLeaf(0x15),
+         {{0xCE, 0x080000001400}}, "0: 8/0/20 = 0"},
+        {"of no class, nothing told", Intel(0x806F8).maxLeaf(0x1F), {}, "none"},
         {"nothing", Intel(0x6D6), {}, "none"},
         {"Athlon 64 2800+", Amd(0xF4A), {{0xC0010042, 0x200000A0A0A}}, "200: 0/9/9 = 1800"},
         {"an unlimited Athlon 64", Amd(0xF58), {{0xC0010042, 0x2A0E02}}, "200: 0/5/11 = 2200"},
