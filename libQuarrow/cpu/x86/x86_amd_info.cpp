@@ -1,6 +1,8 @@
 #include <libQuarrow/cpu/x86/x86_amd_info.h>
 
 #include <libQuarrow/cpu/x86/amd/x86_amd_revisions.h>
+#include <libQuarrow/cpu/x86/decode/GuardedCpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 
 namespace libQuarrow::cpu {
@@ -9,7 +11,7 @@ namespace {
 constexpr std::uint32_t msrApicBase = 0x1B;
 
 struct PackageField {
-    std::uint32_t field; // leaf 0x80000001 EBX bits 31 to 28
+    std::uint32_t field; // ExtendedFeaturesLeaf::packageType
     std::uint32_t package;
 };
 
@@ -45,11 +47,11 @@ x86_amd_info::x86_amd_info(const x86_cpu& cpu) : m_cpu(&cpu) {
 }
 
 AmdPackageType x86_amd_info::packageTypeByLeaf(std::uint32_t family) const {
-    std::uint32_t ebx = 0;
-    if (!m_cpu->callCPUID(0x80000001, nullptr, &ebx, nullptr, nullptr)) {
+    cpuid_args registers;
+    if (!GuardedCpuidReader(*m_cpu).ask(ExtendedFeaturesLeaf::number, 0, registers)) {
         return AmdPackage_other;
     }
-    const std::uint32_t field = ebx >> 28;
+    const std::uint32_t field = ExtendedFeaturesLeaf(registers).packageType;
     switch (family) {
     case 0x11: // goes by family 0x12's list on purpose, though its manual has a list of its own: users know these codes
     case 0x12:
@@ -76,7 +78,7 @@ AmdProcessorBSPType x86_amd_info::isBSP() const {
     if ((family != 15 && family != 16) || !m_cpu->callRDMSR(msrApicBase, apicBase)) {
         return AmdBSP_unknown;
     }
-    return (apicBase >> 8 & 1) != 0 ? AmdBSP_bootstrap : AmdBSP_application;
+    return bit(apicBase, 8) ? AmdBSP_bootstrap : AmdBSP_application;
 }
 
 } // namespace libQuarrow::cpu

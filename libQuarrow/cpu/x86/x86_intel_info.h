@@ -127,7 +127,8 @@ class QUARROW_EXPORT x86_intel_info : public x86_vendor_info {
     // False, with `limits` empty, when the processor has no turbo, its registers cannot be read, or none holds a ratio.
     bool getTurboRatioLimits(zel::Array<IntelTurboRatioLimit>& limits) const;
     // Bus clock, multipliers and speeds: from the MSRs of the generation where a driver gives access to them, else what
-    // CPUID leaves 0x15 and 0x16 and the brand string tell. False, with `metrics` untouched, when nothing is known.
+    // CPUID leaves 0x15 and 0x16 and the brand string tell. The dynamic acceleration of a mobile Core 2 is its turbo. A
+    // bus clock that nothing tells is left open. False, with `metrics` untouched, when nothing is known.
     bool getSpeedMetrics(x86_speed_metrics& metrics) const override;
 
   private:

@@ -67,7 +67,8 @@ bool avxEnabled(CpuidReader& cpuid) {
     return avxReported(cpuid) && avxStateEnabled(cpuid);
 }
 
-// Leaf 7 is read without asking for the highest leaf first, as leaf 1 is. That is meant so and must stay.
+// Leaf 7 is read without asking for the highest leaf first, as leaf 1 is: where the firmware limits the leaves, what is
+// allowed has always been what these bits then say, and programs were chosen by it.
 bool avx2Enabled(CpuidReader& cpuid) {
     constexpr std::uint32_t avx2 = 0x20;
     return avxReported(cpuid) && (cpuid.read(7).ebx & avx2) != 0 && avxStateEnabled(cpuid);

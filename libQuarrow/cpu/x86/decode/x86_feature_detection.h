@@ -15,7 +15,8 @@ x86_feature_flags requiredFeatures();
 bool avxEnabled(CpuidReader& cpuid);
 bool avx2Enabled(CpuidReader& cpuid);
 
-// What the processor reports. A live reader executes at most fifteen CPUIDs, since every bound is asked for anew.
+// What the processor reports. Every bound is asked for anew: a live reader executes up to thirteen CPUIDs on an AMD
+// processor and up to nine on any other.
 x86_feature_flags decodeSupportedFeatures(CpuidReader& cpuid);
 
 // The required features that the processor has, and AVX and AVX2 where the operating system has enabled them.

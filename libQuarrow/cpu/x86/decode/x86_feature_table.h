@@ -18,7 +18,7 @@
 // Bits as in "Intel 64 and IA-32 Architectures Software Developer's Manual", volume 2A, CPUID, and in "AMD64
 // Architecture Programmer's Manual", volume 3, appendix E.
 //
-// Irregular rows, all meant so:
+// Irregular rows. The numbers and texts of features are part of the interface, so these stay as they are:
 //   0          comes from EFLAGS, not from CPUID.
 //   74-79, 107 AMD's copies in extended leaves of the features 25, 24, 23, 22, 21, 5 and 55. They are values of
 //              their own under the same names, and a set may print a name twice.

@@ -3,6 +3,7 @@
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/x86/decode/CpuidReader.h>
 #include <libQuarrow/cpu/x86/decode/x86_identification.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/machine/Machine.h>
 #include <zel/Log.h>
 
@@ -34,21 +35,21 @@ zel::String leafReport(const std::vector<AmdTopologyEntry>& entries) {
 } // namespace
 
 AmdTopologyEntry AmdTopologyEntry::read(CpuidReader& cpuid, const WinAffinity& affinity) {
-    const cpuid_args topology = cpuid.read(0x8000001E);
+    const auto topology = readLeaf<AmdTopologyLeaf>(cpuid);
     AmdTopologyEntry entry;
     entry.affinity = affinity;
-    entry.extendedApicId = topology.eax;
-    entry.nodeId = topology.ecx & 0xFF;
-    entry.coreId = topology.ebx & 0xFF;
-    entry.nodesPerProcessor = (topology.ecx >> 8 & 0x7) + 1;
-    entry.threadsPerCore = (topology.ebx >> 8 & 0xFF) + 1;
-    entry.packageThreads = (cpuid.read(0x80000008).ecx & 0xFF) + 1;
+    entry.extendedApicId = topology.extendedApicId;
+    entry.nodeId = topology.nodeId;
+    entry.coreId = topology.coreId;
+    entry.nodesPerProcessor = topology.nodesPerProcessor;
+    entry.threadsPerCore = topology.threadsPerCore;
+    entry.packageThreads = readLeaf<PackageSizeLeaf>(cpuid).threads;
     return entry;
 }
 
 bool AMD_TopologyInfo::isSupported(CpuidReader& cpuid) {
-    constexpr std::uint32_t topologyExtensions = 1U << 22;
-    return decodeMaxExtendedCpuid(cpuid) >= 0x8000001E && (cpuid.read(0x80000001).ecx & topologyExtensions) != 0;
+    return decodeMaxExtendedCpuid(cpuid) >= AmdTopologyLeaf::number &&
+           readLeaf<ExtendedFeaturesLeaf>(cpuid).topologyExtensions;
 }
 
 const AMD_TopologyInfo& AMD_TopologyInfo::get(CpuidReader& cpuid) {

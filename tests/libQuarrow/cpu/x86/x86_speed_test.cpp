@@ -211,14 +211,17 @@ TEST(EffectiveSpeed, is_measured_where_the_counters_are_and_run_forwards) {
         {1, 1000, 1250, 0, 0xC0000000, 1 << 9},     // there are none
     };
     for (const auto& row : cases) {
-        const OneProcessor one(IntelProcessor(0x306C3)
-                                   .leaf(6, {0, 0, row.ecx, 0})
-                                   .leaf(0x80000000, {0x80000007, 0, 0, 0})
-                                   .leaf(0x80000007, {0, 0, 0, row.copies}));
+        OneProcessor one(IntelProcessor(0x306C3)
+                             .leaf(6, {0, 0, row.ecx, 0})
+                             .leaf(0x80000000, {0x80000007, 0, 0, 0})
+                             .leaf(0x80000007, {0, 0, 0, row.copies}));
         RunningCounters counters(row.mperf, row.aperf, row.base);
         libKernelMode::setDriverBackend(&counters); // the machine's scope puts the earlier one back
         x86_speed_metrics metrics;
+        one.counts() = {};
         ASSERT_TRUE(one.cpu.getSpeedMetrics(metrics));
+        // Turbo and these counters are told by the same leaf, their copies by another.
+        EXPECT_EQ(one.counts().cpuid, row.base == 0 ? 1u : 2u);
         EXPECT_EQ(metrics.effectiveSpeed.has_value(), row.multiplier != 0);
         EXPECT_EQ(metrics.effectiveMultiplier, row.multiplier);
     }
