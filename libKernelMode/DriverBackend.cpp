@@ -38,8 +38,10 @@ DriverBackend& currentDriverBackend() {
     return backend != nullptr ? *backend : nativeDriverBackend();
 }
 
-DriverBackend* setDriverBackend(DriverBackend* backend) {
-    return replacement.exchange(backend);
+ScopedDriverBackend::ScopedDriverBackend(DriverBackend& backend) : m_previous(replacement.exchange(&backend)) {}
+
+ScopedDriverBackend::~ScopedDriverBackend() {
+    replacement = m_previous;
 }
 
 } // namespace libKernelMode

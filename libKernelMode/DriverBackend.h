@@ -54,9 +54,20 @@ class KERNELMODE_EXPORT DriverBackend {
 
 // The backend of the operating system this library was built for.
 KERNELMODE_EXPORT DriverBackend& nativeDriverBackend();
-// The backend that openDriver uses: the native one until another is set. Null restores the native one. The backend is
-// not owned and must outlive its use; set it before other threads open drivers. Answers the one set before.
+// The backend that openDriver uses: the native one, or the one that a ScopedDriverBackend has put in its place.
 KERNELMODE_EXPORT DriverBackend& currentDriverBackend();
-KERNELMODE_EXPORT DriverBackend* setDriverBackend(DriverBackend* backend);
+
+// Makes `backend` the current one until the end of the scope; then the one before is back. Scopes nest. The backend is
+// not owned. To be used before other threads open drivers.
+class KERNELMODE_EXPORT ScopedDriverBackend {
+  public:
+    explicit ScopedDriverBackend(DriverBackend& backend);
+    ~ScopedDriverBackend();
+    ScopedDriverBackend(const ScopedDriverBackend&) = delete;
+    ScopedDriverBackend& operator=(const ScopedDriverBackend&) = delete;
+
+  private:
+    DriverBackend* const m_previous; // null: the native one
+};
 
 } // namespace libKernelMode

@@ -1,7 +1,5 @@
 #include <libQuarrow/machine/Machine.h>
 
-#include <libKernelMode/DriverBackend.h>
-
 #include <atomic>
 
 namespace libQuarrow::os {
@@ -30,14 +28,10 @@ bool Machine::numbersProcessorsByGroup() const {
     return false;
 }
 
-const void* Machine::keptObject(std::type_index type, const std::function<std::shared_ptr<void>()>& make) {
-    KeptObject* kept = nullptr;
-    {
-        const std::lock_guard lock(m_keptMutex);
-        kept = &m_kept[type];
-    }
-    std::call_once(kept->once, [&] { kept->object = make(); });
-    return kept->object.get();
+const cpu::AMD_TopologyInfo&
+Machine::amdTopology(const std::function<std::shared_ptr<const cpu::AMD_TopologyInfo>()>& make) {
+    std::call_once(m_amdTopologyOnce, [&] { m_amdTopology = make(); });
+    return *m_amdTopology;
 }
 
 Machine& currentMachine() {
@@ -46,12 +40,10 @@ Machine& currentMachine() {
 }
 
 ScopedMachine::ScopedMachine(Machine& machine)
-    : m_previous(replacement().exchange(&machine)),
-      m_previousDrivers(libKernelMode::setDriverBackend(&machine.drivers())) {}
+    : m_drivers(machine.drivers()), m_previous(replacement().exchange(&machine)) {}
 
 ScopedMachine::~ScopedMachine() {
     replacement() = m_previous;
-    libKernelMode::setDriverBackend(m_previousDrivers);
 }
 
 } // namespace libQuarrow::os

@@ -1,23 +1,20 @@
 #pragma once
 
+#include <libKernelMode/DriverBackend.h>
 #include <libQuarrow/machine/NumaNodes.h>
 #include <libQuarrow/machine/cpuid_args.h>
 #include <libQuarrow/quarrow_export.h>
 
+#include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <typeindex>
-
-namespace libKernelMode {
-class DriverBackend;
-}
 
 namespace libQuarrow::cpu {
+class AMD_TopologyInfo;
 class AffinityAPI;
-}
+} // namespace libQuarrow::cpu
 
 namespace libQuarrow::os {
 
@@ -66,23 +63,14 @@ class QUARROW_EXPORT Machine {
     // false, as it is by default: processor n is bit n mod 64 of group n / 64.
     virtual bool numbersProcessorsByGroup() const;
 
-    // The value of type T that belongs to this machine, made by `make` on first use and kept until the machine ends.
-    // Any thread may be first; the others wait for it. `make` may ask for values of other types, not for T.
-    template <class T>
-    const T& kept(const std::function<T()>& make) {
-        return *static_cast<const T*>(
-            keptObject(typeid(T), [&make]() -> std::shared_ptr<void> { return std::make_shared<T>(make()); }));
-    }
+    // Where AMD's processors sit, which takes a visit to each of them: made by `make` on first use and kept until this
+    // machine ends, so that no machine sees the answers of another one. Any thread may be first; the others wait for
+    // it. Library code only: AMD_TopologyInfo asks for it.
+    const cpu::AMD_TopologyInfo& amdTopology(const std::function<std::shared_ptr<const cpu::AMD_TopologyInfo>()>& make);
 
   private:
-    struct KeptObject {
-        std::once_flag once;
-        std::shared_ptr<void> object;
-    };
-    const void* keptObject(std::type_index type, const std::function<std::shared_ptr<void>()>& make);
-
-    std::mutex m_keptMutex;
-    std::map<std::type_index, KeptObject> m_kept; // a map: its elements never move
+    std::once_flag m_amdTopologyOnce;
+    std::shared_ptr<const cpu::AMD_TopologyInfo> m_amdTopology;
 };
 
 // The machine that this process runs on. Defined once per operating system.
@@ -90,8 +78,8 @@ QUARROW_EXPORT Machine& nativeMachine();
 // The native machine, or the one that a ScopedMachine has put in its place.
 QUARROW_EXPORT Machine& currentMachine();
 
-// Makes `machine` the current one, with its drivers, until the end of the scope; then the one before is back. Scopes
-// nest. To be used before any other thread uses the library.
+// Makes `machine` the current one, with its drivers, until the end of the scope; then the one before is back, with its
+// own. Scopes nest. To be used before any other thread uses the library.
 class QUARROW_EXPORT ScopedMachine {
   public:
     explicit ScopedMachine(Machine& machine);
@@ -100,8 +88,8 @@ class QUARROW_EXPORT ScopedMachine {
     ScopedMachine& operator=(const ScopedMachine&) = delete;
 
   private:
-    Machine* m_previous;
-    libKernelMode::DriverBackend* m_previousDrivers;
+    const libKernelMode::ScopedDriverBackend m_drivers;
+    Machine* const m_previous; // null: the native one
 };
 
 } // namespace libQuarrow::os

@@ -53,15 +53,15 @@ struct AllDrivers {
 
 class Drivers : public testing::Test {
   protected:
-    Drivers() { setDriverBackend(&m_backend); }
-    ~Drivers() override { setDriverBackend(nullptr); }
     FakeBackend m_backend;
+    const ScopedDriverBackend m_scope{m_backend};
 };
 
 TEST_F(Drivers, OpenThroughTheBackendAndTellWhyTheyCannot) {
-    EXPECT_EQ(setDriverBackend(nullptr), &m_backend);
-    EXPECT_EQ(&currentDriverBackend(), &nativeDriverBackend());
-    EXPECT_EQ(setDriverBackend(&m_backend), nullptr);
+    {
+        const ScopedDriverBackend inner(nativeDriverBackend());
+        EXPECT_EQ(&currentDriverBackend(), &nativeDriverBackend());
+    }
     EXPECT_EQ(&currentDriverBackend(), &m_backend);
     {
         AllDrivers drivers;

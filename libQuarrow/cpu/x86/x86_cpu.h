@@ -91,7 +91,8 @@ class QUARROW_EXPORT x86_cpu {
     bool getSpeedMetrics(x86_speed_metrics& metrics) const;
 
     // Ticks per second of the time-stamp counter, measured against the performance counter for about 25 milliseconds,
-    // at a raised priority class of the whole process where that is allowed. Not to be run on several threads at once.
+    // at a raised priority class of the whole process where that is allowed. Of several threads that measure at once,
+    // each waits for the one before.
     // False, with `hz` untouched and the reason logged, when the processor must not execute RDTSC, cannot be pinned, or
     // the performance counter cannot be read.
     bool calculateSpeedTSC(std::uint64_t& hz) const;

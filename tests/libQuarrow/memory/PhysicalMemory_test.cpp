@@ -23,7 +23,7 @@ constexpr std::uint64_t farOffset = 0x100000000;
 // memory is opened.
 class Machine : public libKernelMode::DriverBackend {
   public:
-    Machine() : recorded(recording()), m_scope(recorded) { libKernelMode::setDriverBackend(this); }
+    Machine() : recorded(recording()), m_scope(recorded), m_drivers(*this) {}
     std::unique_ptr<libKernelMode::MsrAccess> openMsr(std::string&) override { return nullptr; }
     std::unique_ptr<libKernelMode::MemoryAccess> openMemory(std::string& reason) override {
         ++opened;
@@ -45,7 +45,8 @@ class Machine : public libKernelMode::DriverBackend {
         return recording;
     }
 
-    os::ScopedMachine m_scope; // puts the backend of before back
+    os::ScopedMachine m_scope;
+    libKernelMode::ScopedDriverBackend m_drivers;
 };
 
 // Reads a value where the bytes are 1, 2 ... and writes it 8 bytes further up.

@@ -53,7 +53,8 @@ bool AMD_TopologyInfo::isSupported(CpuidReader& cpuid) {
 }
 
 const AMD_TopologyInfo& AMD_TopologyInfo::get(CpuidReader& cpuid) {
-    return os::currentMachine().kept<AMD_TopologyInfo>([&cpuid] { return collect(cpuid); });
+    return os::currentMachine().amdTopology(
+        [&cpuid] { return std::make_shared<const AMD_TopologyInfo>(collect(cpuid)); });
 }
 
 AMD_TopologyInfo AMD_TopologyInfo::collect(CpuidReader& cpuid) {

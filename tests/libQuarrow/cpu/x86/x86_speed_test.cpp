@@ -216,7 +216,7 @@ TEST(EffectiveSpeed, is_measured_where_the_counters_are_and_run_forwards) {
                              .leaf(0x80000000, {0x80000007, 0, 0, 0})
                              .leaf(0x80000007, {0, 0, 0, row.copies}));
         RunningCounters counters(row.mperf, row.aperf, row.base);
-        libKernelMode::setDriverBackend(&counters); // the machine's scope puts the earlier one back
+        const libKernelMode::ScopedDriverBackend drivers(counters);
         x86_speed_metrics metrics;
         one.counts() = {};
         ASSERT_TRUE(one.cpu.getSpeedMetrics(metrics));

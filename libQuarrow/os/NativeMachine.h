@@ -1,0 +1,24 @@
+#pragma once
+
+#include <libQuarrow/os/InstructionRoutines.h>
+#include <libQuarrow/os/NativeClock.h>
+
+namespace libQuarrow::os {
+
+// The machine that this process runs on. What operating systems do differently lies in their folders: the clock, and
+// the members that have no body here.
+class NativeMachine final : public Machine {
+  public:
+    Instructions& instructions() override { return m_instructions; }
+    std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() override;
+    Clock& clock() override { return m_clock; }
+    libKernelMode::DriverBackend& drivers() override { return libKernelMode::nativeDriverBackend(); }
+    std::optional<NumaNodes> numaNodes() override;
+    bool numbersProcessorsByGroup() const override;
+
+  private:
+    InstructionRoutines m_instructions;
+    NativeClock m_clock;
+};
+
+} // namespace libQuarrow::os
