@@ -77,8 +77,9 @@ WinAffinity WinAffinity::operator|(const WinAffinity& other) const {
 WinAffinity& WinAffinity::operator|=(const WinAffinity& other) {
     std::vector<GroupAffinity> both = m_groups;
     both.insert(both.end(), other.m_groups.begin(), other.m_groups.end());
-    m_groups = std::move(both);
-    normalize();
+    // In normal form before it is stored: where memory runs out on the way, this value stays as it was.
+    WinAffinity joined(std::move(both), m_api);
+    m_groups = std::move(joined.m_groups);
     return *this;
 }
 

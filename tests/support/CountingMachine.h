@@ -14,8 +14,9 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     struct Counts {
         unsigned int cpuid = 0;
         std::map<std::pair<std::uint32_t, std::uint32_t>, unsigned int> cpuidOf; // by leaf and sub-leaf
-        unsigned int affinityReads = 0;        // of the process and of threads; the system's is not counted
-        std::vector<std::string> affinitySets; // "thread 0:1", "process 0:f"
+        unsigned int affinityReads = 0;                                          // of the process and of threads
+        unsigned int systemReads = 0;                                            // of the system's affinity
+        std::vector<std::string> affinitySets;                                   // "thread 0:1", "process 0:f"
         unsigned int affinityBackends = 0;
     };
 
@@ -51,7 +52,10 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
             return api->setThreadAffinity(affinity);
         }
         bool supportsCpuGroups() const override { return api->supportsCpuGroups(); }
-        AffinityGroups systemAffinity() override { return machine.systemInstead.value_or(api->systemAffinity()); }
+        AffinityGroups systemAffinity() override {
+            ++machine.counts.systemReads;
+            return machine.systemInstead.value_or(api->systemAffinity());
+        }
         AffinityGroups processAffinity() override { return ++machine.counts.affinityReads, api->processAffinity(); }
         AffinityGroups threadAffinity() override { return ++machine.counts.affinityReads, api->threadAffinity(); }
 

@@ -34,6 +34,12 @@ bool execute(const x86_cpu& cpu, bool allowed, Work work) {
     return pin.pinned() && work();
 }
 
+// All processors, as the affinity backend lists them.
+boost::optional<std::vector<GroupAffinity>> readSystem() {
+    const std::shared_ptr<AffinityAPI> api = AffinityAPI::create();
+    return api != nullptr ? api->systemAffinity() : boost::none;
+}
+
 } // namespace
 
 x86_cpu::VendorHolder::VendorHolder() = default;
@@ -60,13 +66,13 @@ x86_cpu::x86_cpu(AffinityMask affinity, bool useThreadAffinity)
     : m_useThreadAffinity(useThreadAffinity), m_affinity(std::move(affinity)) {}
 
 bool x86_cpu::visitLogicalCpus(bool useThreadAffinity, const std::function<void(std::unique_ptr<x86_cpu>&)>& found) {
-    AffinityMask system;
-    if (!AffinityMask::getSystemAffinityMask(system)) {
+    // One reading for everything: the system may tell of other processors while the thread is pinned.
+    LogicalCpuNumbers numbers(readSystem());
+    if (!numbers.system()) {
         return false;
     }
     zel::Array<WinAffinity> masks;
-    system.getMaskPerLogicalDevice(masks);
-    LogicalCpuNumbers numbers(AffinityAPI::create());
+    AffinityMask(WinAffinity(*numbers.system())).getMaskPerLogicalDevice(masks);
     for (WinAffinity& mask : masks) {
         std::unique_ptr<x86_cpu> cpu(new x86_cpu(std::move(mask), useThreadAffinity));
         const x86_pin pin(*cpu);
@@ -106,7 +112,7 @@ void x86_cpu::init() {
 }
 
 void x86_cpu::refresh() {
-    LogicalCpuNumbers numbers(AffinityAPI::create());
+    LogicalCpuNumbers numbers(readSystem());
     refresh(numbers);
 }
 
@@ -131,10 +137,10 @@ void x86_cpu::refresh(LogicalCpuNumbers& numbers) {
     m_maxExtendedCpuid = decodeMaxExtendedCpuid(cpuid);
     decodeSignature(cpuid, m_signature);
     m_logicalCpuNumber = numbers.of(m_affinity.getAffinityData().groups()).value_or(0xFFFFFFFF);
-    getTopologyInfo(cpuid);
+    getTopologyInfo(cpuid, numbers);
 }
 
-void x86_cpu::getTopologyInfo(CpuidReader& cpuid) {
+void x86_cpu::getTopologyInfo(CpuidReader& cpuid, const LogicalCpuNumbers& numbers) {
     x86_topology::Processor processor;
     processor.vendor = m_vendor;
     processor.signature = m_signature;
@@ -142,6 +148,7 @@ void x86_cpu::getTopologyInfo(CpuidReader& cpuid) {
     processor.maxExtendedCpuid = m_maxExtendedCpuid;
     processor.logicalCpuNumber = m_logicalCpuNumber;
     processor.affinity = m_affinity.getAffinityData();
+    processor.system = numbers.system() ? &*numbers.system() : nullptr;
     const auto readMsr = [this](std::uint32_t msr, std::uint64_t& value) {
         return x86_inst::callRDMSR(msr, value, &m_affinity);
     };

@@ -128,7 +128,7 @@ class QUARROW_EXPORT x86_cpu {
     x86_cpu(AffinityMask affinity, bool useThreadAffinity);
     void init();
     void refresh(LogicalCpuNumbers& numbers);
-    void getTopologyInfo(CpuidReader& cpuid);
+    void getTopologyInfo(CpuidReader& cpuid, const LogicalCpuNumbers& numbers);
     bool cpuidAllowed(unsigned int leaf) const;
 
     bool m_valid = false;

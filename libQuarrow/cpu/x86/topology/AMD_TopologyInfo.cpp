@@ -32,6 +32,45 @@ zel::String leafReport(const std::vector<AmdTopologyEntry>& entries) {
     return text;
 }
 
+// Puts the thread back where it was at first, again: where that failed on the way, it is on another processor still.
+class Journey {
+  public:
+    Journey() : m_start(AffinityMask::threadAffinityMask()) {}
+    ~Journey() {
+        if (m_start) {
+            m_start->setThreadAffinity();
+        }
+    }
+    Journey(const Journey&) = delete;
+    Journey& operator=(const Journey&) = delete;
+
+  private:
+    const boost::optional<AffinityMask> m_start;
+};
+
+// What each processor says of itself. The table is made once, so one that could not be pinned is tried again: without
+// an entry it would be placed by another rule than its neighbours as long as the machine lives.
+std::vector<AmdTopologyEntry> visit(const AffinityMask& processors) {
+    std::vector<AmdTopologyEntry> entries;
+    AffinityMask missed;
+    const auto readEntry = [&](const AffinityMask& processor) {
+        // One that cannot be pinned is visited all the same, but what is read then is another processor's.
+        if (AffinityMask::threadAffinityMask() != processor) {
+            missed |= processor;
+            return;
+        }
+        LiveCpuidReader live;
+        entries.push_back(AmdTopologyEntry::read(live, processor.getAffinityData()));
+    };
+    const Journey journey;
+    processors.forEachLogicalCPU(readEntry, true);
+    for (const AffinityMask again : missed.maskPerLogicalCPU()) {
+        channel().log(zel::LogFailure, __LINE__, "Unable to set affinity mask : " + again.toString());
+        again.forEachLogicalCPU(readEntry, true);
+    }
+    return entries;
+}
+
 } // namespace
 
 AmdTopologyEntry AmdTopologyEntry::read(CpuidReader& cpuid, const WinAffinity& affinity) {
@@ -52,28 +91,18 @@ bool AMD_TopologyInfo::isSupported(CpuidReader& cpuid) {
            readLeaf<ExtendedFeaturesLeaf>(cpuid).topologyExtensions;
 }
 
-const AMD_TopologyInfo& AMD_TopologyInfo::get(CpuidReader& cpuid) {
+const AMD_TopologyInfo& AMD_TopologyInfo::get(CpuidReader& cpuid, const std::vector<GroupAffinity>* system) {
     return os::currentMachine().amdTopology(
-        [&cpuid] { return std::make_shared<const AMD_TopologyInfo>(collect(cpuid)); });
+        [&] { return std::make_shared<const AMD_TopologyInfo>(collect(cpuid, system)); });
 }
 
-AMD_TopologyInfo AMD_TopologyInfo::collect(CpuidReader& cpuid) {
+AMD_TopologyInfo AMD_TopologyInfo::collect(CpuidReader& cpuid, const std::vector<GroupAffinity>* system) {
     if (!isSupported(cpuid)) {
         return AMD_TopologyInfo();
     }
-    std::vector<AmdTopologyEntry> entries;
-    if (const boost::optional<AffinityMask> system = AffinityMask::systemAffinityMask()) {
-        const auto readEntry = [&entries](const AffinityMask& processor) {
-            // One that cannot be pinned is visited all the same, but what is read then is another processor's.
-            if (AffinityMask::threadAffinityMask() != processor) {
-                return;
-            }
-            LiveCpuidReader live;
-            entries.push_back(AmdTopologyEntry::read(live, processor.getAffinityData()));
-        };
-        system->forEachLogicalCPU(readEntry, true);
-    }
-    return AMD_TopologyInfo(std::move(entries));
+    const boost::optional<AffinityMask> processors =
+        system != nullptr ? AffinityMask(WinAffinity(*system)) : AffinityMask::systemAffinityMask();
+    return AMD_TopologyInfo(processors ? visit(*processors) : std::vector<AmdTopologyEntry>());
 }
 
 AMD_TopologyInfo::AMD_TopologyInfo(std::vector<AmdTopologyEntry> entries) {

@@ -37,8 +37,9 @@ class AMD_TopologyInfo {
     // Whether a processor has the leaves.
     static bool isSupported(CpuidReader& cpuid);
     // The table of the current machine, made by the first caller, whose processor `cpuid` reads: the calling thread is
-    // moved over every processor and back. Empty where the leaves are missing.
-    static const AMD_TopologyInfo& get(CpuidReader& cpuid);
+    // moved over every processor of `system` (null: as it is read then) and back. Empty where the leaves are missing.
+    // A processor that the thread cannot be moved to at the second attempt either has no entry.
+    static const AMD_TopologyInfo& get(CpuidReader& cpuid, const std::vector<GroupAffinity>* system);
 
     // Sorts and numbers `entries`, which may stand in any order.
     explicit AMD_TopologyInfo(std::vector<AmdTopologyEntry> entries);
@@ -48,7 +49,7 @@ class AMD_TopologyInfo {
 
   private:
     AMD_TopologyInfo() = default;
-    static AMD_TopologyInfo collect(CpuidReader& cpuid);
+    static AMD_TopologyInfo collect(CpuidReader& cpuid, const std::vector<GroupAffinity>* system);
     void number(std::vector<AmdTopologyEntry>& entries);
     zel::String mappingReport() const;
 

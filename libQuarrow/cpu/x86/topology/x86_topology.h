@@ -47,6 +47,8 @@ class x86_topology {
         std::uint32_t maxExtendedCpuid = 0;
         std::uint32_t logicalCpuNumber = 0;
         WinAffinity affinity; // selects exactly this processor
+        // All of the machine's, as read before the thread was pinned to this one. Null where that is not known.
+        const std::vector<GroupAffinity>* system = nullptr;
     };
 
     // `facts` is written by getTopologyInfo. What the decoding does not reach keeps its value.

@@ -89,13 +89,42 @@ TEST(Cpu, LaterFamily17hByTheTableOfTheMachine) {
     const LogCapture log;
     EXPECT_EQ(found(), "1 CPU:0:0:0:0:0 2/4 2 CPU:0:0:0:1:0 2/4 3 CPU:0:0:0:1:1 2/4 ");
     EXPECT_EQ((amd.counts().cpuidOf[{0x8000001E, 0}]), 3u);
-    ASSERT_EQ(log.messages().size(), 5u) << "one per processor, and the table's two reports";
-    EXPECT_EQ(log.messages()[4], "2 libQuarrow.cpu_x86.x86_cpu: Topology Leaf Info Supported");
+    ASSERT_EQ(log.messages().size(), 6u) << "one per processor, the table's two reports, and the one it lacks";
+    EXPECT_EQ(log.messages()[1],
+              "4 libQuarrow.cpu_x86.AMD_TopologyInfo: Unable to set affinity mask : 0:0000000000000001h");
+    EXPECT_EQ(log.messages()[5], "2 libQuarrow.cpu_x86.x86_cpu: Topology Leaf Info Supported");
     amd.faults() = {};
     const x86_cpu late(maskOf(0), true, 0, 0);
     EXPECT_EQ(late.getLocation().toString(true), "CPU:0:0:0:0:0") << "by its APIC ID";
     EXPECT_EQ(log.messages().back(),
               "2 libQuarrow.cpu_x86.x86_cpu: Failed to use topology leafs to determine CPU topology.");
+}
+
+// Whichever setting of an affinity fails, thread and process end where they were, and what is found is placed as ever:
+// the table is made once, so one that lacked a processor would place it by another rule from then on.
+TEST(Cpu, LaterFamily17hIsPlacedAlikeWhateverFails) {
+    for (unsigned int n = 0; n < 2 * 20; ++n) {
+        CurrentMachine amd({zen2(0), zen2(1), zen2(2), zen2(3)});
+        amd.faults().failingAffinitySet = n / 2;
+        zel::Array<x86_cpu> cpus;
+        ASSERT_TRUE(x86_cpu::findLogicalCpus(cpus, n % 2 != 0));
+        EXPECT_GE(cpus.size(), 3u);
+        for (const x86_cpu& cpu : cpus) {
+            const unsigned int number = cpu.getLogicalCpuNumber();
+            EXPECT_EQ(cpu.getLocation(), x86_cpu_location(0, 0, 0, number / 2, number % 2)) << "failing: " << n / 2;
+        }
+        EXPECT_EQ(brief(AffinityMask::threadAffinityMask()), "0:f") << "failing: " << n / 2;
+        EXPECT_EQ(brief(AffinityMask::processAffinityMask()), "0:f") << "failing: " << n / 2;
+    }
+}
+
+// Read again while the thread is pinned, the system may tell of other processors, and numbers would repeat.
+TEST(Cpu, EnumeratesByOneReadingOfTheSystem) {
+    CurrentMachine amd(std::vector(130, zen2(0)));
+    zel::Array<x86_cpu> cpus;
+    ASSERT_TRUE(x86_cpu::findLogicalCpus(cpus, true));
+    EXPECT_EQ(amd.counts().systemReads, 1u);
+    EXPECT_EQ(cpus[129].getLogicalCpuNumber(), 129u);
 }
 
 TEST(Cpu, FeatureLists) {

@@ -1,3 +1,4 @@
+#include <libQuarrow/cpu/ScopedAffinity.h>
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 
@@ -74,6 +75,30 @@ void askForWhatIsGone() {
     ASSERT_TRUE(cpuset.allow("0-1"));
     EXPECT_TRUE(AffinityMask(cpus[0].getAffinityMask() | gone.getAffinityMask()).setThreadAffinity());
     EXPECT_TRUE(gone.callCPUID(0, &eax, nullptr, nullptr, nullptr)) << "it is back";
+}
+
+// A thread that was allowed all that its cpuset had is so afterwards, and not bound to the list of that time.
+void followTheCpuset() {
+    const Cpuset cpuset;
+    if (!cpuset) {
+        GTEST_SKIP() << "no cpuset of two processors can be made here: control groups of version 1 and root are needed";
+    }
+    const AffinityMask both = AffinityMask::threadAffinityMask().value();
+    const AffinityMask second = both.maskPerLogicalCPU().at(1);
+    for (const bool thread : {true, false}) {
+        ASSERT_TRUE(cpuset.allow("1"));
+        ASSERT_TRUE(AffinityMask::threadAffinityMask() == second);
+        EXPECT_TRUE(ScopedAffinity(second, thread).set());
+        ASSERT_TRUE(cpuset.allow("0-1"));
+        EXPECT_TRUE(AffinityMask::threadAffinityMask() == both) << thread;
+    }
+    ASSERT_TRUE(second.setThreadAffinity());
+    EXPECT_TRUE(ScopedAffinity(both, true).set());
+    EXPECT_TRUE(AffinityMask::threadAffinityMask() == second) << "one with less than its cpuset keeps its own";
+}
+
+TEST(Cpuset, AThreadFollowsItAfterwards) {
+    std::thread(followTheCpuset).join();
 }
 
 TEST(Cpuset, AProcessorTakenAwayAnswersNothingAndTheThreadStays) {

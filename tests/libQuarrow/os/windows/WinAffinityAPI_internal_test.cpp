@@ -16,6 +16,8 @@ struct FakeKernel {
     DWORD_PTR process = 0xF, system = 0xFF, thread = 0x3;
     unsigned int threadMaskFailsAt = 0; // the n-th setting of a thread mask, from 1
     unsigned int threadMaskCalls = 0;
+    std::vector<GROUP_AFFINITY> selected, processDefault; // CPU sets of the thread and by default
+    std::vector<GROUP_AFFINITY> packages;                 // of the system, one each
 } kernel;
 
 class WinAffinityBackends : public testing::Test {
@@ -38,6 +40,41 @@ class WinAffinityBackends : public testing::Test {
             return valid ? kernel.answer : FALSE;
         };
         return api;
+    }
+    static BOOL copyMasks(const std::vector<GROUP_AFFINITY>& from, PGROUP_AFFINITY masks, USHORT count,
+                          PUSHORT required) {
+        *required = static_cast<USHORT>(from.size());
+        std::copy_n(from.begin(), std::min<std::size_t>(count, from.size()), masks);
+        return count >= from.size() ? TRUE : FALSE;
+    }
+    // What a system of several groups has that lets threads run in all of them.
+    static CpuSetAPI fakeCpuSetAPI() {
+        CpuSetAPI api;
+        api.m_pGetThreadSelectedCpuSetMasks = [](HANDLE thread, PGROUP_AFFINITY masks, USHORT count, PUSHORT required) {
+            return thread == GetCurrentThread() ? copyMasks(kernel.selected, masks, count, required) : FALSE;
+        };
+        api.m_pGetProcessDefaultCpuSetMasks = [](HANDLE process, PGROUP_AFFINITY masks, USHORT count,
+                                                 PUSHORT required) {
+            return process == GetCurrentProcess() ? copyMasks(kernel.processDefault, masks, count, required) : FALSE;
+        };
+        api.m_pSetThreadSelectedCpuSetMasks = [](HANDLE thread, PGROUP_AFFINITY masks, USHORT count) -> BOOL {
+            kernel.selected.assign(masks, masks + count);
+            return thread == GetCurrentThread() ? TRUE : FALSE;
+        };
+        return api;
+    }
+    static BOOL WINAPI packageRecords(LOGICAL_PROCESSOR_RELATIONSHIP, SYSTEM_LOGICAL_PROCESSOR_INFORMATION_EX* buffer,
+                                      PDWORD length) {
+        const auto needed = static_cast<DWORD>(kernel.packages.size() * sizeof *buffer);
+        const bool enough = *length >= needed;
+        *length = needed;
+        for (std::size_t i = 0; enough && i < kernel.packages.size(); ++i) {
+            buffer[i] = {};
+            buffer[i].Size = sizeof *buffer;
+            buffer[i].Processor.GroupCount = 1;
+            buffer[i].Processor.GroupMask[0] = kernel.packages[i];
+        }
+        return enough ? TRUE : FALSE;
     }
     static CpuLegacyAPI fakeLegacyAPI() {
         CpuLegacyAPI api = CpuLegacyAPI::create().value();
@@ -70,6 +107,44 @@ TEST_F(WinAffinityBackends, GroupsPinTheThreadToTheFirstEntryAndNeverTheProcess)
     EXPECT_FALSE(groups.setThreadAffinity(WinAffinity(1)));
     EXPECT_EQ(brief(groups.threadAffinity()), "none");
     EXPECT_EQ(kernel.threadGroup.Group, 1);
+}
+
+// A thread of a system with two groups pins itself and goes back. Its CPU sets are then those of before; where it had
+// none but the whole of its group, it may have run in all groups, and all are selected. Elsewhere nothing is.
+TEST_F(WinAffinityBackends, CpuSetsArePutBackWithTheThread) {
+    using Masks = std::vector<GROUP_AFFINITY>;
+    const Masks both{{0xFF, 0, {}}, {0xF, 1, {}}};
+    const struct {
+        const char* what;
+        GROUP_AFFINITY thread;
+        Masks packages, selected, processDefault;
+        bool newSystem;
+        const char* afterwards;
+    } cases[] = {
+        {"in all groups", {0xFF, 0, {}}, both, {}, {}, true, "0:ff 1:f"},
+        {"the same before Windows 11", {0xFF, 0, {}}, both, {}, {}, false, ""},
+        {"bound to a part", {0x3, 0, {}}, both, {}, {}, true, ""},
+        {"sets of its own", {0xFF, 0, {}}, both, {{0x3, 0, {}}, {0x1, 1, {}}}, {}, true, "0:3 1:1"},
+        {"the process's sets", {0xFF, 0, {}}, both, {}, {{0x1, 1, {}}}, true, ""},
+        {"one group in two packages", {0xFF, 0, {}}, {{0xF, 0, {}}, {0xF0, 0, {}}}, {}, {}, true, ""},
+    };
+    for (const auto& test : cases) {
+        kernel = FakeKernel();
+        kernel.threadGroup = test.thread;
+        kernel.packages = test.packages;
+        kernel.processDefault = test.processDefault;
+        kernel.selected = test.selected;
+        CpuGroupAPI groupAPI = fakeGroupAPI();
+        groupAPI.m_pGetLogicalProcessorInformationEx = &packageRecords;
+        WinGroupAffinityAPI api(groupAPI, boost::make_optional(test.newSystem, fakeCpuSetAPI()));
+        const WinAffinity before(api.threadAffinity().value());
+        EXPECT_TRUE(api.setThreadAffinity(WinAffinity({{1, 1}}))) << test.what;
+        kernel.selected.clear(); // as if setting the affinity had taken them
+        EXPECT_TRUE(api.setThreadAffinity(before)) << test.what;
+        EXPECT_EQ(brief(WinAffinity({GroupAffinity(kernel.threadGroup)})), brief(before)) << test.what;
+        EXPECT_EQ(brief(std::vector<GroupAffinity>(kernel.selected.begin(), kernel.selected.end())), test.afterwards)
+            << test.what;
+    }
 }
 
 TEST_F(WinAffinityBackends, LegacyTakesOneMaskOfGroupZero) {

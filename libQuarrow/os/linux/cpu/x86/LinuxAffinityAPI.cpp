@@ -1,59 +1,38 @@
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
 
 #include <libQuarrow/cpu/WinAffinity.h>
+#include <libQuarrow/os/linux/cpu/x86/ThreadList.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
-#include <functional>
-#include <memory>
 #include <set>
-#include <unistd.h>
+#include <string>
+#include <utility>
 
 namespace libQuarrow::cpu {
 namespace {
 
-// The threads of this process. None when the process file system cannot be read.
-boost::optional<std::vector<pid_t>> listThreads() {
-    struct Close {
-        void operator()(DIR* folder) const { closedir(folder); }
-    };
-    const std::unique_ptr<DIR, Close> folder(opendir("/proc/self/task"));
-    if (folder == nullptr) {
-        return boost::none;
-    }
-    std::vector<pid_t> threads;
-    while (const dirent* entry = readdir(folder.get())) {
-        if (const long id = std::strtol(entry->d_name, nullptr, 10); id > 0) {
-            threads.push_back(static_cast<pid_t>(id));
-        }
-    }
-    return threads;
-}
+constexpr unsigned int mostPasses = 1000;
+// A thread that is being started carries its parent's old mask on, and is listed a moment later. No call waits for it:
+// a second look makes it rare that one is missed.
+constexpr unsigned int quietPasses = 2;
 
 // Calls `visit` once for every thread of this process until it answers false. Threads that start meanwhile are visited
-// too: one more pass is made as long as the last one met a thread for the first time. False when `visit` was, when the
-// threads cannot be listed, and when new ones never stop coming.
-bool forEachThread(const std::function<bool(pid_t)>& visit) {
-    constexpr unsigned int mostPasses = 1000;
+// too: passes are made until the last ones were whole and met no thread for the first time. False when `visit` was,
+// when the threads cannot be listed or the calling one is not among them, and when new ones never stop coming.
+template <class Visit>
+bool forEachThread(Visit visit) {
     std::set<pid_t> visited;
+    unsigned int quiet = 0;
     for (unsigned int pass = 0; pass < mostPasses; ++pass) {
-        const auto threads = listThreads();
-        if (!threads) {
+        const std::size_t before = visited.size();
+        const ThreadList::Answer answer =
+            ThreadList().forEach([&](pid_t thread) { return !visited.insert(thread).second || visit(thread); });
+        if (answer == ThreadList::Failed) {
             return false;
         }
-        bool foundNew = false;
-        for (const pid_t thread : *threads) {
-            if (visited.insert(thread).second) {
-                foundNew = true;
-                if (!visit(thread)) {
-                    return false;
-                }
-            }
-        }
-        if (!foundNew) {
-            return true;
+        quiet = answer == ThreadList::Whole && visited.size() == before ? quiet + 1 : 0;
+        if (quiet == quietPasses) {
+            return visited.count(gettid()) != 0;
         }
     }
     return false;
@@ -64,75 +43,78 @@ bool doneOrEnded(int error) {
     return error == 0 || error == ESRCH;
 }
 
-ProcessorSet all(const std::map<pid_t, ProcessorSet>& masks) {
-    ProcessorSet processors;
-    for (const auto& [thread, own] : masks) {
-        processors |= own;
-    }
-    return processors;
-}
-
-// A list of processors that the kernel shows. None where it does not.
-boost::optional<std::vector<GroupAffinity>> readList(const char* path) {
-    const int file = open(path, O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return boost::none;
-    }
-    char text[4096]; // no file of this kind is longer than a page
-    const ssize_t size = read(file, text, sizeof text);
-    close(file);
-    const auto processors = size > 0 ? ProcessorSet::parseList({text, static_cast<std::size_t>(size)}) : boost::none;
-    return processors ? boost::make_optional(processors->groups()) : boost::none;
-}
-
-// The processors that can ever come online. The kernel decides that when it starts.
-const boost::optional<std::vector<GroupAffinity>>& possible() {
-    static const auto processors = readList("/sys/devices/system/cpu/possible");
-    return processors;
-}
-
 } // namespace
 
 bool LinuxAffinityAPI::setProcessAffinity(const WinAffinity& affinity) {
-    const ProcessorSet wanted(affinity.groups());
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_lastRead.empty() && all(m_lastRead).groups() == affinity.groups()) {
-            return putBack(m_lastRead, wanted);
+        if (!m_threads.empty() && m_process.found().is(affinity.groups())) {
+            return putBackProcess();
         }
     }
-    ThreadMasks moved;
+    // Puts back whom it was told of, also when memory runs out on the way.
+    struct MovedThreads {
+        ~MovedThreads() { putBack(threads); }
+        ThreadAffinities threads;
+    } moved;
+    const ProcessorSet wanted(affinity.groups());
     const bool done = forEachThread([&](pid_t thread) {
-        ProcessorSet before;
-        int error = ProcessorSet::readFrom(thread, before);
+        ThreadAffinity before;
+        int error = before.readFrom(thread);
         if (error == 0) {
+            moved.threads.emplace(thread, std::move(before)); // first: what it is moved back with must be there
             error = wanted.applyTo(thread);
-        }
-        if (error == 0) {
-            moved.emplace(thread, std::move(before));
         }
         return doneOrEnded(error);
     });
-    if (!done) {
-        for (const auto& [thread, before] : moved) {
-            before.applyTo(thread);
-        }
+    if (done) {
+        moved.threads.clear();
     }
     return done;
 }
 
-bool LinuxAffinityAPI::putBack(const ThreadMasks& masks, const ProcessorSet& others) const {
+// As many threads as possible get theirs back: one that cannot is no reason to leave the others where they are.
+bool LinuxAffinityAPI::putBack(ThreadAffinities& threads) noexcept {
     bool done = true;
-    const bool visitedAll = forEachThread([&](pid_t thread) {
-        const auto own = masks.find(thread);
-        // As many threads as possible get theirs back: one that cannot is no reason to leave the others where they are.
-        done = doneOrEnded((own != masks.end() ? own->second : others).applyTo(thread)) && done;
-        return true;
-    });
-    return visitedAll && done;
+    for (auto& [thread, own] : threads) {
+        done = (!ThreadList::isOurs(thread) || doneOrEnded(own.putBack(thread))) && done;
+    }
+    return done;
+}
+
+bool LinuxAffinityAPI::putBackProcess() noexcept {
+    bool done = putBack(m_threads);
+    // Then those started since. Which ones were visited is not noted, as that takes memory: passes that move none are
+    // the last.
+    unsigned int quiet = 0;
+    for (unsigned int pass = 0; pass < mostPasses; ++pass) {
+        bool moved = false;
+        const auto giveWhole = [&](pid_t thread) {
+            if (m_threads.count(thread) == 0 && !m_process.holds(thread)) {
+                done = doneOrEnded(m_process.putBack(thread)) && done;
+                moved = moved || m_process.holds(thread); // not in a narrower cpuset, which holds less for good
+            }
+            return true;
+        };
+        const ThreadList::Answer answer = ThreadList().forEach(giveWhole);
+        if (answer == ThreadList::Failed) {
+            return false;
+        }
+        quiet = answer == ThreadList::Whole && !moved ? quiet + 1 : 0;
+        if (quiet == quietPasses) {
+            return done;
+        }
+    }
+    return false;
 }
 
 bool LinuxAffinityAPI::setThreadAffinity(const WinAffinity& affinity) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (affinity && m_thread.found().is(affinity.groups())) {
+            return m_thread.putBack(0) == 0;
+        }
+    }
     return ProcessorSet(affinity.groups()).applyTo(0) == 0;
 }
 
@@ -140,46 +122,82 @@ bool LinuxAffinityAPI::supportsCpuGroups() const {
     return true;
 }
 
+// A list of processors that the kernel shows. None where it does not.
+boost::optional<ProcessorSet> LinuxAffinityAPI::readList(const char* name) const {
+    const int file = open((std::string(m_cpuFolder) + "/" + name).c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return boost::none;
+    }
+    char text[4096]; // no file of this kind is longer than a page
+    const ssize_t size = read(file, text, sizeof text);
+    close(file);
+    return size > 0 ? ProcessorSet::parseList({text, static_cast<std::size_t>(size)}) : boost::none;
+}
+
+// Whether `own` is all that can ever come online. The kernel decides that when it starts.
+bool LinuxAffinityAPI::mayRunEverywhere(const ProcessorSet& own) const {
+    if (m_cpuFolder != systemCpuFolder) {
+        const auto possible = readList("possible");
+        return possible && own.is(possible->groups());
+    }
+    static const auto possible = readList("possible");
+    static const auto groups = possible ? possible->groups() : std::vector<GroupAffinity>();
+    return own.is(groups);
+}
+
 boost::optional<std::vector<GroupAffinity>> LinuxAffinityAPI::systemAffinity() {
     // Not kept: processors come and go. A thread may run on online ones only, so one that may run on all there can be
     // names them all, and takes a tenth of the time that the system's file does.
-    auto own = threadAffinity();
-    if (own && own == possible()) {
-        return own;
+    ProcessorSet own;
+    const bool readable = ProcessorSet::readFrom(0, own) == 0;
+    if (readable && mayRunEverywhere(own)) {
+        return own.groups();
     }
-    if (auto online = readList("/sys/devices/system/cpu/online")) {
-        return online;
+    auto processors = readList("online");
+    if (!processors) {
+        // Without the file they are taken to be numbered without gaps.
+        const long count = sysconf(_SC_NPROCESSORS_ONLN);
+        processors = ProcessorSet::first(static_cast<unsigned int>(count > 0 ? count : 0));
     }
-    // Without the file they are taken to be numbered without gaps.
-    const long count = sysconf(_SC_NPROCESSORS_ONLN);
-    return count > 0 ? boost::make_optional(ProcessorSet::first(static_cast<unsigned int>(count)).groups())
-                     : boost::none;
+    if (readable) {
+        *processors |= own;
+    }
+    auto groups = processors->groups();
+    return boost::make_optional(!groups.empty(), std::move(groups));
 }
 
 boost::optional<std::vector<GroupAffinity>> LinuxAffinityAPI::processAffinity() {
-    ThreadMasks masks;
-    const bool done = forEachThread([&masks](pid_t thread) {
-        ProcessorSet processors;
-        const int error = ProcessorSet::readFrom(thread, processors);
+    ThreadAffinities threads;
+    ProcessorSet all;
+    const bool done = forEachThread([&](pid_t thread) {
+        ThreadAffinity own;
+        const int error = own.readFrom(thread);
         if (error == 0) {
-            masks.emplace(thread, std::move(processors));
+            all |= own.found();
+            threads.emplace(thread, std::move(own));
         }
         return doneOrEnded(error);
     });
-    if (!done || masks.empty()) {
+    if (!done) {
         return boost::none;
     }
+    ThreadAffinity process(std::move(all));
+    auto groups = process.found().groups();
     const std::lock_guard lock(m_mutex);
-    m_lastRead = std::move(masks);
-    return all(m_lastRead).groups();
+    m_threads = std::move(threads);
+    m_process = std::move(process);
+    return groups;
 }
 
 boost::optional<std::vector<GroupAffinity>> LinuxAffinityAPI::threadAffinity() {
-    ProcessorSet processors;
-    if (ProcessorSet::readFrom(0, processors) != 0) {
+    ThreadAffinity own;
+    if (own.readFrom(0) != 0) {
         return boost::none;
     }
-    return processors.groups();
+    auto groups = own.found().groups();
+    const std::lock_guard lock(m_mutex);
+    m_thread = std::move(own);
+    return groups;
 }
 
 } // namespace libQuarrow::cpu

@@ -86,22 +86,45 @@ ProcessorSet& ProcessorSet::operator|=(const ProcessorSet& other) {
     return *this;
 }
 
+bool ProcessorSet::is(const std::vector<GroupAffinity>& groups) const {
+    auto expected = groups.begin();
+    for (std::size_t group = 0; group < m_words.size(); ++group) {
+        if (m_words[group] == 0) {
+            continue;
+        }
+        if (expected == groups.end() || expected->group != group || expected->mask != m_words[group]) {
+            return false;
+        }
+        ++expected;
+    }
+    return expected == groups.end();
+}
+
+void ProcessorSet::fill() {
+    std::fill(m_words.begin(), m_words.end(), ~std::uint64_t{0});
+}
+
 int ProcessorSet::readFrom(pid_t thread, ProcessorSet& processors) {
     // The kernel refuses a mask shorter than its own (EINVAL) and does not say how long that is. What was long enough
     // once is kept, so that one call does it from then on. It starts at the least, so that growing is no rare event.
     static std::atomic<std::size_t> enoughWords{1};
     for (std::size_t words = enoughWords; words <= mostGroups; words *= 2) {
         processors.m_words.assign(words, 0);
-        auto* const mask = reinterpret_cast<cpu_set_t*>(processors.m_words.data());
-        if (sched_getaffinity(thread, words * sizeof(std::uint64_t), mask) == 0) {
+        const int error = processors.readAgainFrom(thread);
+        if (error == 0) {
             enoughWords = words;
-            return 0;
         }
-        if (errno != EINVAL) {
-            break;
+        if (error != EINVAL) {
+            return error;
         }
     }
-    return errno;
+    return EINVAL;
+}
+
+int ProcessorSet::readAgainFrom(pid_t thread) {
+    std::fill(m_words.begin(), m_words.end(), 0); // the kernel may write fewer than there are
+    auto* const mask = reinterpret_cast<cpu_set_t*>(m_words.data());
+    return sched_getaffinity(thread, m_words.size() * sizeof(std::uint64_t), mask) == 0 ? 0 : errno;
 }
 
 int ProcessorSet::applyTo(pid_t thread) const {

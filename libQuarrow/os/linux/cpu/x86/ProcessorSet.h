@@ -24,10 +24,15 @@ class ProcessorSet {
     // Ascending group numbers, no empty group.
     std::vector<GroupAffinity> groups() const;
     ProcessorSet& operator|=(const ProcessorSet& other);
+    // These three allocate nothing. Equal sets were read from the kernel, which always fills the same number of words.
+    bool operator==(const ProcessorSet& other) const { return m_words == other.m_words; }
+    bool is(const std::vector<GroupAffinity>& groups) const; // in ascending order, none empty
+    void fill();                                             // every processor of the groups there is room for
 
     // The processors that a thread may run on (0: the calling one). Both answer 0 or what errno says. On applying, the
     // kernel leaves out what is offline or forbidden to the thread, and refuses (EINVAL) when nothing remains.
     static int readFrom(pid_t thread, ProcessorSet& processors);
+    int readAgainFrom(pid_t thread); // into a set that was read before: allocates nothing
     int applyTo(pid_t thread) const;
 
   private:
