@@ -6,7 +6,8 @@ include(CMakePackageConfigHelpers)
 # The public headers: those that export something, and those that a public header includes.
 function(quarrow_public_headers result)
     file(GLOB_RECURSE all RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
-         ${PROJECT_SOURCE_DIR}/zel/*.h ${PROJECT_SOURCE_DIR}/libKernelMode/*.h ${PROJECT_SOURCE_DIR}/libQuarrow/*.h)
+         ${PROJECT_SOURCE_DIR}/zel/*.h ${PROJECT_SOURCE_DIR}/libKernelMode/*.h ${PROJECT_SOURCE_DIR}/pci/*.h
+         ${PROJECT_SOURCE_DIR}/libQuarrow/*.h)
     foreach(other windows linux)
         if(NOT other STREQUAL QUARROW_OS)
             list(FILTER all EXCLUDE REGEX "/os/${other}/")
@@ -14,7 +15,7 @@ function(quarrow_public_headers result)
     endforeach()
     set(pending "")
     foreach(header ${all})
-        file(STRINGS ${PROJECT_SOURCE_DIR}/${header} exports REGEX "^[^#/]*(ZEL|KERNELMODE|QUARROW)_EXPORT" LIMIT_COUNT 1)
+        file(STRINGS ${PROJECT_SOURCE_DIR}/${header} exports REGEX "^[^#/]*(ZEL|KERNELMODE|PCI|QUARROW)_EXPORT" LIMIT_COUNT 1)
         if(exports)
             list(APPEND pending ${header})
         endif()
@@ -26,7 +27,7 @@ function(quarrow_public_headers result)
             continue()
         endif()
         list(APPEND public ${header})
-        file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include <(zel|libKernelMode|libQuarrow)/")
+        file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include <(zel|libKernelMode|pci|libQuarrow)/")
         foreach(line ${includes})
             string(REGEX REPLACE "^#include <([^>]*)>.*" "\\1" included "${line}")
             list(APPEND pending ${included})
@@ -41,17 +42,18 @@ foreach(header ${headers})
     install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
             COMPONENT development)
 endforeach()
-foreach(header zel/zel_export.h libKernelMode/kernelmode_export.h libQuarrow/quarrow_export.h)
+foreach(header zel/zel_export.h libKernelMode/kernelmode_export.h pci/pci_export.h libQuarrow/quarrow_export.h)
     get_filename_component(folder ${header} DIRECTORY)
     install(FILES ${PROJECT_BINARY_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
             COMPONENT development)
 endforeach()
 
 set_target_properties(quarrow PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(libKernelMode libQuarrow PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(libKernelMode quarrow_pci libQuarrow PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(libKernelMode PROPERTIES EXPORT_NAME KernelMode)
+set_target_properties(quarrow_pci PROPERTIES EXPORT_NAME pci)
 set_target_properties(libQuarrow PROPERTIES EXPORT_NAME Quarrow)
-install(TARGETS zel libKernelMode libQuarrow EXPORT QuarrowTargets
+install(TARGETS zel libKernelMode quarrow_pci libQuarrow EXPORT QuarrowTargets
         RUNTIME COMPONENT runtime
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
         ARCHIVE COMPONENT development)
@@ -91,9 +93,9 @@ install(FILES ${PROJECT_BINARY_DIR}/QuarrowConfig.cmake ${PROJECT_BINARY_DIR}/Qu
 # Found from where the file lies, so that an installed tree can be moved.
 set(QUARROW_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
 cmake_path(RELATIVE_PATH QUARROW_PC_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
-set(QUARROW_PC_LIBS "-lQuarrow -lKernelMode -lzel")
+set(QUARROW_PC_LIBS "-lQuarrow -lquarrow_pci -lKernelMode -lzel")
 if(WIN32) # the import libraries keep the whole names of their DLLs
-    set(QUARROW_PC_LIBS "-llibQuarrow -llibKernelMode -lzel")
+    set(QUARROW_PC_LIBS "-llibQuarrow -lquarrow_pci -llibKernelMode -lzel")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quarrow.pc.in ${PROJECT_BINARY_DIR}/quarrow.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quarrow.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

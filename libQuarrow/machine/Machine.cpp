@@ -34,13 +34,22 @@ Machine::amdTopology(const std::function<std::shared_ptr<const cpu::AMD_Topology
     return *m_amdTopology;
 }
 
+bool Clock::tellsTscRate() {
+    return true;
+}
+
+pci::PciBackend& Machine::pciFunctions() {
+    return pci::emptyPciBackend();
+}
+
 Machine& currentMachine() {
     Machine* machine = replacement();
     return machine != nullptr ? *machine : nativeMachine();
 }
 
 ScopedMachine::ScopedMachine(Machine& machine)
-    : m_drivers(machine.drivers()), m_previous(replacement().exchange(&machine)) {}
+    : m_drivers(machine.drivers()), m_pciFunctions(machine.pciFunctions()),
+      m_previous(replacement().exchange(&machine)) {}
 
 ScopedMachine::~ScopedMachine() {
     replacement() = m_previous;

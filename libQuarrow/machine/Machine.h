@@ -4,6 +4,7 @@
 #include <libQuarrow/machine/NumaNodes.h>
 #include <libQuarrow/machine/cpuid_args.h>
 #include <libQuarrow/quarrow_export.h>
+#include <pci/PciBackend.h>
 
 #include <cstdint>
 #include <functional>
@@ -41,6 +42,9 @@ class QUARROW_EXPORT Clock {
     virtual bool counter(std::uint64_t& counts) = 0;
     virtual bool priorityClass(std::uint32_t& value) = 0;
     virtual bool setPriorityClass(std::uint32_t value) = 0;
+    // Whether the rate of a time-stamp counter that is measured against this clock is the machine's. False where a
+    // replay has to make the rate up.
+    virtual bool tellsTscRate();
 };
 
 // The only door to the hardware and the operating system: the machine that this process runs on, a recorded one, or one
@@ -62,6 +66,8 @@ class QUARROW_EXPORT Machine {
     // Whether the operating system numbers its processors group by group, without gaps between groups, as Windows does;
     // false, as it is by default: processor n is bit n mod 64 of group n / 64.
     virtual bool numbersProcessorsByGroup() const;
+    // A machine that does not override it has no PCI.
+    virtual pci::PciBackend& pciFunctions();
 
     // Where AMD's processors sit, which takes a visit to each of them: made by `make` on first use and kept until this
     // machine ends, so that no machine sees the answers of another one. Any thread may be first; the others wait for
@@ -78,8 +84,8 @@ QUARROW_EXPORT Machine& nativeMachine();
 // The native machine, or the one that a ScopedMachine has put in its place.
 QUARROW_EXPORT Machine& currentMachine();
 
-// Makes `machine` the current one, with its drivers, until the end of the scope; then the one before is back, with its
-// own. Scopes nest. To be used before any other thread uses the library.
+// Makes `machine` the current one, with its drivers and PCI functions, until the end of the scope; then the one before
+// is back, with its own. Scopes nest. To be used before any other thread uses the library.
 class QUARROW_EXPORT ScopedMachine {
   public:
     explicit ScopedMachine(Machine& machine);
@@ -89,6 +95,7 @@ class QUARROW_EXPORT ScopedMachine {
 
   private:
     const libKernelMode::ScopedDriverBackend m_drivers;
+    const pci::ScopedPciBackend m_pciFunctions;
     Machine* const m_previous; // null: the native one
 };
 

@@ -13,6 +13,7 @@ class NativeMachine final : public Machine {
     std::shared_ptr<cpu::AffinityAPI> createAffinityAPI() override;
     Clock& clock() override { return m_clock; }
     libKernelMode::DriverBackend& drivers() override { return libKernelMode::nativeDriverBackend(); }
+    pci::PciBackend& pciFunctions() override { return pci::nativePciBackend(); }
     std::optional<NumaNodes> numaNodes() override;
     bool numbersProcessorsByGroup() const override;
 

@@ -15,9 +15,9 @@ cmake --install "$build" --prefix "$work/first" --strip >"$work/log" || fail "$(
 root=$work/moved
 mv "$work/first" "$root"
 
-foreign=$(grep -rhoE '#include <[a-z_A-Z]+/' "$root/include" | grep -vE '<(zel|libKernelMode|libQuarrow|boost)/$' || true)
+foreign=$(grep -rhoE '#include <[a-z_A-Z]+/' "$root/include" | grep -vE '<(zel|libKernelMode|pci|libQuarrow|boost)/$' || true)
 [ -z "$foreign" ] || fail "public headers need more than Boost: $foreign"
-(cd "$root/include" && find zel libKernelMode libQuarrow -name '*.h') >"$work/headers"
+(cd "$root/include" && find zel libKernelMode pci libQuarrow -name '*.h') >"$work/headers"
 [ "$(wc -l <"$work/headers")" -gt 30 ] || fail "headers are missing: $(cat "$work/headers")"
 xargs -P "$(nproc)" -I{} "$compiler" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$root/include" \
     -include {} -x c++ /dev/null <"$work/headers" || fail "a header does not compile alone"

@@ -36,6 +36,7 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
     std::optional<libQuarrow::os::NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
     bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
+    pci::PciBackend& pciFunctions() override { return m_machine.pciFunctions(); }
 
   private:
     using WinAffinity = libQuarrow::cpu::WinAffinity;
