@@ -35,10 +35,13 @@ struct Recording {
     std::map<std::uint64_t, std::uint8_t> memory; // physical address to byte
     std::map<std::uint16_t, std::uint8_t> ports;  // I/O port to byte
     NumaNodes numaNodes;                          // empty: not known
+    // Bus, device and function (bits 15:8, 7:3 and 2:0) and the offset of a register, a multiple of 4 below 0x1000, to
+    // its 32 bits.
+    std::map<std::pair<std::uint16_t, std::uint16_t>, std::uint32_t> pci;
 
     friend bool operator==(const Recording& a, const Recording& b) {
         return a.processors == b.processors && a.tscHertz == b.tscHertz && a.memory == b.memory && a.ports == b.ports &&
-               a.numaNodes == b.numaNodes;
+               a.numaNodes == b.numaNodes && a.pci == b.pci;
     }
     friend bool operator!=(const Recording& a, const Recording& b) { return !(a == b); }
 };
@@ -52,5 +55,6 @@ struct RecordingError {
 constexpr std::size_t maxRecordingBytes = std::size_t{64} << 20;
 constexpr std::size_t maxRecordedProcessors = std::size_t{1} << 18;
 constexpr std::size_t maxRecordedMemoryBytes = std::size_t{1} << 20;
+constexpr std::size_t maxRecordedPciRegisters = std::size_t{1} << 16;
 
 } // namespace libQuarrow::os

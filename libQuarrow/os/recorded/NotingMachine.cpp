@@ -30,7 +30,32 @@ class NotingAccess final : public MsrAccess {
     RecordedProcessor& m_processor;
 };
 
+class NotingFunction final : public pci::ConfigAccess {
+  public:
+    NotingFunction(std::unique_ptr<ConfigAccess> access, std::uint16_t function, Recording& recording)
+        : m_access(std::move(access)), m_function(function), m_recording(recording) {}
+
+    bool read(std::uint32_t offset, std::uint32_t& value, std::string& reason) override {
+        if (!m_access->read(offset, value, reason)) {
+            return false;
+        }
+        m_recording.pci.emplace(std::pair(m_function, static_cast<std::uint16_t>(offset)), value);
+        return true;
+    }
+
+  private:
+    std::unique_ptr<ConfigAccess> m_access;
+    std::uint16_t m_function;
+    Recording& m_recording;
+};
+
 } // namespace
+
+std::unique_ptr<pci::ConfigAccess> NotingMachine::openFunction(const pci::PciAddress& address, std::string& reason) {
+    auto access = m_machine.pciFunctions().openFunction(address, reason);
+    return access == nullptr ? nullptr
+                             : std::make_unique<NotingFunction>(std::move(access), address.number(), m_recording);
+}
 
 std::unique_ptr<MsrAccess> NotingMachine::openMsr(std::string& reason) {
     std::unique_ptr<MsrAccess> access = m_machine.drivers().openMsr(reason);

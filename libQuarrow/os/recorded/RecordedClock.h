@@ -21,6 +21,7 @@ class RecordedClock : public Clock {
     bool counter(std::uint64_t& counts) override;
     bool priorityClass(std::uint32_t& value) override;
     bool setPriorityClass(std::uint32_t value) override;
+    bool tellsTscRate() override { return m_isTscRateKnown; }
 
     // The time-stamp counter now; it wraps round at 2^64, as the performance counter does.
     std::uint64_t tsc() const { return m_seconds * m_tscHertz; }

@@ -5,6 +5,7 @@
 #include <libQuarrow/os/recorded/RecordedDrivers.h>
 #include <libQuarrow/os/recorded/RecordedInstructions.h>
 #include <libQuarrow/os/recorded/RecordedMachineState.h>
+#include <libQuarrow/os/recorded/RecordedPci.h>
 
 namespace libQuarrow::os {
 
@@ -12,7 +13,7 @@ RecordedMachine::RecordedMachine(Recording recording)
     : m_state(std::make_shared<RecordedMachineState>(std::move(recording))),
       m_clock(std::make_unique<RecordedClock>(m_state->recording, m_state->faults)),
       m_instructions(std::make_unique<RecordedInstructions>(*m_state, *m_clock)),
-      m_drivers(std::make_unique<RecordedDrivers>(m_state)) {}
+      m_drivers(std::make_unique<RecordedDrivers>(m_state)), m_pci(std::make_unique<RecordedPci>(m_state)) {}
 
 RecordedMachine::~RecordedMachine() = default;
 
@@ -35,6 +36,10 @@ libKernelMode::DriverBackend& RecordedMachine::drivers() {
 std::optional<NumaNodes> RecordedMachine::numaNodes() {
     const NumaNodes& nodes = m_state->recording.numaNodes;
     return nodes.empty() ? std::nullopt : std::make_optional(nodes);
+}
+
+pci::PciBackend& RecordedMachine::pciFunctions() {
+    return *m_pci;
 }
 
 bool RecordedMachine::isTscRateKnown() const {

@@ -12,6 +12,7 @@ class RecordedMachineState;
 class RecordedClock;
 class RecordedInstructions;
 class RecordedDrivers;
+class RecordedPci;
 
 // A machine replayed from a recording.
 //
@@ -25,8 +26,8 @@ class RecordedDrivers;
 // vendor's processors do (Intel: the highest standard leaf; others: zeros). The clock is virtual: the performance
 // counter (10 MHz) moves on by one second at each reading and stands still otherwise, and the time-stamp counter with
 // it at the recorded rate (else the rate that leaf 0x15 or 0x16 states, else 1 GHz), so that a measurement ends at once
-// and is exact. Reading or writing an MSR, a byte of memory or a port that is not in the recording fails; where there
-// is none at all, so does opening the driver. Writes change this object, never a file.
+// and is exact. Reading or writing an MSR, a byte of memory or a port, or reading a PCI register, that is not in the
+// recording fails; where there is none at all, so does opening the driver. Writes change this object, never a file.
 class QUARROW_EXPORT RecordedMachine : public Machine {
   public:
     explicit RecordedMachine(Recording recording);
@@ -37,6 +38,7 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     Clock& clock() override;
     libKernelMode::DriverBackend& drivers() override;
     std::optional<NumaNodes> numaNodes() override;
+    pci::PciBackend& pciFunctions() override;
 
     // Whether the recording tells the rate of the time-stamp counter, so that a measurement is more than 1 GHz made up.
     bool isTscRateKnown() const;
@@ -49,6 +51,7 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     std::unique_ptr<RecordedClock> m_clock;
     std::unique_ptr<RecordedInstructions> m_instructions;
     std::unique_ptr<RecordedDrivers> m_drivers;
+    std::unique_ptr<RecordedPci> m_pci;
 };
 
 } // namespace libQuarrow::os

@@ -2,6 +2,7 @@
 
 #include <libQuarrow/recording/formats/LineCursor.h>
 #include <libQuarrow/recording/formats/QuarrowFormat.h>
+#include <pci/PciAddress.h>
 
 #include <set>
 
@@ -26,6 +27,7 @@ class QuarrowFormatReader : public FormatReader {
     LineKind readMemory(LineCursor cursor);
     LineKind readPort(LineCursor cursor);
     LineKind readNode(LineCursor cursor);
+    LineKind readPci(LineCursor cursor);
     // The bytes after the address, at that address and those after it. False when they are none, or do not fit.
     template <class Address>
     static bool readBytes(LineCursor cursor, Address address, std::map<Address, std::uint8_t>& bytes);
@@ -75,6 +77,7 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
         {"xcr0 0x", &QuarrowFormatReader::readXcr0}, {"msr 0x", &QuarrowFormatReader::readMsr},
         {"tsc ", &QuarrowFormatReader::readTsc},     {"memory 0x", &QuarrowFormatReader::readMemory},
         {"port 0x", &QuarrowFormatReader::readPort}, {"node ", &QuarrowFormatReader::readNode},
+        {"pci ", &QuarrowFormatReader::readPci},
     };
     for (const Row& row : rows) {
         if (cursor.accept(row.keyword)) {
@@ -87,8 +90,8 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
     }
     return m_headed
                ? malformed(
-                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, msr, tsc, node, memory, port, \"end of "
-                     "recording\") or a comment that begins with #")
+                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, msr, tsc, node, memory, port, pci, \"end "
+                     "of recording\") or a comment that begins with #")
                : LineKind::other;
 }
 
@@ -245,6 +248,29 @@ LineKind QuarrowFormatReader::readPort(LineCursor cursor) {
     std::uint16_t port = 0;
     if (!cursor.hex(port) || !readBytes(cursor, port, builder().recording().ports)) {
         return malformed("expected \"port 0xNUMBER: BYTE BYTE ...\" with 4 and 2 hexadecimal digits, each port once");
+    }
+    return accepted();
+}
+
+// pci 00:18.4 0x015c: 0x0000000d
+LineKind QuarrowFormatReader::readPci(LineCursor cursor) {
+    std::uint8_t bus = 0;
+    std::uint8_t device = 0;
+    std::uint8_t function = 0;
+    std::uint16_t offset = 0;
+    std::uint32_t value = 0;
+    const bool placed = cursor.hex(bus) && cursor.accept(":") && cursor.hex(device) && cursor.accept(".");
+    if (!placed && !m_headed) {
+        return LineKind::other; // words of the cpuid program's report
+    }
+    auto& registers = builder().recording().pci;
+    if (!placed || !cursor.hex(function, 1, 1) || !cursor.accept(" 0x") || !cursor.hex(offset) ||
+        !cursor.accept(": 0x") || !cursor.hex(value) || !lineEnds(cursor) ||
+        !pci::PciAddress{bus, device, function}.isValid() || offset % 4 != 0 || offset >= pci::configSpaceBytes ||
+        registers.size() == maxRecordedPciRegisters ||
+        !registers.emplace(std::pair(pci::PciAddress{bus, device, function}.number(), offset), value).second) {
+        return malformed("expected \"pci BUS:DEVICE.FUNCTION 0xOFFSET: 0xVALUE\" with 2, 2, 1, 4 and 8 hexadecimal "
+                         "digits, offsets multiples of 4 below 0x1000, each register once, 65536 in all at most");
     }
     return accepted();
 }

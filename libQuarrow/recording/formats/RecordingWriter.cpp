@@ -71,6 +71,10 @@ void writeRecording(const Recording& recording, std::ostream& out) {
     }
     writeBytes("memory", 16, recording.memory, out);
     writeBytes("port", 4, recording.ports, out);
+    for (const auto& [where, value] : recording.pci) {
+        write(out, "pci %02x:%02x.%x 0x%04x: 0x%08x\n", where.first >> 8, where.first >> 3 & 0x1F, where.first & 7,
+              where.second, value);
+    }
     out << quarrowClosingLine << '\n';
 }
 

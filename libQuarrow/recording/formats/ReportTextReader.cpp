@@ -38,6 +38,7 @@ class ReportTextReader : public FormatReader {
     void readRegistersHeading(LineCursor cursor);
     void readMaskHeading(LineCursor cursor);
     void readGroupHeading(LineCursor cursor);
+    void readTscRate(LineCursor cursor);
 
     boost::optional<std::uint32_t> m_msrProcessor; // whose MSRs follow; none: the first one's
 };
@@ -60,6 +61,8 @@ LineKind ReportTextReader::read(std::string_view line) {
         readMaskHeading(cursor);
     } else if (cursor.accept("Group:")) {
         readGroupHeading(cursor);
+    } else if (cursor.accept("CPU Clock (TSC):")) {
+        readTscRate(cursor);
     }
     return LineKind::other;
 }
@@ -194,6 +197,15 @@ void ReportTextReader::readGroupHeading(LineCursor cursor) {
         ++bit;
     }
     builder().heading({boost::none, RecordingBuilder::Heading::Place{group, bit, 0}});
+}
+
+// CPU Clock (TSC): 2500 MHz, as the recording program measured it; the first one counts
+void ReportTextReader::readTscRate(LineCursor cursor) {
+    std::uint32_t megahertz = 0;
+    cursor.skipBlanks();
+    if (!builder().recording().tscHertz && cursor.decimal(megahertz) && megahertz != 0 && cursor.accept(" MHz")) {
+        builder().recording().tscHertz = std::uint64_t{megahertz} * 1'000'000;
+    }
 }
 
 bool ReportTextReader::breaksOff(std::string_view line) const {

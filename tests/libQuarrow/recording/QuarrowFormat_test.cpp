@@ -28,6 +28,8 @@ memory 0x00000000000f0010: 4d
 memory 0xffffffffffffffff: 00
 port 0x0070: 26 ff
 port 0xffff: 01
+pci 00:18.4 0x015c: 0x0000000d
+pci ff:1f.7 0x0ffc: 0xffffffff
 end of recording
 )";
 
@@ -72,17 +74,20 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
         {"\"memory 0xADDRESS: BYTE BYTE ...\"",
          {"memory 0x00000000000f0010: 00", "memory 0xfffffffffffffffe: 00 00 00", "memory 0x0000000000000000:"}},
         {"\"port 0xNUMBER: BYTE BYTE ...\"", {"port 0x10000: 00", "port 0x0072: 1"}},
+        {"\"pci BUS:DEVICE.FUNCTION 0xOFFSET: 0xVALUE\"",
+         {"pci 00:18.4 0x015c: 0x00000000", "pci 00:20.0 0x0000: 0x00000000", "pci 00:00.8 0x0000: 0x00000000",
+          "pci 00:00.0 0x1000: 0x00000000", "pci 00:00.0 0x0002: 0x00000000", "pci 0: 1"}},
     };
     for (const auto& [expected, lines] : mistakes) {
         for (const std::string line : lines) {
             expectRefused(everything.substr(0, everything.find("end of")) + line + "\n",
-                          std::string("own:19: expected ") + expected);
+                          std::string("own:21: expected ") + expected);
         }
     }
     const std::string header = "Quarrow recording 1\n";
     const std::string leaf = "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n";
     const std::pair<std::string, const char*> texts[] = {
-        {everything + "tsc 1\n", "own:20: expected nothing after \"end of recording\""},
+        {everything + "tsc 1\n", "own:22: expected nothing after \"end of recording\""},
         {"Quarrow recording 2\n", "own:1: expected \"Quarrow recording 1\""},
         {header + "end of recording\n", "own: there are no CPUID values in it"},
         {header + "tsc 0\n", "own:2: expected \"tsc HERTZ\""},

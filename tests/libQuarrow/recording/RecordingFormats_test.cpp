@@ -31,6 +31,9 @@ std::string summary(const boost::optional<Recording>& recording, const Recording
             out << " msr" << msr << "=" << value;
         }
     }
+    if (recording->tscHertz) {
+        out << std::dec << " tsc=" << *recording->tscHertz;
+    }
     return out.str();
 }
 
@@ -100,12 +103,14 @@ TEST(RecordingFormats, ReadsValuesOfReports) {
              leaf0 + "CPUID 00000004: 00000013-68747541-444D4163-69746E65\n",
          "0:0 0.0=5 1.0=1 2.0=6 3.0=4 4.0=11 4.1=12 5.0=660 d.0=7 d.b=8 80000026.0=21, 0:1 0.0=5 4.0=13"},
         {report("------[ Logical CPU #0 ]------\n------[ Logical CPU #1 ]------") +
-             "------[ MSR Registers ]------\nMSR 00000017: 0004-0000-0000-0001 [PlatID = 1]\n"
+             "------[ MSR Registers ]------\nCPU Clock (Normal): 1400 MHz\nCPU Clock (TSC): - MHz\n"
+             "CPU Clock (TSC): 0 MHz\nCPU Clock (TSC): 2500 MHz\r\nCPU Clock (TSC): 1 MHz\nMSR 00000017: "
+             "0004-0000-0000-0001 [PlatID = 1]\n"
              "MSR 0000010B: < FAILED >\n------[ MSR Registers / Logical CPU #1 ]------\n"
              "MSR C0010064: 8000-01B1-0000-161A [21.00x] [S200]\nMSR C0010064: 0000-0000-0000-0000\n"
              "------[ MSR Registers / Logical CPU # Multiplier,36.0x ]------\nMSR 00000010: 0000-0000-0000-0002\n"
              "------[ MSR Registers / Logical CPU #9 ]------\nMSR 00000011: 0000-0000-0000-0003\n",
-         "0:0 0.0=5 msr17=4000000000001, 0:1 0.0=5 msr10=2 msrc0010064=800001b10000161a"},
+         "0:0 0.0=5 msr17=4000000000001, 0:1 0.0=5 msr10=2 msrc0010064=800001b10000161a tsc=2500000000"},
     });
 }
 
