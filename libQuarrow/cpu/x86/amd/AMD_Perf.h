@@ -1,11 +1,13 @@
 #pragma once
 
+#include <libQuarrow/cpu/x86/amd/AMD_PStateTable.h>
 #include <libQuarrow/cpu/x86/amd/x86_amd_pstates.h>
 #include <libQuarrow/cpu/x86/x86_inst.h>
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 
 #include <boost/optional.hpp>
 
+#include <cstddef>
 #include <cstdint>
 
 // Private to the library.
@@ -21,13 +23,21 @@ class AMD_Perf {
   public:
     explicit AMD_Perf(const x86_cpu_signature& signature);
 
-    // Fills in bus clock, multipliers and turbo ratio as far as the registers tell them. Hold the pin of `cpu`, which
-    // is of that signature, around it.
-    void getSpeedMetrics(const x86_cpu& cpu, x86_speed_metrics& metrics) const;
+    // Fills in bus clock, multipliers and turbo ratio as far as the registers tell them. `tscHertz` is the measured
+    // rate of the time-stamp counter, 0 when not known. Hold the pin of `cpu`, which is of that signature, around it.
+    void getSpeedMetrics(const x86_cpu& cpu, std::uint64_t tscHertz, x86_speed_metrics& metrics) const;
 
   private:
+    // The state that the processor is sold with, where it is known, and whether it may go above it.
+    struct Base {
+        boost::optional<std::size_t> state;
+        bool boostIsOn;
+    };
     double multiplier(std::uint64_t pstate, double pllMHz) const;
-    void readPStates(const x86_cpu& cpu, x86_speed_metrics& metrics) const;
+    AMD_PStateTable readStates(const x86_cpu& cpu, double pllMHz) const;
+    Base findBase(const x86_cpu& cpu, const AMD_PStateTable& states, double tscMHz) const;
+    std::size_t lastState(const x86_cpu& cpu, const boost::optional<std::size_t>& base) const;
+    void readPStates(const x86_cpu& cpu, double tscMHz, x86_speed_metrics& metrics) const;
 
     boost::optional<AmdPStateFamily> m_family; // absent: a family with no such registers, or not known
 };

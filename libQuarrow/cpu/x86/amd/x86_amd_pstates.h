@@ -22,7 +22,9 @@ struct AmdPStateFamily {
     std::uint8_t family;    // display family
     std::uint8_t lastModel; // row for display models up to this one
     AmdPStateLayout layout;
-    std::uint16_t busMHz; // reference clock
+    std::uint16_t busMHz;   // reference clock
+    std::uint8_t registers; // P-state registers, from MSRC001_0064 on
+    bool northbridgeTells;  // the northbridge has the last P-state (D18F3xDC) and the boost states (D18F4x15C)
 };
 
 // From the BIOS and kernel developer's guides (families 0x10 to 0x16: 31116, 41256, 41131, 43170, 42301, 48751)
@@ -30,16 +32,16 @@ struct AmdPStateFamily {
 // order; the first row that fits counts.
 // clang-format off
 constexpr AmdPStateFamily amdPStateFamilies[] = {
-    {0x10, 0xFF, AmdPStateLayout::FidPlus16Did, 200},
-    {0x11, 0xFF, AmdPStateLayout::FidPlus8Did,  200},
-    {0x12, 0xFF, AmdPStateLayout::FidDivisor,   100},
-    {0x14, 0xFF, AmdPStateLayout::PllDid,       100},
-    {0x15, 0x0F, AmdPStateLayout::FidPlus16Did, 200}, // server and FX parts; the APUs after them have 100 MHz
-    {0x15, 0xFF, AmdPStateLayout::FidPlus16Did, 100},
-    {0x16, 0xFF, AmdPStateLayout::FidPlus16Did, 100},
-    {0x17, 0xFF, AmdPStateLayout::FidDfs,       100},
-    {0x19, 0xFF, AmdPStateLayout::FidDfs,       100},
-    {0x1A, 0xFF, AmdPStateLayout::Fid5MHz,      100},
+    {0x10, 0xFF, AmdPStateLayout::FidPlus16Did, 200, 5, true},
+    {0x11, 0xFF, AmdPStateLayout::FidPlus8Did,  200, 8, false},
+    {0x12, 0xFF, AmdPStateLayout::FidDivisor,   100, 8, true},
+    {0x14, 0xFF, AmdPStateLayout::PllDid,       100, 8, true},
+    {0x15, 0x0F, AmdPStateLayout::FidPlus16Did, 200, 8, true}, // server and FX parts; the APUs after them have 100 MHz
+    {0x15, 0xFF, AmdPStateLayout::FidPlus16Did, 100, 8, true},
+    {0x16, 0xFF, AmdPStateLayout::FidPlus16Did, 100, 8, true},
+    {0x17, 0xFF, AmdPStateLayout::FidDfs,       100, 8, false},
+    {0x19, 0xFF, AmdPStateLayout::FidDfs,       100, 8, false},
+    {0x1A, 0xFF, AmdPStateLayout::Fid5MHz,      100, 8, false},
 };
 // clang-format on
 static_assert(rowsAscend(amdPStateFamilies, [](auto a, auto b) {

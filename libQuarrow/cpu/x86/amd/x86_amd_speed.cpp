@@ -4,6 +4,7 @@
 #include <libQuarrow/cpu/x86/speed/x86_speed_reader.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 #include <libQuarrow/cpu/x86/x86_pin.h>
+#include <libQuarrow/machine/Machine.h>
 
 namespace libQuarrow::cpu {
 namespace {
@@ -33,7 +34,8 @@ bool x86_amd_info::getSpeedMetrics(x86_speed_metrics& metrics) const {
         if (!m_perf.isValid()) {
             m_perf = zel::SharedResource<zel::PointerStorage<AMD_Perf>>(new AMD_Perf(m_cpu->getSignature()));
         }
-        m_perf->getSpeedMetrics(*m_cpu, found);
+        // A rate that a replay made up names no state.
+        m_perf->getSpeedMetrics(*m_cpu, os::currentMachine().clock().tellsTscRate() ? tsc : 0, found);
     }
     if (!completeSpeedMetrics(*m_cpu, 0, found)) {
         return false;

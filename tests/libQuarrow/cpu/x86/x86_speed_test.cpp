@@ -2,10 +2,10 @@
 // they mean was worked out by hand from the manuals.
 
 #include <libKernelMode/DriverBackend.h>
-#include <libQuarrow/cpu/x86/x86_amd_info.h>
+#include <libQuarrow/cpu/x86/x86_intel_info.h>
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
-#include <tests/support/AmdProcessor.h>
 #include <tests/support/IntelProcessor.h>
+#include <tests/support/SpeedTexts.h>
 
 #include <boost/optional/optional_io.hpp>
 #include <gtest/gtest.h>
@@ -25,40 +25,19 @@ struct Case {
     const char* metrics;
 };
 
-double megahertz(const boost::optional<std::uint64_t>& hertz) {
-    return static_cast<double>(hertz.value_or(0)) / 1000000;
-}
-
-// In MHz, 0 for what is not known: "bus clock: lowest multiplier / current one / highest one = highest speed", with
-// turbo ", highest ratio with turbo = speed"; "none" when nothing is known.
-std::string textOf(const OneProcessor& one) {
-    x86_speed_metrics m;
-    m.currentMultiplier = 99; // must not show through
-    if (!one.cpu.getSpeedMetrics(m)) {
-        return "none";
-    }
-    EXPECT_EQ(m.multiplierPrecision, x86_speed_metrics::trimmedPrecision);
-    // What it is sold with: names are rounded, or cut off, to hundredths of a GHz.
+// What it is sold with: names are rounded, or cut off, to hundredths of a GHz.
+void expectTheNamedSpeed(const OneProcessor& one) {
     std::uint32_t named = 0;
+    x86_speed_metrics metrics;
     const cpu::x86_intel_info intel(one.cpu);
-    if (!one.machine.recording().processors[0].msrs.empty() && intel.getCpuDesignedFrequency(named)) {
-        EXPECT_NEAR(megahertz(m.highestSpeed), named, 10);
+    if (!one.machine.recording().processors[0].msrs.empty() && intel.getCpuDesignedFrequency(named) &&
+        one.cpu.getSpeedMetrics(metrics)) {
+        EXPECT_NEAR(megahertz(metrics.highestSpeed), named, 10);
     }
-    // Where bus clock and multiplier are known, so is the speed.
-    EXPECT_EQ(m.currentSpeed.has_value(), m.busClock && m.currentMultiplier != 0);
-    EXPECT_EQ(m.lowestSpeed.has_value(), m.busClock && m.minMultiplier != 0);
-    EXPECT_EQ(m.effectiveSpeed, boost::none) << "a recording's counters stand still";
-    zel::String text = zel::String::SprintfFormat("%.10g: %g/%g/%g = %.10g", megahertz(m.busClock), m.minMultiplier,
-                                                  m.currentMultiplier, m.maxMultiplier, megahertz(m.highestSpeed));
-    if (m.turboRatio || m.turboSpeed) {
-        text += zel::String::SprintfFormat(", %g = %.10g", m.turboRatio.value_or(0), megahertz(m.turboSpeed));
-    }
-    return text.toUtf8();
 }
 
 TEST(Speed, comes_from_the_registers_and_the_name) {
     using Intel = IntelProcessor;
-    using Amd = AmdProcessor;
     const auto withTurbo = [](std::uint32_t signature, std::uint32_t cores) {
         return Intel(signature).leaf(6, {2, 0, 0, 0}).counts(cores, cores);
     };
@@ -68,17 +47,6 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
     const auto withEst = [](std::uint32_t signature) {
         return Intel(signature).leaf(1, {signature, 0, 1 << 7, 1 << 5});
     };
-    constexpr std::uint64_t on = 0x8000000000000000;
-    const auto withBoost = [](std::uint32_t signature) { return Amd(signature).leaf(0x80000007, {0, 0, 0, 1u << 9}); };
-    const Msrs fx8150 = {{0xC0010061, 0x40},        {0xC0010064, on | 0x161A}, {0xC0010065, on | 0x1617},
-                         {0xC0010066, on | 0x2C14}, {0xC0010067, on | 0x3611}, {0xC0010068, on | 0x4A0B},
-                         {0xC0010069, on | 0x6005}, {0xC001006A, on | 0x704C}, {0xC001006B, 0},
-                         {0xC0010071, 0x64000161A}, {0xC0010015, 0x01001011}};
-    Msrs fx8150BoostOff = fx8150;
-    fx8150BoostOff[0xC0010015] |= 1u << 25;
-    Msrs fx8150ByStatus = fx8150; // of P-state 7 after the two boost states: past all registers
-    fx8150ByStatus.erase(0xC0010071);
-    fx8150ByStatus[0xC0010063] = 7;
     // clang-format off
     Case cases[] = {
         {"Xeon Irwindale, slowed down", withEst(0xF4A), {{0x2C, 0x11020311}, {0x198, 0x112D00000E1E}}, "200: 0/14/17 = 3400"},
@@ -132,39 +100,13 @@ TEST(Speed, comes_from_the_registers_and_the_name) {
          {{0xCE, 0x080000001400}}, "0: 8/0/20 = 0"},
         {"of no class, nothing told", Intel(0x806F8).maxLeaf(0x1F), {}, "none"},
         {"nothing", Intel(0x6D6), {}, "none"},
-        {"Athlon 64 2800+", Amd(0xF4A), {{0xC0010042, 0x200000A0A0A}}, "200: 0/9/9 = 1800"},
-        {"an unlimited Athlon 64", Amd(0xF58), {{0xC0010042, 0x2A0E02}}, "200: 0/5/11 = 2200"},
-        {"Phenom II 940", Amd(0x100F42),
-         {{0xC0010061, 0x30}, {0xC0010064, 0x8000001A3C00200E}, {0xC0010065, 0x800001C33C003007},
-          {0xC0010066, 0x800001B63C004002}, {0xC0010067, 0x800001723C005840}, {0xC0010068, 0x40000000},
-          {0xC0010071, 0x008000033C00200E}}, "200: 4/15/15 = 3000"},
-        {"family 0x11", Amd(0x200F31), {{0xC0010064, on | 0x0E}, {0xC0010065, on | 0x4E}, {0xC0010071, 0x4E}},
-         "200: 5.5/5.5/11 = 2200"},
-        {"family 0x12", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010065, on | 0x081}, {0xC0010071, 0x081}},
-         "100: 16/16/29 = 2900"},
-        {"family 0x12, a divisor that is none", Amd(0x300F10), {{0xC0010064, on | 0x0D0}, {0xC0010071, 0x089}},
-         "100: 29/0/29 = 2900"},
-        {"family 0x14, the upper half of the PLL's field", Amd(0x500F10),
-         {{0xC0010064, on | 0x10}, {0xC0010071, 0x0060000000000010}}, "100: 32/32/32 = 3200"},
-        {"FX-8150", withBoost(0x600F12), fx8150, "200: 7/21/18 = 3600, 21 = 4200"},
-        {"FX-8150, boost switched off", withBoost(0x600F12), fx8150BoostOff, "200: 7/21/18 = 3600"},
-        {"FX-8150, no such state", withBoost(0x600F12), fx8150ByStatus, "200: 7/0/18 = 3600, 21 = 4200"},
-        {"a later family 0x15", Amd(0x610F01), {{0xC0010064, on | 0x16}, {0xC0010071, 0x16}}, "100: 38/38/38 = 3800"},
-        {"Ryzen 5 1500X", withBoost(0x800F11),
-         {{0xC0010061, 0x20}, {0xC0010063, 1}, {0xC0010064, 0x8000000048CC888C}, {0xC0010065, 0x8000000047900878},
-          {0xC0010066, 0x8000000043DA907C}, {0xC0010067, 0}}, "100: 15.5/30/35 = 3500"},
-        {"family 0x17, limited, which says nothing of boost", withBoost(0x800F11),
-         {{0xC0010061, 0}, {0xC0010063, 0}, {0xC0010064, on | 0x888C}, {0xC0010065, on | 0x878}},
-         "100: 30/35/35 = 3500"},
-        {"family 0x17, no divisor, no such state", Amd(0x800F11), {{0xC0010063, 7}, {0xC0010064, on | 0x8C}}, "none"},
-        {"family 0x1A", Amd(0xB40F40), {{0xC0010063, 0}, {0xC0010064, on | 0x348}}, "100: 42/42/42 = 4200"},
-        {"a family without such registers", Amd(0x6A0), {}, "none"},
-        {"no driver", Amd(0x800F11), {}, "none"},
     };
     // clang-format on
     for (Case& row : cases) {
         row.processor.msrs = row.msrs;
-        EXPECT_EQ(textOf(OneProcessor(row.processor)), row.metrics) << row.what;
+        const OneProcessor one(row.processor);
+        EXPECT_EQ(speedText(one.cpu), row.metrics) << row.what;
+        expectTheNamedSpeed(one);
     }
 }
 
@@ -224,34 +166,6 @@ TEST(EffectiveSpeed, is_measured_where_the_counters_are_and_run_forwards) {
         EXPECT_EQ(one.counts().cpuid, row.base == 0 ? 1u : 2u);
         EXPECT_EQ(metrics.effectiveSpeed.has_value(), row.multiplier != 0);
         EXPECT_EQ(metrics.effectiveMultiplier, row.multiplier);
-    }
-}
-
-TEST(AmdSpeed, is_read_anew_each_time) {
-    const OneProcessor one(AmdProcessor(0x800F11).msr(0xC0010063, 0).msr(0xC0010064, 0x8000000048CC888C));
-    const cpu::x86_amd_info info(one.cpu);
-    x86_speed_metrics metrics;
-    ASSERT_TRUE(info.getSpeedMetrics(metrics));
-    const cpu::x86_amd_info copy(info); // shares what the first query made
-    ASSERT_TRUE(one.cpu.callWRMSR(0xC0010064, 0x8000000047900878));
-    ASSERT_TRUE(copy.getSpeedMetrics(metrics));
-    EXPECT_EQ(metrics.maxMultiplier, 30);
-}
-
-TEST(AmdSpeed, begins_with_the_rate_of_the_time_stamp_counter) {
-    // Family 0xF without a driver: the counter counts the core's clocks, unless it runs at a rate of its own.
-    for (const std::uint32_t invariant : {0u, 1u << 8}) {
-        const OneProcessor one(AmdProcessor(0xF4A).leaf(0x80000007, {0, 0, 0, invariant}));
-        x86_speed_metrics metrics;
-        EXPECT_EQ(one.cpu.getSpeedMetrics(metrics), invariant == 0);
-        EXPECT_EQ(metrics.currentSpeed.value_or(0), invariant == 0 ? 1000000000u : 0u);
-    }
-    for (const auto& [signature, msr] : {std::pair{0xF4Au, 0xC0010042u}, std::pair{0x100F42u, 0xC0010071u}}) {
-        OneProcessor one(AmdProcessor(signature).msr(msr, 0x0A0A));
-        x86_speed_metrics metrics;
-        EXPECT_TRUE(one.cpu.getSpeedMetrics(metrics));
-        one.faults().counterFrequencyUnreadable = true;
-        EXPECT_FALSE(one.cpu.getSpeedMetrics(metrics));
     }
 }
 
