@@ -26,8 +26,8 @@ all:
 report: all
 	@build/release/bin/quarrow
 
-# Builds and tests Linux, Linux under sanitizers, and Windows under Wine. CORPUS=FOLDER adds a folder of CPUID dumps;
-# several stand with blanks between them.
+# Builds and tests Linux with gcc, Linux with clang under sanitizers, and Windows under Wine. CORPUS=FOLDER adds a folder of
+# CPUID dumps; several stand with blanks between them.
 test: test-linux test-linux-asan test-windows
 
 test-linux test-linux-asan: test-%:
@@ -90,6 +90,7 @@ docs:
 	$(call build,release,,docs)
 
 format:
+	@scripts/install-packages.sh format
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:

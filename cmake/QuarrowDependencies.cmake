@@ -1,19 +1,38 @@
-# Header-only libraries that we stand on. A cross build must not see the whole of /usr/include, so it gets a folder of its
-# own with links to just these.
-set(QUARROW_HEADER_ONLY boost fmt spdlog CLI nlohmann)
+# The libraries that we stand on; all of them are used as headers only.
+#
+# A cross build sees the host's headers where its toolchain file says so (QUARROW_HOST_HEADERS), through a folder of links
+# to just these, for it must not see the whole of /usr/include. Any other build finds their packages.
 
-add_library(quarrow_boost INTERFACE) # the public headers include it: a target of its own, for programs that use them
-if(CMAKE_CROSSCOMPILING)
-    set(links ${CMAKE_BINARY_DIR}/dependencies)
-    file(MAKE_DIRECTORY ${links})
-    foreach(name ${QUARROW_HEADER_ONLY})
-        if(NOT EXISTS /usr/include/${name})
-            message(FATAL_ERROR "The headers of ${name} are missing: run 'make packages'.")
+# quarrow_dependency(<package> TARGET <target> HEADERS <folder of its headers> [VERSION <lowest>] [DEFINE <definition>])
+macro(quarrow_dependency package)
+    cmake_parse_arguments(ARG "" "TARGET;HEADERS;VERSION;DEFINE" "" ${ARGN})
+    if(TARGET ${ARG_TARGET})
+        # the project that we are part of brought it
+    elseif(NOT QUARROW_HOST_HEADERS)
+        find_package(${package} ${ARG_VERSION} REQUIRED)
+    else()
+        if(NOT EXISTS ${QUARROW_HOST_HEADERS}/${ARG_HEADERS})
+            message(FATAL_ERROR "The headers of ${package} are missing: run 'scripts/install-packages.sh build'.")
         endif()
-        file(CREATE_LINK /usr/include/${name} ${links}/${name} SYMBOLIC)
-    endforeach()
-    target_include_directories(quarrow_boost SYSTEM INTERFACE ${links})
+        set(links ${PROJECT_BINARY_DIR}/dependencies)
+        file(MAKE_DIRECTORY ${links})
+        file(CREATE_LINK ${QUARROW_HOST_HEADERS}/${ARG_HEADERS} ${links}/${ARG_HEADERS} SYMBOLIC)
+        add_library(${ARG_TARGET} INTERFACE IMPORTED)
+        target_include_directories(${ARG_TARGET} SYSTEM INTERFACE ${links})
+        target_compile_definitions(${ARG_TARGET} INTERFACE ${ARG_DEFINE})
+    endif()
+endmacro()
+
+quarrow_dependency(Boost TARGET Boost::headers HEADERS boost VERSION 1.74) # the public headers include it
+quarrow_dependency(fmt TARGET fmt::fmt-header-only HEADERS fmt DEFINE FMT_HEADER_ONLY)
+quarrow_dependency(spdlog TARGET spdlog::spdlog_header_only HEADERS spdlog)
+# Its package has the shared library of fmt linked, even to those who use headers only.
+add_library(quarrow_logging INTERFACE)
+target_include_directories(quarrow_logging SYSTEM INTERFACE
+    $<TARGET_PROPERTY:spdlog::spdlog_header_only,INTERFACE_INCLUDE_DIRECTORIES>)
+target_compile_definitions(quarrow_logging INTERFACE SPDLOG_FMT_EXTERNAL)
+target_link_libraries(quarrow_logging INTERFACE fmt::fmt-header-only)
+if(QUARROW_BUILD_TOOL)
+    quarrow_dependency(CLI11 TARGET CLI11::CLI11 HEADERS CLI)
+    quarrow_dependency(nlohmann_json TARGET nlohmann_json::nlohmann_json HEADERS nlohmann)
 endif()
-add_library(quarrow_headers INTERFACE)
-target_link_libraries(quarrow_headers INTERFACE quarrow_boost)
-target_compile_definitions(quarrow_headers INTERFACE FMT_HEADER_ONLY SPDLOG_HEADER_ONLY SPDLOG_FMT_EXTERNAL)

@@ -3,61 +3,26 @@
 # pkg-config file.
 include(CMakePackageConfigHelpers)
 
-# The public headers: those that export something, and those that a public header includes.
-function(quarrow_public_headers result)
-    file(GLOB_RECURSE all RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
-         ${PROJECT_SOURCE_DIR}/zel/*.h ${PROJECT_SOURCE_DIR}/libKernelMode/*.h ${PROJECT_SOURCE_DIR}/pci/*.h
-         ${PROJECT_SOURCE_DIR}/libQuarrow/*.h)
-    foreach(other windows linux)
-        if(NOT other STREQUAL QUARROW_OS)
-            list(FILTER all EXCLUDE REGEX "/os/${other}/")
-        endif()
-    endforeach()
-    set(pending "")
-    foreach(header ${all})
-        file(STRINGS ${PROJECT_SOURCE_DIR}/${header} exports REGEX "^[^#/]*(ZEL|KERNELMODE|PCI|QUARROW)_EXPORT" LIMIT_COUNT 1)
-        if(exports)
-            list(APPEND pending ${header})
-        endif()
-    endforeach()
-    set(public "")
-    while(pending)
-        list(POP_FRONT pending header)
-        if(header IN_LIST public OR NOT header IN_LIST all)
-            continue()
-        endif()
-        list(APPEND public ${header})
-        file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include <(zel|libKernelMode|pci|libQuarrow)/")
-        foreach(line ${includes})
-            string(REGEX REPLACE "^#include <([^>]*)>.*" "\\1" included "${line}")
-            list(APPEND pending ${included})
-        endforeach()
-    endwhile()
-    set(${result} ${public} PARENT_SCOPE)
-endfunction()
-
-quarrow_public_headers(headers)
-foreach(header ${headers})
+get_property(libraries GLOBAL PROPERTY QUARROW_LIBRARIES)
+get_property(headers GLOBAL PROPERTY QUARROW_PUBLIC_HEADERS)
+get_property(export_headers GLOBAL PROPERTY QUARROW_EXPORT_HEADERS)
+foreach(header ${headers} ${export_headers})
+    set(root ${PROJECT_SOURCE_DIR})
+    if(header IN_LIST export_headers)
+        set(root ${PROJECT_BINARY_DIR})
+    endif()
     get_filename_component(folder ${header} DIRECTORY)
-    install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
-            COMPONENT development)
-endforeach()
-foreach(header zel/zel_export.h libKernelMode/kernelmode_export.h pci/pci_export.h libQuarrow/quarrow_export.h)
-    get_filename_component(folder ${header} DIRECTORY)
-    install(FILES ${PROJECT_BINARY_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
-            COMPONENT development)
+    install(FILES ${root}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder} COMPONENT development)
 endforeach()
 
-set_target_properties(quarrow PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(libKernelMode quarrow_pci libQuarrow PROPERTIES INSTALL_RPATH "$ORIGIN")
-set_target_properties(libKernelMode PROPERTIES EXPORT_NAME KernelMode)
-set_target_properties(quarrow_pci PROPERTIES EXPORT_NAME pci)
-set_target_properties(libQuarrow PROPERTIES EXPORT_NAME Quarrow)
-install(TARGETS zel libKernelMode quarrow_pci libQuarrow EXPORT QuarrowTargets
+set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS ${libraries} EXPORT QuarrowTargets
         RUNTIME COMPONENT runtime
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
         ARCHIVE COMPONENT development)
-install(TARGETS quarrow RUNTIME COMPONENT runtime)
+if(QUARROW_BUILD_TOOL)
+    install(TARGETS quarrow RUNTIME COMPONENT runtime)
+endif()
 # MinGW's libraries come with debugging information, many times their own size.
 foreach(dll ${QUARROW_RUNTIME_DLLS})
     get_filename_component(name ${dll} NAME)
@@ -65,15 +30,7 @@ foreach(dll ${QUARROW_RUNTIME_DLLS})
     execute_process(COMMAND ${CMAKE_STRIP} -o ${PROJECT_BINARY_DIR}/stripped/${name} ${dll} COMMAND_ERROR_IS_FATAL ANY)
     install(FILES ${PROJECT_BINARY_DIR}/stripped/${name} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endforeach()
-# The licences of what is built in or comes along ask to be handed on; Debian keeps them with the packages.
-set(licensed libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev)
-if(MINGW)
-    list(APPEND licensed gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev)
-endif()
-foreach(package ${licensed})
-    install(FILES /usr/share/doc/${package}/copyright RENAME ${package} OPTIONAL
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow/licenses COMPONENT runtime)
-endforeach()
+include(QuarrowThirdParty)
 file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/*.json)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow COMPONENT runtime)
 if(NOT WIN32)
@@ -93,10 +50,13 @@ install(FILES ${PROJECT_BINARY_DIR}/QuarrowConfig.cmake ${PROJECT_BINARY_DIR}/Qu
 # Found from where the file lies, so that an installed tree can be moved.
 set(QUARROW_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
 cmake_path(RELATIVE_PATH QUARROW_PC_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
-set(QUARROW_PC_LIBS "-lQuarrow -lquarrow_pci -lKernelMode -lzel")
-if(WIN32) # the import libraries keep the whole names of their DLLs
-    set(QUARROW_PC_LIBS "-llibQuarrow -lquarrow_pci -llibKernelMode -lzel")
-endif()
+set(QUARROW_PC_LIBS "")
+foreach(library ${libraries})
+    if(NOT WIN32) # there the import libraries keep the whole names of their DLLs
+        string(REGEX REPLACE "^lib" "" library ${library})
+    endif()
+    string(PREPEND QUARROW_PC_LIBS "-l${library} ")
+endforeach()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quarrow.pc.in ${PROJECT_BINARY_DIR}/quarrow.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quarrow.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 

@@ -1,12 +1,18 @@
 include(GenerateExportHeader)
 include(GNUInstallDirs)
 
-# quarrow_library(NAME <file name> ALIAS <alias> MACRO <prefix> HEADER <export header> [LINK <targets>])
+# quarrow_library(NAME <file name> ALIAS <alias> MACRO <prefix> HEADER <export header> [LINK <targets>]
+#                 [PRIVATE_LINK <targets>] PUBLIC <folders and headers> [PRIVATE <headers>])
 #
 # A shared library of the current folder: its sources and those of os/<platform>, hidden visibility, an export header in
 # the build tree. The objects are a target of their own, <file name>_objects, which tests of internals link.
+#
+# PUBLIC are the folders whose headers are installed, less those that PRIVATE names, and single headers of other folders.
+#
+# The global property QUARROW_LIBRARIES lists the libraries, each after those that it needs: what installs, packages or
+# links all of them goes by it, so a new one needs no more than this call.
 function(quarrow_library)
-    cmake_parse_arguments(ARG "" "NAME;ALIAS;MACRO;HEADER" "LINK;PRIVATE_LINK;EXCLUDE" ${ARGN})
+    cmake_parse_arguments(ARG "" "NAME;ALIAS;MACRO;HEADER" "LINK;PRIVATE_LINK;PUBLIC;PRIVATE" ${ARGN})
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.h)
     foreach(other windows linux)
         if(NOT other STREQUAL QUARROW_OS)
@@ -18,8 +24,9 @@ function(quarrow_library)
     target_include_directories(${ARG_NAME}_objects PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>)
     target_compile_definitions(${ARG_NAME}_objects PRIVATE ${ARG_NAME}_EXPORTS)
-    target_link_libraries(${ARG_NAME}_objects PUBLIC ${ARG_LINK} PRIVATE quarrow_headers ${ARG_PRIVATE_LINK})
+    target_link_libraries(${ARG_NAME}_objects PUBLIC ${ARG_LINK} Boost::headers PRIVATE ${ARG_PRIVATE_LINK})
     quarrow_warnings(${ARG_NAME}_objects)
+    quarrow_precompile(${ARG_NAME}_objects quarrow_common_headers)
 
     add_library(${ARG_NAME} SHARED $<TARGET_OBJECTS:${ARG_NAME}_objects>)
     add_library(Quarrow::${ARG_ALIAS} ALIAS ${ARG_NAME})
@@ -29,12 +36,31 @@ function(quarrow_library)
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_compile_features(${ARG_NAME} PUBLIC cxx_std_17)
-    target_link_libraries(${ARG_NAME} PUBLIC ${ARG_LINK} $<BUILD_INTERFACE:quarrow_boost>
-        PRIVATE ${ARG_PRIVATE_LINK} $<BUILD_INTERFACE:quarrow_headers>)
-    set_target_properties(${ARG_NAME} PROPERTIES
+    target_link_libraries(${ARG_NAME} PUBLIC ${ARG_LINK} Boost::headers PRIVATE ${CMAKE_DL_LIBS})
+    set_target_properties(${ARG_NAME} PROPERTIES EXPORT_NAME ${ARG_ALIAS}
         OUTPUT_NAME "${ARG_NAME}" VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
     # libzel.so and zel.dll, but libQuarrow.so and libQuarrow.dll.
     if(WIN32 OR ARG_NAME MATCHES "^lib")
         set_target_properties(${ARG_NAME} PROPERTIES PREFIX "")
     endif()
+
+    set(headers "")
+    foreach(public ${ARG_PUBLIC})
+        if(public MATCHES "\\.h$")
+            list(APPEND headers ${CMAKE_CURRENT_SOURCE_DIR}/${public})
+        else()
+            file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${public}/*.h)
+            list(APPEND headers ${found})
+        endif()
+    endforeach()
+    foreach(private ${ARG_PRIVATE})
+        list(REMOVE_ITEM headers ${CMAKE_CURRENT_SOURCE_DIR}/${private})
+    endforeach()
+    foreach(header ${headers})
+        file(REAL_PATH ${header} header)
+        file(RELATIVE_PATH header ${PROJECT_SOURCE_DIR} ${header})
+        set_property(GLOBAL APPEND PROPERTY QUARROW_PUBLIC_HEADERS ${header})
+    endforeach()
+    set_property(GLOBAL APPEND PROPERTY QUARROW_EXPORT_HEADERS ${ARG_HEADER})
+    set_property(GLOBAL APPEND PROPERTY QUARROW_LIBRARIES ${ARG_NAME})
 endfunction()

@@ -11,6 +11,9 @@ else()
     set(QUARROW_GTEST GTest::gmock_main)
 endif()
 
+quarrow_precompiled(quarrow_test_headers PROGRAMS LINK Boost::headers ${QUARROW_GTEST}
+    HEADERS ${QUARROW_COMMON_HEADERS} <gtest/gtest.h>)
+
 # quarrow_tests(<program> FOLDER <folder> [INTERNAL] LINK <targets>): the tests of tests/<folder>, those named
 # *_internal_test.cpp or the others, with what all tests share and the further SOURCES.
 function(quarrow_tests program)
@@ -34,7 +37,7 @@ function(quarrow_tests program)
     endif()
     add_executable(${program} ${sources} ${support} ${ARG_SOURCES})
     target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${program} PRIVATE ${ARG_LINK} ${QUARROW_GTEST} quarrow_headers)
+    target_link_libraries(${program} PRIVATE ${ARG_LINK} ${QUARROW_GTEST})
     target_compile_definitions(${program} PRIVATE QUARROW_CORPUS="${QUARROW_CORPUS}"
         QUARROW_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     if(ARG_INTERNAL)
@@ -42,5 +45,6 @@ function(quarrow_tests program)
         target_compile_definitions(${program} PRIVATE ${ARG_FOLDER}_EXPORTS)
     endif()
     quarrow_warnings(${program})
+    quarrow_precompile(${program} quarrow_test_headers)
     add_test(NAME ${program} COMMAND ${program})
 endfunction()

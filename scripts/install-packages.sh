@@ -1,16 +1,18 @@
 #!/bin/sh
 # Installs from Debian what building needs and this machine lacks; with "test" what testing on both platforms needs too,
-# with "bench", "fuzz", "docs" or "analyze" what the benchmarks, the fuzz targets, the reference documentation or the static
-# analysis need.
+# with "bench", "fuzz", "docs", "analyze" or "format" what the benchmarks, the fuzz targets, the reference documentation, the
+# static analysis or the formatting need.
 # Asks nothing; needs root only when something is missing.
 set -eu
 
 build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev"
-test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev file python3-jsonschema"
+clang="clang libclang-rt-14-dev"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev file python3-jsonschema $clang"
 bench="libbenchmark-dev libhwloc-dev"
-fuzz="clang libclang-rt-14-dev"
+fuzz="$clang"
 docs="doxygen"
 analyze="clang-tidy cppcheck"
+format="clang-format"
 
 case "${1:-build}" in
     build) wanted="$build" ;;
@@ -19,8 +21,9 @@ case "${1:-build}" in
     fuzz) wanted="$build $fuzz" ;;
     docs) wanted="$build $docs" ;;
     analyze) wanted="$build $test $analyze" ;;
+    format) wanted="$format" ;;
     *)
-        echo "usage: $0 [build|test|bench|fuzz|docs|analyze]" >&2
+        echo "usage: $0 [build|test|bench|fuzz|docs|analyze|format]" >&2
         exit 2
         ;;
 esac

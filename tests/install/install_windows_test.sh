@@ -17,10 +17,11 @@ root=$(echo "$work"/unpacked/quarrow-*)
 answers "quarrow 1." "$run" "$root/bin/quarrow.exe" --version
 answers "CPU:0:0:1:1:*" "$run" "$root/bin/quarrow.exe" --machine "$source/tests/machines/intel-2p-smt.txt"
 
+grep -q "#include <fmt/" "$root/THIRD-PARTY.txt" || fail "the archive lacks the licences of what it is built with"
+
 # The Boost headers are the programmer's own; here those that the build uses. WINEPATH is where DLLs are looked for.
-boost=-isystem$build/dependencies
 WINEPATH=$(echo "Z:$root/bin" | tr / '\134')
 export WINEPATH
-with_find_package "$root" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" -DCMAKE_CXX_FLAGS="$boost" \
-    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH
-with_pkg_config "$root" "$boost"
+with_find_package "$root" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
+    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
+with_pkg_config "$root" -isystem "$build/dependencies"

@@ -1,0 +1,49 @@
+# What others wrote of that which is installed, each with its licence, in one file: on Debian where each package's licences
+# are looked for, in the archive for Windows at its top. The licences' texts are those that came with Debian's packages.
+
+set(third_party "")
+set(texts "")
+# third_party(<component> INCLUDE <folder of its headers> LICENCE <name> HOW <how it is used> PACKAGE <Debian package>)
+macro(third_party component)
+    cmake_parse_arguments(ARG "" "INCLUDE;LICENCE;HOW;PACKAGE" "" ${ARGN})
+    string(APPEND third_party "  ${component}: ${ARG_LICENCE}\n      ${ARG_HOW}\n")
+    if(ARG_INCLUDE)
+        string(APPEND third_party "      #include <${ARG_INCLUDE}/...>\n")
+    endif()
+    if(EXISTS /usr/share/doc/${ARG_PACKAGE}/copyright)
+        file(READ /usr/share/doc/${ARG_PACKAGE}/copyright text)
+        string(APPEND texts "\n${rule}\n${component}\n${rule}\n\n${text}")
+    endif()
+endmacro()
+string(REPEAT "-" 78 rule)
+
+third_party("Boost" INCLUDE boost LICENCE "Boost Software License 1.0" PACKAGE libboost1.74-dev
+            HOW "headers, compiled into the libraries and the tool")
+third_party("{fmt}" INCLUDE fmt LICENCE "MIT, with an exception for object code" PACKAGE libfmt-dev
+            HOW "headers, compiled into zel and the tool")
+third_party("spdlog" INCLUDE spdlog LICENCE "MIT" PACKAGE libspdlog-dev
+            HOW "headers, compiled into zel and the tool")
+third_party("CLI11" INCLUDE CLI LICENCE "BSD, 3 clauses" PACKAGE libcli11-dev
+            HOW "headers, compiled into the tool")
+third_party("JSON for Modern C++" INCLUDE nlohmann LICENCE "MIT" PACKAGE nlohmann-json3-dev
+            HOW "headers, compiled into the tool")
+if(MINGW)
+    third_party("GCC's run-time libraries" LICENCE "GPL 3 or later, with the GCC Runtime Library Exception 3.1"
+                PACKAGE gcc-mingw-w64-x86-64-posix-runtime HOW "libstdc++-6.dll and libgcc_s_seh-1.dll come along")
+    third_party("MinGW-w64" LICENCE "MIT, Zope Public License 2.1 and others" PACKAGE mingw-w64-x86-64-dev
+                HOW "libwinpthread-1.dll comes along; its start-up code is linked in")
+else()
+    third_party("GCC's run-time libraries" LICENCE "GPL 3 or later, with the GCC Runtime Library Exception 3.1"
+                PACKAGE libstdc++6 HOW "libstdc++ and libgcc are linked into the tool")
+endif()
+
+set(notice "Quarrow has no licence yet: that is for its owner to choose.\n\n")
+string(APPEND notice "What others wrote and is built in or comes along, with its licence:\n\n${third_party}${texts}")
+if(MINGW)
+    file(WRITE ${PROJECT_BINARY_DIR}/THIRD-PARTY.txt "${notice}")
+    install(FILES ${PROJECT_BINARY_DIR}/THIRD-PARTY.txt DESTINATION . COMPONENT runtime)
+else()
+    file(WRITE ${PROJECT_BINARY_DIR}/copyright "${notice}")
+    install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow COMPONENT runtime)
+    install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow-dev COMPONENT development)
+endif()
