@@ -19,9 +19,30 @@ foreign=$(grep -rhoE '#include <[a-z_A-Z]+/' "$root/include" | grep -vE '<(zel|l
 [ -z "$foreign" ] || fail "public headers need more than Boost: $foreign"
 (cd "$root/include" && find zel libKernelMode pci libQuarrow -name '*.h') >"$work/headers"
 [ "$(wc -l <"$work/headers")" -gt 30 ] || fail "headers are missing: $(cat "$work/headers")"
-xargs -P "$(nproc)" -I{} "$compiler" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$root/include" \
-    -include {} -x c++ /dev/null <"$work/headers" || fail "a header does not compile alone"
-echo "$(wc -l <"$work/headers") headers compile alone"
+# Each compiles alone. A header that its own source includes first has shown that: those are compiled together.
+compiles() { "$compiler" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$root/include" "$@" -x c++ /dev/null; }
+together=""
+while read -r header; do
+    body=$source/${header%.h}.cpp
+    if [ -f "$body" ] && [ "$(grep -m1 '^#include' "$body")" = "#include <$header>" ]; then
+        together="$together -include $header"
+    else
+        compiles -include "$header" || fail "$header does not compile alone"
+    fi
+done <"$work/headers"
+# shellcheck disable=SC2086 # a list of words
+compiles $together || fail "a header includes what is not installed"
+echo "$(wc -l <"$work/headers") headers compile"
+
+# What others wrote is listed with its licence, whatever header of theirs a source of ours includes.
+notice=$root/share/doc/quarrow/copyright
+cmp "$notice" "$root/share/doc/quarrow-dev/copyright" || fail "the packages tell different licences"
+for folder in $(cd "$source" && grep -rhoE '#include <[a-zA-Z_0-9]+/' zel libKernelMode libQuarrow tools | sed 's/.*<//' | sort -u); do
+    case $folder in
+        zel/ | libKernelMode/ | pci/ | libQuarrow/ | tools/ | sys/ | linux/) ;;
+        *) grep -q "#include <$folder" "$notice" || fail "$notice does not list $folder" ;;
+    esac
+done
 
 # try ROOT: as a user of what lies there.
 try() {
@@ -33,10 +54,9 @@ try() {
     if readelf -S "$1"/lib/*.so.*.* "$1/bin/quarrow" | grep -q '\.debug_info'; then
         fail "installed with debug information"
     fi
-    with_find_package "$1"
-    LD_LIBRARY_PATH=$1/lib with_pkg_config "$1"
 }
 try "$root"
+with_find_package "$root"
 
 cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >"$work/log" 2>&1 || fail "$(cat "$work/log")"
 for package in "$work"/packages/*.deb; do
@@ -50,3 +70,31 @@ mkdir "$work/runtime"
 dpkg -x "$runtime" "$work/runtime"
 answers "quarrow 1." "$work/runtime/usr/bin/quarrow" --version
 try "$work/unpacked/usr"
+[ -s "$work/runtime/usr/share/doc/quarrow/copyright" ] || fail "the package quarrow lacks its copyright file"
+LD_LIBRARY_PATH=$work/unpacked/usr/lib with_pkg_config "$work/unpacked/usr"
+
+# Part of another project: demands no GoogleTest and none of the tool's libraries, leaves output folders and warnings alone.
+mkdir -p "$work/part"
+cat >"$work/part/CMakeLists.txt" <<EOF
+cmake_minimum_required(VERSION 3.22)
+project(Part CXX)
+foreach(package GTest CLI11 nlohmann_json)
+    set(CMAKE_DISABLE_FIND_PACKAGE_\${package} ON)
+endforeach()
+add_subdirectory($source quarrow)
+add_executable(part part.cpp)
+target_link_libraries(part PRIVATE Quarrow::zel)
+EOF
+cat >"$work/part/part.cpp" <<EOF
+#include <zel/Temperature.h>
+#include <libQuarrow/cpu/x86/x86_cpu.h>
+int main(int, char**) { int unused; }
+EOF
+{
+    cmake -S "$work/part" -B "$work/part/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
+        -DCMAKE_EXPORT_COMPILE_COMMANDS=ON && cmake --build "$work/part/build" --target part
+} >"$work/log" 2>&1 || fail "add_subdirectory: $(cat "$work/log")"
+"$work/part/build/part" || fail "add_subdirectory: the program does not run"
+! grep -q -e -Werror "$work/part/build/compile_commands.json" || fail "add_subdirectory: our warnings are errors of others"
+[ ! -e "$work/part/build/bin" ] || fail "add_subdirectory: decides where things are built"
+echo "built as a part of another project"
