@@ -64,8 +64,8 @@ libQuarrow/os/linux/cpu/x86:   zel libQuarrow libQuarrow/cpu
 libQuarrow/os/windows/cpu/x86: zel libQuarrow libQuarrow/cpu
 libQuarrow/os/linux:         zel libKernelMode pci libQuarrow/machine libQuarrow/os libQuarrow/os/linux/cpu/x86
 libQuarrow/os/windows:       zel libKernelMode pci libQuarrow/machine libQuarrow/os libQuarrow/os/windows/cpu/x86
-libQuarrow/recording:        libQuarrow/machine
-libQuarrow/recording/formats: zel libQuarrow libQuarrow/machine libQuarrow/recording
+libQuarrow/recording:        pci libQuarrow/machine
+libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording
 libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu libQuarrow/recording
 $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 libQuarrow/recording
 libQuarrow/topology/*.h:     zel libQuarrow libQuarrow/machine libQuarrow/cpu
