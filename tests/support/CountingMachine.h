@@ -4,6 +4,8 @@
 #include <libQuarrow/machine/Machine.h>
 #include <tests/support/AffinityTexts.h>
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <memory>
 #include <utility>
@@ -70,7 +72,13 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
         m_machine.instructions().cpuid(registers);
     }
     std::uint64_t rdtsc() override { return m_machine.instructions().rdtsc(); }
-    std::uint64_t xgetbv(std::uint32_t index) override { return m_machine.instructions().xgetbv(index); }
+    // Without OSXSAVE in leaf 1, or with another index, a processor may end the program.
+    std::uint64_t xgetbv(std::uint32_t index) override {
+        libQuarrow::cpu::cpuid_args leaf1{1, 0, 0, 0};
+        m_machine.instructions().cpuid(leaf1);
+        EXPECT_TRUE((leaf1.ecx >> 27 & 1) != 0 && index == 0) << "XGETBV " << index;
+        return m_machine.instructions().xgetbv(index);
+    }
     bool cpuidBitToggles() override { return m_machine.instructions().cpuidBitToggles(); }
 
     libQuarrow::os::Machine& m_machine;

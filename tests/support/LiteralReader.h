@@ -2,6 +2,8 @@
 
 #include <libQuarrow/cpu/x86/decode/CpuidReader.h>
 
+#include <gtest/gtest.h>
+
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -49,7 +51,12 @@ class LiteralReader : public libQuarrow::cpu::CpuidReader {
         const auto found = m_leaves.find({leaf, subleaf});
         return found != m_leaves.end() ? found->second : libQuarrow::cpu::cpuid_args{};
     }
-    std::uint64_t xcr0() override { return enabledState; }
+    // Without OSXSAVE in leaf 1 the instruction behind it is an invalid one.
+    std::uint64_t xcr0() override {
+        EXPECT_NE(read(1).ecx >> 27 & 1, 0u) << "XGETBV without OSXSAVE";
+        --executions;
+        return enabledState;
+    }
     bool hasCpuid() override { return cpuidThere; }
 
     std::uint64_t enabledState = 0;

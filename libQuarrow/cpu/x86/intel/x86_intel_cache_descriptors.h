@@ -82,7 +82,7 @@ constexpr IntelCacheDescriptor rows[] = {
 
 } // namespace intel_descriptors
 
-constexpr auto& intelCacheDescriptors = intel_descriptors::rows;
+inline constexpr auto& intelCacheDescriptors = intel_descriptors::rows;
 static_assert(rowCount(intelCacheDescriptors) == 50);
 static_assert(rowsDiffer(intelCacheDescriptors, [](auto a, auto b) { return a.descriptor == b.descriptor; }));
 

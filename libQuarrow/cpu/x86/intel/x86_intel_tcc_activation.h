@@ -51,4 +51,16 @@ static_assert(rowsDiffer(tccActivationTable, [](auto a, auto b) {
     return a.signature == b.signature && a.designedMHz == b.designedMHz && sameFragments;
 }));
 
+struct AtomTemperature {
+    const char* processorNumbers; // the first character separates
+    std::uint32_t celsius;
+};
+
+// Intel's Atom data sheets, thermal chapters.
+constexpr AtomTemperature atomTemperatures[] = {
+    {";N450;N470;N455;N475;N550;N570;D410;D510", 100},
+    {";230;330;N270;Z500;Z510;Z515;Z520;Z530;Z530P;Z540;Z550;Z510P;Z2760", 90},
+    {";Z520PT;Z510PT", 110},
+};
+
 } // namespace libQuarrow::cpu

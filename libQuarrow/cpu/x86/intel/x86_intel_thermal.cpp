@@ -17,18 +17,6 @@ using Type = x86_intel_info;
 constexpr std::uint32_t msrThermalChoice = 0xEE;      // Core, Core 2
 constexpr std::uint32_t msrTemperatureTarget = 0x1A2; // MSR_TEMPERATURE_TARGET; bits 23 to 16: degrees Celsius
 
-struct AtomTemperature {
-    const char* processorNumbers; // the first character separates
-    std::uint32_t celsius;
-};
-
-// Intel's Atom data sheets, thermal chapters.
-constexpr AtomTemperature atomTemperatures[] = {
-    {";N450;N470;N455;N475;N550;N570;D410;D510", 100},
-    {";230;330;N270;Z500;Z510;Z515;Z520;Z530;Z530P;Z540;Z550;Z510P;Z2760", 90},
-    {";Z520PT;Z510PT", 110},
-};
-
 // MSR 0xEE bit 30: the lower or the higher of two temperatures.
 bool chooseTemperature(const MsrReader& readMsr, std::uint32_t lower, std::uint32_t higher,
                        std::uint32_t& temperature) {

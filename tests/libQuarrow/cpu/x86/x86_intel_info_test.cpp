@@ -204,7 +204,8 @@ TEST(x86_intel_info, reads_the_turbo_ratio_of_each_number_of_active_cores) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
-        IntelProcessor processor = IntelProcessor(test.signature).leaf(6, {2, 0, 0, 0}).counts(test.cores, test.cores);
+        IntelProcessor processor =
+            IntelProcessor(test.signature).leaf(6, {2, 0, 0, 0}).counts(test.cores, 2 * test.cores);
         processor.recorded.msrs = test.msrs;
         zel::Array<IntelTurboRatioLimit> limits{{99, 99}};
         EXPECT_EQ(IntelMachine(processor).info.getTurboRatioLimits(limits), test.known != 0);

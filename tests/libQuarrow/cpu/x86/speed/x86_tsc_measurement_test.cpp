@@ -27,6 +27,7 @@ class SpoiltMachine : public CurrentMachine, private os::Clock {
 
     std::uint64_t countsPerSecond = 10000000;
     std::vector<std::uint64_t> readings; // instead of what the counter reads; the last one stays
+    bool standsStill = false;            // at 7, and takes no time to say so: it is asked 2^24 times
     bool throws = false;
     bool priorityUnreadable = false;
     std::string classesSet;
@@ -39,6 +40,10 @@ class SpoiltMachine : public CurrentMachine, private os::Clock {
         return done;
     }
     bool counter(std::uint64_t& counts) override {
+        if (standsStill) {
+            counts = 7;
+            return true;
+        }
         if (throws) {
             throw std::runtime_error("no clock");
         }
@@ -101,8 +106,8 @@ TEST(calculateSpeedTSC, says_what_it_found_and_puts_everything_back) {
          "121 Problem reading performance counter while busy waiting", raised},
         {[](Machine& m) { m.faults().failingCounterRead = 2; },
          "129 Problem reading final performance counter value", raised},
-        // Stands still: must not hang.
-        {[](Machine& m) { m.readings = {7}; }, "121 Problem reading performance counter while busy waiting", raised},
+        // Must not hang.
+        {[](Machine& m) { m.standsStill = true; }, "121 Problem reading performance counter while busy waiting", raised},
         // Back where it began at the end: no time went by.
         {[](Machine& m) { m.readings = {0, 1000000, 0}; },
          "137 Performance counter did not advance while measuring", raised},

@@ -111,6 +111,8 @@ TEST(Topology, OfProcessors) {
         // AMD family 0x17 up to model 15: fixed bits of the APIC ID, on purpose.
         {"Zen",              amd(0x8000001E, 0x800F11, htt, topologyExtensions, 15, 0x104), {},
          "CPU:0:0:1:4:1 8/16 8/16 49, fixed bits"},
+        {"its last model",   amd(0x8000001E, 0x800FF0, htt, topologyExtensions, 15, 0x104), {},
+         "CPU:0:0:1:4:1 8/16 8/16 49, fixed bits"},
         {"Zen without SMT",  amd(0x8000001E, 0x800F11, htt, topologyExtensions, 3, 0x003), {},
          "CPU:0:0:1:3:0 4/4 4/4 49, fixed bits, no thread"},
         // AMD otherwise, by HTT, CmpLegacy and leaf 0x80000008.
