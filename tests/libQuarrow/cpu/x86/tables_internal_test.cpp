@@ -30,54 +30,32 @@ std::string checkValue(const Row (&rows)[count], Text textOf) {
     return text("%016I64X", hash);
 }
 
+// clang-format off
 TEST(Tables, are_what_their_sources_say) {
-    EXPECT_EQ(checkValue(intelCacheDescriptors,
-                         [](const IntelCacheDescriptor& row) {
-                             return text("%02X %u %s %u %u %u", row.descriptor, row.level,
-                                         x86_cache::typeText(row.type), row.ways, row.size, row.lineSizeBytes);
-                         }),
-              "30877626CD17D50D");
-    EXPECT_EQ(checkValue(steppingBySignature,
-                         [](const SteppingBySignature& row) {
-                             return text("%X %s", row.signature, intelSteppingTexts[row.stepping]);
-                         }),
-              "D93BBFE4A506381F");
-    EXPECT_EQ(checkValue(steppingByProcessorNumber,
-                         [](const SteppingByProcessorNumber& row) {
-                             return text("%X %s %s", row.signature, row.processorNumber,
-                                         intelSteppingTexts[row.stepping]);
-                         }),
-              "5EDB66FE4C3482D1");
-    EXPECT_EQ(checkValue(intelTypeNames,
-                         [](const IntelTypeName& row) { return text("%X %s", unsigned{row.type}, row.name); }),
-              "7145589A6A361376");
-    EXPECT_EQ(checkValue(intelSignatureTypes,
-                         [](const IntelSignatureType& row) {
-                             const char* const dies[] = {"", "client", "server"};
-                             return text("%X %X %s", row.signature, row.types, dies[static_cast<int>(row.die)]);
-                         }),
-              "DF633676A55AF453");
-    EXPECT_EQ(checkValue(
-                  intelDisplayModelTypes,
-                  [](const IntelDisplayModelType& row) { return text("%u %X", row.displayModel, unsigned{row.type}); }),
-              "FA64817EDC542BD7");
-    EXPECT_EQ(checkValue(meromProcessorNumbers, [](const char* number) { return std::string(number); }),
-              "34BACF0651BF0696");
-    EXPECT_EQ(checkValue(tccActivationTable,
-                         [](const TccActivation& row) {
-                             return text("%u %X %u %u %s", row.celsius, row.signature, row.designedMHz, row.l2KB,
-                                         row.brandFragments != nullptr ? row.brandFragments : "");
-                         }),
-              "89D9B0B864B943E0");
-    EXPECT_EQ(checkValue(atomTemperatures,
-                         [](const AtomTemperature& row) { return text("%s %u", row.processorNumbers, row.celsius); }),
-              "FAB3C263EEC273A1");
-    EXPECT_EQ(checkValue(amdRevisions,
-                         [](const AmdRevisionRow& row) {
-                             return text("%X %s %X %u %u %u", row.signature, row.text, row.revision.family,
-                                         row.revision.coreCode, row.revision.revisionCode, unsigned{row.packageType});
-                         }),
-              "0CF8042363875821");
+    const char* const dies[] = {"", "client", "server"};
+    EXPECT_EQ(checkValue(intelCacheDescriptors, [](auto& row) {
+        return text("%02X %u %s %u %u %u", row.descriptor, row.level, x86_cache::typeText(row.type), row.ways, row.size,
+                    row.lineSizeBytes); }), "30877626CD17D50D");
+    EXPECT_EQ(checkValue(steppingBySignature, [](auto& row) {
+        return text("%X %s", row.signature, intelSteppingTexts[row.stepping]); }), "D93BBFE4A506381F");
+    EXPECT_EQ(checkValue(steppingByProcessorNumber, [](auto& row) {
+        return text("%X %s %s", row.signature, row.processorNumber, intelSteppingTexts[row.stepping]); }), "5EDB66FE4C3482D1");
+    EXPECT_EQ(checkValue(intelTypeNames, [](auto& row) {
+        return text("%X %s", unsigned{row.type}, row.name); }), "7145589A6A361376");
+    EXPECT_EQ(checkValue(intelSignatureTypes, [&](auto& row) {
+        return text("%X %X %s", row.signature, row.types, dies[static_cast<int>(row.die)]); }), "DF633676A55AF453");
+    EXPECT_EQ(checkValue(intelDisplayModelTypes, [](auto& row) {
+        return text("%u %X", row.displayModel, unsigned{row.type}); }), "FA64817EDC542BD7");
+    EXPECT_EQ(checkValue(meromProcessorNumbers, [](auto& number) { return std::string(number); }), "34BACF0651BF0696");
+    EXPECT_EQ(checkValue(tccActivationTable, [](auto& row) {
+        return text("%u %X %u %u %s", row.celsius, row.signature, row.designedMHz, row.l2KB,
+                    row.brandFragments != nullptr ? row.brandFragments : ""); }), "89D9B0B864B943E0");
+    EXPECT_EQ(checkValue(atomTemperatures, [](auto& row) {
+        return text("%s %u", row.processorNumbers, row.celsius); }), "FAB3C263EEC273A1");
+    EXPECT_EQ(checkValue(amdRevisions, [](auto& row) {
+        return text("%X %s %X %u %u %u", row.signature, row.text, row.revision.family, row.revision.coreCode,
+                    row.revision.revisionCode, unsigned{row.packageType}); }), "0CF8042363875821");
 }
+// clang-format on
 
 } // namespace

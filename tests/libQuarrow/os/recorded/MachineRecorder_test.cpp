@@ -50,26 +50,36 @@ TEST(MachineRecorder, LeavesOutProcessorsThatCannotBePinned) {
     EXPECT_EQ(error.message, "this machine cannot be recorded: its processors cannot be listed");
 }
 
-// Asks for a leaf, then for everything that its kind of enumeration should still have and no more.
+// Intel's manual, volume 2A, CPUID, and AMD's, volume 3, appendix E, say how each leaf's sub-leaves end: each is filled
+// with an end of every kind at a place of its own.
 TEST(MachineRecorder, FollowsEachEnumerationToItsEnd) {
     Recording recording = machine();
     auto& leaves = recording.processors[0].leaves;
-    leaves[{0, 0}].eax = 0x1F;
-    leaves[{0x80000000, 0}].eax = 0x80000026;
-    for (std::uint32_t subleaf = 0; subleaf < 70; ++subleaf) {
-        leaves[{0x4, subleaf}].eax = subleaf < 3 ? 0x121 : 0x20;            // ends with type 0
-        leaves[{0x7, subleaf}].eax = 2;                                     // the last one
-        leaves[{0xB, subleaf}].ecx = (subleaf < 2 ? 0x100U : 0U) | subleaf; // ends with level 0
-        leaves[{0xD, subleaf}].eax = subleaf % 2 == 0 ? 7 : 0;              // zeros between
-        leaves[{0x14, subleaf}].eax = 0xFFFFFFFF;                           // never ends
-        leaves[{0x1F, subleaf}].ecx = 0x100;                                // never ends
-        leaves[{0x5, subleaf}].eax = 1;                                     // has no sub-leaves
+    for (const std::uint32_t first : {0u, 0x80000000u}) {
+        for (std::uint32_t leaf = first; leaf <= first + 0x26; ++leaf) {
+            for (std::uint32_t subleaf = 0; subleaf < 70; ++subleaf) {
+                // EAX: type 0 in sub-leaf 12, no section in 10 (in 1 it does not count), 0x22 as the last one.
+                leaves[{leaf, subleaf}].eax = subleaf == 1 || subleaf == 10 ? 0x30 : subleaf == 12 ? 0x20 : 0x22;
+                leaves[{leaf, subleaf}].ecx = (subleaf == 7 ? 0 : 0x200) | subleaf; // level 0 in sub-leaf 7
+            }
+        }
+        leaves[{first, 0}].eax = first + 0x26;
     }
-    leaves[{0x40000000, 0}].eax = 0x40000000;
-    const std::map<std::uint32_t, unsigned int> expected = {{0, 1},     {1, 1},          {4, 4},         {5, 1},
-                                                            {7, 3},     {0xB, 3},        {0xD, 32},      {0x14, 64},
-                                                            {0x1F, 64}, {0x80000000, 1}, {0x80000002, 1}};
-    EXPECT_EQ(counted(recording, ~0U), expected);
+    leaves[{0x14, 0}].eax = 0xFFFFFFFF; // never ends
+    for (std::uint32_t subleaf = 1; subleaf < 70; subleaf += 2) {
+        leaves.erase({0xD, subleaf}); // zeros between
+    }
+    leaves[{0x40000000, 0}].eax = 0x40000000; // no hypervisor is announced
+    const std::map<std::uint32_t, unsigned int> expected = {
+        {4, 13},    {7, 35},    {0xB, 8},   {0xD, 32},        {0xF, 2},        {0x10, 6},      {0x12, 11},
+        {0x14, 64}, {0x17, 35}, {0x18, 35}, {0x1B, 4},        {0x1D, 35},      {0x1E, 35},     {0x1F, 8},
+        {0x20, 35}, {0x23, 6},  {0x24, 35}, {0x8000001D, 13}, {0x80000020, 4}, {0x80000026, 8}};
+    auto found = counted(recording, ~0U);
+    EXPECT_EQ(found.size(), 2 * 0x27U);
+    for (auto leaf = found.begin(); leaf != found.end();) {
+        leaf = leaf->second == 1 ? found.erase(leaf) : std::next(leaf);
+    }
+    EXPECT_EQ(found, expected);
 }
 
 TEST(MachineRecorder, BoundsLeavesThatNeverEnd) {
