@@ -4,9 +4,11 @@
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
-#include <tests/corpus/FlagNames.h>
 
 #include <algorithm>
+#include <cctype>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 using namespace libQuarrow;
@@ -71,17 +73,42 @@ void addCaches(Facts& facts, const zel::Array<x86_cpu>& cpus, std::size_t number
     }
 }
 
-void addFlags(Facts& facts, const std::string& vendor, const std::string& listed) {
-    std::vector<cpu::FlagNames> asked = {cpu::flagsOfAll};
+// Our names of features, each with what the quoted lists call it where that is not the same in small letters.
+using FlagNames = std::vector<std::pair<std::string, std::string>>;
+
+// By whose processors we ask for them.
+FlagNames flagNames(const std::string& vendor) {
+    std::string all = " FPU VME DE PSE TSC MSR PAE MCE CMPXCHG8B=cx8 APIC SEP MTRR PGE MCA CMOV PAT PSE36 CLFLUSH"
+                      " ACPI MMX FXSR SSE SSE2";
     if (vendor == "GenuineIntel" || vendor == "AuthenticAMD") {
-        asked.push_back(cpu::flagsOfIntelAndAmd);
-        asked.push_back(vendor == "GenuineIntel" ? cpu::flagsOfIntel : cpu::flagsOfAmd);
+        all += " HTT=ht SSE3=pni PCLMULQDQ=pclmul MONITOR SSSE3 FMA=fma3 CMPXCHG16B=cx16 SSE4.1=sse4_1"
+               " SSE4.2=sse4_2 x2APIC POPCNT AES XSAVE OSXSAVE AVX F16C BMI=bmi1 AVX2 LAHF/SAHF=lahf_lm SYSCALL";
+        all += vendor == "GenuineIntel"
+                   ? " PSN=pn DS=dts SS TM PBE EST VMX XD EM64T=lm BMI2 HLE RTM RDSEED ADX AVX512F AVX512CD"
+                   : " x86-64=lm NX MMX(+)=mmxext 3DNow!=3dnow 3DNow!(+)=3dnowext FFXSR=fxsr_opt RDTSCP"
+                     " CMPLEGACY=cmp_legacy SVM MISALIGN_SSE=misalignsse SSE4A ABM PREFETCH=3dnowprefetch OSVW XOP"
+                     " SKINIT WDT FMA4 TS FID VID TTP TM=tm_amd STC 100MHZ_STEPS=100mhzsteps HW_PSTATE=hwpstate"
+                     " CPB TSC_INVARIANT=constant_tsc";
     }
-    for (const cpu::FlagNames& names : asked) {
-        for (const cpu::FlagName& name : names) {
-            const std::string flag = name.flag;
-            facts["flag " + flag] = listed.find(" " + flag + " ") != std::string::npos ? "yes" : "no";
+    FlagNames names;
+    std::istringstream words(all);
+    for (std::string word; words >> word;) {
+        const std::size_t end = std::min(word.find('='), word.size());
+        std::string flag = word.substr(std::min(end + 1, word.size()));
+        if (flag.empty()) {
+            std::transform(word.begin(), word.end(), std::back_inserter(flag),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
         }
+        names.emplace_back(word.substr(0, end), flag);
+    }
+    return names;
+}
+
+// By our list, ", A, B," or by theirs, " a b ".
+void addFlags(Facts& facts, const std::string& vendor, const std::string& listed, bool ours) {
+    for (const auto& [name, flag] : flagNames(vendor)) {
+        const bool found = listed.find(ours ? ", " + name + "," : " " + flag + " ") != std::string::npos;
+        facts["flag " + flag] = found ? "yes" : "no";
     }
 }
 
@@ -123,12 +150,7 @@ Facts quarrowFacts(const std::string& path) {
         {"cores_per_package", to_string(tree[0].getCoreCount())},
         {"threads_per_package", to_string(tree[0].getThreadCount())},
     };
-    for (const auto* names : {&cpu::flagsOfAll, &cpu::flagsOfIntelAndAmd, &cpu::flagsOfIntel, &cpu::flagsOfAmd}) {
-        for (const auto& [feature, flag] : *names) {
-            std::string& answer = facts[std::string("flag ") + flag];
-            answer = answer == "yes" || first.supportsFeature(feature) ? "yes" : "no"; // two features are an "lm"
-        }
-    }
+    addFlags(facts, facts["vendor"], ", " + first.supportedFeatures().toString().toUtf8() + ",", true);
     Labels packages, cores;
     for (std::size_t i = 0; i < cpus.size(); ++i) {
         const cpu::x86_cpu_location& at = cpus[i].getLocation();
@@ -147,7 +169,7 @@ Facts expectedFacts(const Row& row, const std::vector<Row>& topology, const std:
         facts.erase(column);
     }
     for (const Row& flag : flags) {
-        addFlags(facts, row.at("vendor"), " " + flag.at("linux_style_flags_of_cpu_0") + " ");
+        addFlags(facts, row.at("vendor"), " " + flag.at("linux_style_flags_of_cpu_0") + " ", false);
     }
     if (!wholeMachine) {
         for (const char* column : {"packages", "cores_per_package", "threads_per_package"}) {

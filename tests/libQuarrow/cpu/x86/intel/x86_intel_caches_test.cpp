@@ -94,7 +94,8 @@ TEST(x86_intel_caches, come_from_leaves_4_and_2_and_0x80000006) {
     const char* const codes[] = {"Unknown", "Direct",  "2",       "Unknown", "4",       "Unknown", "8",       "Unknown",
                                  "16",      "Unknown", "Unknown", "Unknown", "Unknown", "Unknown", "Unknown", "Fully"};
     for (std::uint32_t code = 0; code < 16; ++code) {
-        EXPECT_EQ(cachesOf(extended(IntelProcessor(0x6D6), code << 12)), "L2U 0/0 " + std::string(codes[code]) + " x1");
+        EXPECT_EQ(cachesOf(extended(IntelProcessor(0x6D6), 0x80000000 | code << 12)),
+                  "L2U 33554432/0 " + std::string(codes[code]) + " x1");
     }
 }
 

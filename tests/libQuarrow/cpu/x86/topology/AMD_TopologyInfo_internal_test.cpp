@@ -20,20 +20,20 @@ TEST(AmdTopology, EntryFromLeaves) {
     LiteralReader cpuid("AuthenticAMD", 1, 0x8000001E,
                         {{0x80000001, 0, {0, 0, 1U << 22, 0}},
                          {0x80000008, 0, {0, 0, 0xFFFFFF0B, 0}},
-                         {0x8000001E, 0, {0x12345678, 0xFFFF0107, 0xFFFFFB05, 0}}});
+                         {0x8000001E, 0, {0x12345678, 0xFFFF0107, 0xFFFFFF05, 0}}});
     ASSERT_TRUE(AMD_TopologyInfo::isSupported(cpuid));
     const AmdTopologyEntry e = AmdTopologyEntry::read(cpuid, WinAffinity(1));
     EXPECT_EQ(std::tie(e.extendedApicId, e.coreId, e.threadsPerCore, e.nodeId, e.nodesPerProcessor, e.packageThreads),
-              std::make_tuple(0x12345678u, 7u, 2u, 5u, 4u, 12u));
+              std::make_tuple(0x12345678u, 7u, 2u, 5u, 8u, 12u));
     LiteralReader without("AuthenticAMD", 1, 0x8000001D, {{0x80000001, 0, {0, 0, 1U << 22, 0}}});
     EXPECT_FALSE(AMD_TopologyInfo::isSupported(without));
 }
 
-// Two nodes of two cores, in a jumbled order: threads are numbered by APIC ID, and both nodes are socket 0, on purpose.
+// Two nodes, the first with the higher core, in a jumbled order: threads are numbered by APIC ID, and both nodes are socket 0, on purpose.
 TEST(AmdTopology, NumbersThreadsAndReports) {
     const LogCapture log;
     const AMD_TopologyInfo table(
-        {entry(8, 1, 2, 3, 2), entry(1, 0, 0, 0, 2), entry(4, 1, 2, 2, 2), entry(2, 0, 0, 0xFF, 2)});
+        {entry(8, 1, 0, 3, 2), entry(1, 0, 2, 0, 2), entry(4, 1, 0, 2, 2), entry(2, 0, 2, 0xFF, 2)});
     ASSERT_NE(table.find("0:0000000000000008h"), nullptr);
     EXPECT_EQ(*table.find("0:0000000000000008h")->thread, 1u);
     EXPECT_EQ(table.find("0:0000000000000010h"), nullptr);
@@ -42,18 +42,18 @@ TEST(AmdTopology, NumbersThreadsAndReports) {
         "CPUID Topology Leafs\n"
         "Node  Core  APIC       Mask                 Nodes/CPU  Thr/CPU  Thr/Core\n"
         "----  ----  ---------  -------------------  ---------  -------  --------\n"
-        "   0     0  00000000h  0:0000000000000001h          1        4         2\n"
-        "   0     0  000000FFh  0:0000000000000002h          1        4         2\n"
-        "   1     2  00000002h  0:0000000000000004h          1        4         2\n"
-        "   1     2  00000003h  0:0000000000000008h          1        4         2\n",
+        "   0     2  00000000h  0:0000000000000001h          1        4         2\n"
+        "   0     2  000000FFh  0:0000000000000002h          1        4         2\n"
+        "   1     0  00000002h  0:0000000000000004h          1        4         2\n"
+        "   1     0  00000003h  0:0000000000000008h          1        4         2\n",
         "2 libQuarrow.cpu_x86.AMD_TopologyInfo: \n"
         "Topology Mapping\n"
         "CPU  Node  Core  Thread  APIC        Mask\n"
         "---  ----  ----  ------  ----------- -------------------\n"
-        "0     0     0       0    00000000h   0:0000000000000001h\n"
-        "0     0     0       1    000000FFh   0:0000000000000002h\n"
-        "0     1     2       0    00000002h   0:0000000000000004h\n"
-        "0     1     2       1    00000003h   0:0000000000000008h\n"};
+        "0     0     2       0    00000000h   0:0000000000000001h\n"
+        "0     0     2       1    000000FFh   0:0000000000000002h\n"
+        "0     1     0       0    00000002h   0:0000000000000004h\n"
+        "0     1     0       1    00000003h   0:0000000000000008h\n"};
     EXPECT_EQ(log.messages(), expected);
 }
 

@@ -102,7 +102,7 @@ TEST(Topology, OfProcessors) {
         {"MSR unreadable, model 3",     intel(3, 0xF34, 3, 2, 9),       {}, "CPU:0:0:3:0:0 1/1 1/1 3, limit"},
         {"MSR not asked of family 6",   intel(2, 0x6D8, 3, 2, 9),        0, "CPU:0:0:3:0:0 1/1 1/1 3, limit"},
         // Intel by leaf 0xB.
-        {"threads only",     levels({{1, 2, 0x100, 0x13}}),                       {}, "CPU:0:0:9:0:1 0/0 8/16 13"},
+        {"threads only",     levels({{1, 2, 0x100, 0x12345}}),                    {}, "CPU:0:0:37282:0:1 0/0 8/16 12345"},
         {"last of a kind",   levels({{1, 2, 0x100, 0x13}, {2, 4, 0x201, 0x13}, {4, 16, 0x202, 0x13}}), {},
          "CPU:0:0:1:0:1 8/16 8/16 13"},
         {"no thread level",  levels({{4, 16, 0x200, 0x13}}), {}, "CPU:0:0:119:0:0 1/1 1/1 77, fallback"},
