@@ -61,32 +61,29 @@ TEST(SupportedFeatures, GuardedByMaximaAndVendor) {
     EXPECT_EQ(count(decodeSupportedFeatures(without)) + without.executions, 0u) << "no such instruction";
 }
 
-// What each bit of a register alone means, from bit 0 up: a name for each, "-" for nothing, with the makers whose
-// processors are asked where it is not all (i Intel, a AMD, o others).
+// What each bit of a register alone means, from bit 0 up: a name, "-" for nothing, and the first letters of the makers
+// that it is looked at for, where it is not for all.
 std::string meanings(std::uint32_t leaf, std::uint32_t cpuid_args::*reg) {
-    const std::pair<char, const char*> vendors[] = {
-        {'i', "GenuineIntel"}, {'a', "AuthenticAMD"}, {'o', "CentaurHauls"}};
     std::string text;
     for (std::uint32_t bit = 0; bit < 32; ++bit) {
         std::map<std::string, std::string> makers;
-        for (const auto& [letter, vendor] : vendors) {
-            cpuid_args answer{};
+        for (const char* const vendor : {"GenuineIntel", "AuthenticAMD", "CentaurHauls"}) {
+            cpuid_args answer;
             answer.*reg = 1U << bit;
             LiteralReader cpuid(vendor, 7, 0x8000001A, {{leaf, 0, answer}});
             const x86_feature_flags found = decodeSupportedFeatures(cpuid);
             for (std::uint32_t i = 1; i < x86_feature_count; ++i) { // 0 is there without a bit
                 const auto feature = static_cast<x86_cpu_features>(i);
-                const char* const name = x86_feature_flags::toString(feature);
                 if (found.hasFeature(feature)) {
-                    makers[name != nullptr ? name : "unnamed"] += letter;
+                    makers[zel::String(x86_feature_flags::toString(feature)).toUtf8()] += vendor[0];
                 }
             }
         }
-        std::string word;
+        text += makers.empty() ? "-" : "";
         for (const auto& [name, who] : makers) {
-            word += (word.empty() ? "" : ",") + (who == "iao" ? "" : who + ":") + name;
+            text += (text.empty() || text.back() == ' ' ? "" : ",") + (who == "GAC" ? name : who + ":" + name);
         }
-        text += (word.empty() ? "-" : word) + " ";
+        text += " ";
     }
     return text.substr(0, text.find_last_not_of("- ") + 1);
 }
@@ -95,31 +92,31 @@ std::string meanings(std::uint32_t leaf, std::uint32_t cpuid_args::*reg) {
 TEST(SupportedFeatures, ByTheBit) {
     std::map<std::pair<std::uint32_t, std::size_t>, std::string> expected = {
         {{0x1, 2},
-         "ia:SSE3 ia:PCLMULQDQ - ia:MONITOR - i:VMX - i:EST - ia:SSSE3 - - ia:FMA "
-         "ia:CMPXCHG16B - - - - - ia:SSE4.1 ia:SSE4.2 ia:x2APIC - ia:POPCNT - ia:AES ia:XSAVE "
-         "ia:OSXSAVE ia:AVX ia:F16C"},
+         "GA:SSE3 GA:PCLMULQDQ - GA:MONITOR - G:VMX - G:EST - GA:SSSE3 - - GA:FMA "
+         "GA:CMPXCHG16B - - - - - GA:SSE4.1 GA:SSE4.2 GA:x2APIC - GA:POPCNT - GA:AES GA:XSAVE "
+         "GA:OSXSAVE GA:AVX GA:F16C"},
         {{0x1, 3},
          "FPU VME DE PSE TSC MSR PAE MCE CMPXCHG8B APIC - SEP MTRR PGE MCA CMOV PAT PSE36 "
-         "i:PSN CLFLUSH - i:DS ACPI MMX FXSR SSE SSE2 i:SS ia:HTT i:TM - i:PBE"},
-        {{0x6, 0}, "- i:IDA"},
+         "G:PSN CLFLUSH - G:DS ACPI MMX FXSR SSE SSE2 G:SS GA:HTT G:TM - G:PBE"},
+        {{0x6, 0}, "- G:IDA"},
         {{0x7, 1},
-         "i:FSGSBASE - - ia:BMI i:HLE ia:AVX2 - i:SMEP i:BMI2 i:ERMS i:INVPCID i:RTM - - - - "
-         "i:AVX512F - i:RDSEED i:ADX i:SMAP - - - - - i:AVX512PF i:AVX512ER i:AVX512CD"},
+         "G:FSGSBASE - - GA:BMI G:HLE GA:AVX2 - G:SMEP G:BMI2 G:ERMS G:INVPCID G:RTM - - - - "
+         "G:AVX512F - G:RDSEED G:ADX G:SMAP - - - - - G:AVX512PF G:AVX512ER G:AVX512CD"},
         {{0x80000001, 2},
-         "ia:LAHF/SAHF a:CMPLEGACY a:SVM a:EXT_APIC a:ALTMOVCR8 a:ABM a:SSE4A a:MISALIGN_SSE "
-         "a:PREFETCH a:OSVW - a:XOP a:SKINIT a:WDT - a:LWP a:FMA4 a:TCE - - - a:TBM a:TOPEX "
-         "a:PERFCORE a:PERFNB"},
+         "GA:LAHF/SAHF A:CMPLEGACY A:SVM A:EXT_APIC A:ALTMOVCR8 A:ABM A:SSE4A A:MISALIGN_SSE "
+         "A:PREFETCH A:OSVW - A:XOP A:SKINIT A:WDT - A:LWP A:FMA4 A:TCE - - - A:TBM A:TOPEX "
+         "A:PERFCORE A:PERFNB"},
         {{0x80000001, 3},
-         "- - - - - - - - - - - ia:SYSCALL a:MTRR a:PGE a:MCA a:CMOV a:PAT a:PSE36 - - "
-         "a:NX,i:XD - a:MMX(+) - - a:FFXSR a:PAGE1GB a:RDTSCP - i:EM64T,a:x86-64 a:3DNow!(+) "
-         "a:3DNow!"},
+         "- - - - - - - - - - - GA:SYSCALL A:MTRR A:PGE A:MCA A:CMOV A:PAT A:PSE36 - - "
+         "A:NX,G:XD - A:MMX(+) - - A:FFXSR A:PAGE1GB A:RDTSCP - G:EM64T,A:x86-64 A:3DNow!(+) "
+         "A:3DNow!"},
         {{0x80000007, 3},
-         "a:TS a:FID a:VID a:TTP a:TM a:STC a:100MHZ_STEPS a:HW_PSTATE a:TSC_INVARIANT a:CPB "
-         "a:EFFFREQRO"},
+         "A:TS A:FID A:VID A:TTP A:TM A:STC A:100MHZ_STEPS A:HW_PSTATE A:TSC_INVARIANT A:CPB "
+         "A:EFFFREQRO"},
         {{0x8000000A, 3},
-         "a:NP a:LBRVIRT a:SVML a:NRIP a:TSCRATEMSR a:VMCBCLEAN a:FLUSHBYASID a:DECODEASSISTS "
-         "- - a:PAUSEFLTR - a:PAUSEFLTRTHRS"},
-        {{0x8000001A, 0}, "a:FP128 a:unnamed"},
+         "A:NP A:LBRVIRT A:SVML A:NRIP A:TSCRATEMSR A:VMCBCLEAN A:FLUSHBYASID A:DECODEASSISTS "
+         "- - A:PAUSEFLTR - A:PAUSEFLTRTHRS"},
+        {{0x8000001A, 0}, "A:FP128 A:"},
     };
     for (const std::uint32_t leaf : {1u, 6u, 7u, 0x80000001u, 0x80000007u, 0x8000000Au, 0x8000001Au}) {
         std::uint32_t cpuid_args::*const registers[] = {&cpuid_args::eax, &cpuid_args::ebx, &cpuid_args::ecx,
