@@ -99,7 +99,8 @@ TEST(calculateSpeedTSC, says_what_it_found_and_puts_everything_back) {
          "100 Counter frequency (39) is too low for accurate calculation", ""},
         // Waits for one count, while 2000000000 ticks go by and the counter counts two.
         {[](Machine& m) { m.countsPerSecond = 40; m.readings = {100, 101, 102}; }, "40000000000 Hz", raised},
-        {[](Machine& m) { m.countsPerSecond = 79; m.readings = {100, 101, 102}; }, "79000000000 Hz", raised},
+        // For two, not for the three that would be a 40th of 120: 3000000000 ticks in four counts.
+        {[](Machine& m) { m.countsPerSecond = 119; m.readings = {100, 101, 102, 104}; }, "89250000000 Hz", raised},
         {[](Machine& m) { m.faults().failingCounterRead = 0; },
          "111 Problem reading initial performance counter value", raised},
         {[](Machine& m) { m.faults().failingCounterRead = 1; },
