@@ -12,10 +12,10 @@ namespace {
 struct Ports : testing::Test {
     static os::Recording recording() {
         os::Recording recording;
-        recording.ports = {{0x60, 1}, {0x61, 2}, {0x62, 3}, {0x63, 4}};
+        recording.ports = {{0xCF8, 1}, {0xCF9, 2}, {0xCFA, 3}, {0xCFB, 4}};
         return recording;
     }
-    unsigned int bytes() const { // 0x60 first
+    unsigned int bytes() const { // 0xCF8 first
         unsigned int all = 0;
         for (const auto& entry : machine.recording().ports) {
             all = all << 8 | entry.second;
@@ -36,9 +36,9 @@ TEST_F(Ports, are_read_and_written_in_either_byte_order) {
         {2, 0x0102, 0x01020304, 0x12340304, 0x12345678},
         {3, 0x0201, 0x04030201, 0x34120304, 0x78563412}, // no mode
     };
-    IoPort port(0x60, zel::EndianDefault);
+    IoPort port(0xCF8, zel::EndianDefault);
     for (const auto& row : cases) {
-        ASSERT_TRUE(IoPort(0x60, zel::EndianDefault).write32(0x04030201));
+        ASSERT_TRUE(IoPort(0xCF8, zel::EndianDefault).write32(0x04030201));
         port.setEndianMode(static_cast<zel::EndianMode>(row.endianMode));
         EXPECT_EQ(port.getEndianMode(), row.endianMode);
         unsigned char value8 = 0;
@@ -62,10 +62,10 @@ TEST_F(Ports, fail_where_there_is_none) {
     unsigned char value8 = 7;
     unsigned short value16 = 7;
     unsigned int value32 = 7;
-    EXPECT_FALSE(IoPort(0x63, zel::EndianBig).read16(value16)); // runs past the last one
-    const IoPort last(0x62, zel::EndianBig);
+    EXPECT_FALSE(IoPort(0xCFB, zel::EndianBig).read16(value16)); // runs past the last one
+    const IoPort last(0xCFA, zel::EndianBig);
     EXPECT_FALSE(last.read32(value32) || last.write32(1));
-    EXPECT_FALSE(IoPort(0x10060, zel::EndianBig).read8(value8)) << "16 bits must not be all that counts";
+    EXPECT_FALSE(IoPort(0x10CF8, zel::EndianBig).read8(value8)) << "16 bits must not be all that counts";
     machine.faults().noPortDriver = true;
     EXPECT_FALSE(last.read8(value8) || last.write8(1));
     EXPECT_EQ(value8 + value16 + value32, 21u);
