@@ -147,7 +147,12 @@ TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
             .msr(0x1AD, 0x2A)
             .msr(0x10A, 7);
     };
-    CurrentMachine machine({skylake(100), skylake(90)});
+    Recording both = CurrentMachine::recording(std::vector{skylake(100), skylake(90)});
+    both.processors[1].group = 1;
+    both.processors[1].bit = 0; // the same place in another group
+    RecordedMachine machine(both);
+    CountingMachine live(machine); // no replay, whose registers are known already
+    const ScopedMachine scope(live);
     RecordingError error;
     const auto recording = recordCurrentMachine(error);
     ASSERT_TRUE(recording) << error.message;
