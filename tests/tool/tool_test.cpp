@@ -217,6 +217,14 @@ TEST(Tool, AdvisesWhereFollowingItTellsMore) {
     }
 }
 
+TEST(Tool, CountsTheMicroOperationsOfATraceCacheInJson) {
+    const std::string path = scratch("trace cache.txt");
+    writeContent(path, testing_support::written(testing_support::CurrentMachine::recording(
+                           std::vector{testing_support::IntelProcessor(0xF12).maxLeaf(2).leaf(2, {0x7001, 0, 0, 0})})));
+    const json trace = runToolForJson("--json --machine " + quoted(path))["processors"][0]["caches"][0];
+    EXPECT_TRUE(trace["sizeBytes"].is_null() && trace["sizeMicroOps"] == 12288) << trace;
+}
+
 // Every processor stands in exactly one core, and the core's affinity is that of its threads.
 TEST(Tool, PartitionsTheProcessorsInJson) {
     const json document = runToolForJson(of(intel, "caches --json"));
