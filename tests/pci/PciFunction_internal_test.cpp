@@ -90,14 +90,13 @@ TEST(ConfigPorts, AddressOneRegisterAndLeaveTheAddressAsItWas) {
         FakePorts backend;
         backend.failing = row.failing;
         backend.somebodyElseMoves = row.somebodyElseMoves;
-        libKernelMode::setDriverBackend(&backend);
+        const libKernelMode::ScopedDriverBackend scope(backend);
         libKernelMode::IoDriver ports;
         ASSERT_TRUE(ports.openDriver());
         std::uint32_t value = 7;
         EXPECT_EQ(readThroughPorts(ports, {2, 0x18, 3}, row.offset, value), row.value != 7);
         EXPECT_EQ(value, row.value);
         EXPECT_TRUE(backend.address == 0x80001234 || row.failing == 1);
-        libKernelMode::setDriverBackend(nullptr);
     }
 }
 

@@ -5,13 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace {
 
 using namespace pci;
 
 TEST(NativePciBackend, ReadsThroughThePortsOfTheDriver) {
     FakePorts ports;
-    libKernelMode::setDriverBackend(&ports);
+    std::optional<libKernelMode::ScopedDriverBackend> scope(ports);
     std::string reason;
     std::uint32_t value = 7;
     const auto function = nativePciBackend().openFunction({0, 0x18, 3}, reason);
@@ -25,7 +27,7 @@ TEST(NativePciBackend, ReadsThroughThePortsOfTheDriver) {
     ports.absent = true;
     EXPECT_EQ(nativePciBackend().openFunction({0, 0x18, 3}, reason), nullptr);
     EXPECT_EQ(reason, "there is no such PCI function");
-    libKernelMode::setDriverBackend(nullptr);
+    scope.reset();
     EXPECT_EQ(nativePciBackend().openFunction({0, 0x18, 3}, reason), nullptr);
     EXPECT_EQ(reason.find("cannot read PCI configuration space: cannot open the I/O ports"), 0u) << reason;
 }
