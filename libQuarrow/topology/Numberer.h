@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 
 // Private to the library.
@@ -9,6 +10,10 @@
 namespace libQuarrow::topology {
 
 constexpr std::uint32_t noNumber = 0xFFFFFFFF;
+
+inline std::optional<std::uint32_t> ifTold(std::uint32_t number) {
+    return number != noNumber ? std::make_optional(number) : std::nullopt;
+}
 
 // Names an object: by what is around it, and by what tells it from others there.
 struct ObjectKey {

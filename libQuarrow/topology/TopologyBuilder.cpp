@@ -158,9 +158,6 @@ void TopologyBuilder::placeMembers() {
     fillSets(m_topology.m_modules, modules, m_members);
     fillSets(m_topology.m_cores, cores, m_members);
 
-    const auto told = [](std::uint32_t number) {
-        return number != noNumber ? std::make_optional(number) : std::nullopt;
-    };
     std::vector<std::uint32_t> threads(m_topology.m_cores.size(), 0);
     m_topology.m_processors.resize(m_members.size());
     for (std::size_t i = 0; i < m_members.size(); ++i) {
@@ -171,9 +168,9 @@ void TopologyBuilder::placeMembers() {
         processor.bit = member.bit;
         processor.apicId = member.place.idTold ? std::make_optional(member.place.id) : std::nullopt;
         processor.package = packages[i];
-        processor.die = told(dies[i]);
-        processor.complex = told(complexes[i]);
-        processor.module = told(modules[i]);
+        processor.die = ifTold(dies[i]);
+        processor.complex = ifTold(complexes[i]);
+        processor.module = ifTold(modules[i]);
         processor.core = cores[i];
         processor.thread = threads[cores[i]]++;
         processor.identity = modelOf(member).identity;

@@ -127,14 +127,18 @@ TopologyBuilder::Numbers TopologyBuilder::instancesOf(std::uint32_t level) const
     return instances;
 }
 
-// Whether each processor is in a group, each core in one, and each group in one object of the levels around it.
+// Whether no core is in two groups, and each group in one object of the levels around it. What tells no group counts
+// with none, here and below.
 bool TopologyBuilder::nests(const Numbers& groups) const {
     std::map<std::uint32_t, std::uint32_t> groupOfCore;
     std::map<std::uint32_t, const Processor*> firstOfGroup;
     for (std::size_t i = 0; i < groups.size(); ++i) {
+        if (groups[i] == noNumber) {
+            continue;
+        }
         const Processor& processor = m_topology.m_processors[i];
         const Processor& first = *firstOfGroup.emplace(groups[i], &processor).first->second;
-        if (groups[i] == noNumber || groupOfCore.emplace(processor.core, groups[i]).first->second != groups[i] ||
+        if (groupOfCore.emplace(processor.core, groups[i]).first->second != groups[i] ||
             first.package != processor.package || first.die != processor.die || first.complex != processor.complex) {
             return false;
         }
@@ -145,7 +149,8 @@ bool TopologyBuilder::nests(const Numbers& groups) const {
 bool TopologyBuilder::splitsPackages(const Numbers& groups) const {
     std::map<std::uint32_t, std::uint32_t> groupOfPackage;
     for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (groupOfPackage.emplace(m_topology.m_processors[i].package, groups[i]).first->second != groups[i]) {
+        if (groups[i] != noNumber &&
+            groupOfPackage.emplace(m_topology.m_processors[i].package, groups[i]).first->second != groups[i]) {
             return true;
         }
     }
@@ -156,7 +161,7 @@ bool TopologyBuilder::joinsCores(const Numbers& groups) const {
     std::map<std::uint32_t, std::uint32_t> coreOfGroup;
     for (std::size_t i = 0; i < groups.size(); ++i) {
         const std::uint32_t core = m_topology.m_processors[i].core;
-        if (coreOfGroup.emplace(groups[i], core).first->second != core) {
+        if (groups[i] != noNumber && coreOfGroup.emplace(groups[i], core).first->second != core) {
             return true;
         }
     }
@@ -175,7 +180,7 @@ void TopologyBuilder::deriveComplexes() {
     });
     if (zen || splitsPackages(groups)) {
         for (std::size_t i = 0; i < groups.size(); ++i) {
-            m_topology.m_processors[i].complex = groups[i];
+            m_topology.m_processors[i].complex = ifTold(groups[i]);
         }
         fillSets(m_topology.m_complexes, groups, m_members);
     }
@@ -186,7 +191,7 @@ void TopologyBuilder::deriveModules() {
     const Numbers groups = instancesOf(2);
     if (m_topology.m_modules.empty() && nests(groups) && splitsPackages(groups) && joinsCores(groups)) {
         for (std::size_t i = 0; i < groups.size(); ++i) {
-            m_topology.m_processors[i].module = groups[i];
+            m_topology.m_processors[i].module = ifTold(groups[i]);
         }
         fillSets(m_topology.m_modules, groups, m_members);
     }

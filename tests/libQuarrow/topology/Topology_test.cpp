@@ -117,6 +117,14 @@ TEST(Topology, IsNotSpoiltByOneOddProcessor) {
     const Topology topology = topologyOf(processors);
     EXPECT_EQ(topology.packages(), (std::vector<ProcessorSet>{{0, 1, 2, 4, 5, 6, 7}, {3}}));
     EXPECT_EQ(topology.processors()[3].apicId, 5U);
+    // One that tells no caches is outside the complexes that those of the others are.
+    for (std::uint32_t id = 0; id < 8; ++id) {
+        processors[id] = intel(id, levels);
+        if (id != 3) {
+            cache(processors[id], 0, 3, 4);
+        }
+    }
+    EXPECT_EQ(topologyOf(processors).complexes(), (std::vector<ProcessorSet>{{0, 1, 2}, {4, 5, 6, 7}}));
     // Old machines of two processors tell nothing, and some hypervisors do.
     EXPECT_EQ(places(std::vector(2, IntelProcessor(0x673))), "0/-/-/-/0/0 1/-/-/-/1/0");
 }
