@@ -6,7 +6,7 @@
 #include <libQuarrow/cpu/x86/intel/x86_intel_cache_descriptors.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_steppings.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_tcc_activation.h>
-#include <libQuarrow/cpu/x86/intel/x86_intel_types.h>
+#include <libQuarrow/cpu/x86/intel/x86_intel_type_tables.h>
 
 #include <gtest/gtest.h>
 
