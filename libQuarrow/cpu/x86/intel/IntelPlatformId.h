@@ -17,14 +17,7 @@ class IntelPlatformId {
   public:
     // With `refresh` the register is read again; when that fails, what was read earlier still holds. None as long as no
     // read succeeded.
-    const boost::optional<std::uint64_t>& get(const MsrReader& readMsr, bool refresh = false) {
-        constexpr std::uint32_t msrPlatformId = 0x17;
-        std::uint64_t value = 0;
-        if ((refresh || !m_value) && readMsr(msrPlatformId, value)) {
-            m_value = value;
-        }
-        return m_value;
-    }
+    const boost::optional<std::uint64_t>& get(const MsrReader& readMsr, bool refresh = false);
 
     // Bit 28 of Core 2's: a mobile part.
     static bool isMobile(std::uint64_t value) { return bit(value, 28); }
