@@ -55,21 +55,29 @@ std::uint8_t lowestBit(std::uint64_t mask) {
     return bit;
 }
 
+ProcessorNumbering numberingOf(const cpu::AffinityMask& system) {
+    std::vector<std::pair<std::uint16_t, std::uint64_t>> groups;
+    for (const cpu::GroupAffinity& group : system.getAffinityData().groups()) {
+        groups.emplace_back(group.group, group.mask);
+    }
+    return ProcessorNumbering::ofCurrentMachine(groups);
+}
+
 } // namespace
 
 std::optional<Topology> visitMachine(bool useThreadAffinity) {
     const auto system = cpu::AffinityMask::systemAffinityMask();
-    const auto numbering = ProcessorNumbering::ofCurrentMachine();
-    if (!system || !numbering) {
+    if (!system) {
         return std::nullopt;
     }
-    TopologyBuilder builder(*numbering);
+    const ProcessorNumbering numbering = numberingOf(*system);
+    TopologyBuilder builder(numbering);
     {
         Tour tour(useThreadAffinity);
         for (const cpu::WinAffinity& processor : system->maskPerLogicalCPU()) {
             const cpu::GroupAffinity& place = processor.groups().front();
             const std::uint8_t bit = lowestBit(place.mask);
-            const auto number = numbering->number(place.group, bit);
+            const auto number = numbering.number(place.group, bit);
             if (!number) {
                 continue; // never: the numbering is of these very processors
             }

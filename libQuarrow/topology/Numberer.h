@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <unordered_map>
+#include <vector>
 
 // Private to the library.
 
@@ -22,24 +22,51 @@ struct ObjectKey {
     friend bool operator==(const ObjectKey& a, const ObjectKey& b) { return a.scope == b.scope && a.value == b.value; }
 };
 
-// Numbers objects from 0 in the order in which they are first asked for.
+// Numbers objects from 0 in the order in which they are first asked for. A table with open addresses: machines have
+// tens of thousands of objects, and one allocation for each was most of the time.
 class Numberer {
   public:
     std::uint32_t operator()(const ObjectKey& key) {
-        return m_numbers.emplace(key, static_cast<std::uint32_t>(m_numbers.size())).first->second;
+        if (2 * (m_count + 1) > m_slots.size()) {
+            grow();
+        }
+        Slot& slot = find(key);
+        if (slot.number == noNumber) {
+            slot = {key, m_count++};
+        }
+        return slot.number;
     }
-    std::size_t count() const { return m_numbers.size(); }
+    std::size_t count() const { return m_count; }
 
   private:
-    // Keys differ in high and low bits alike, so these are mixed. The constant is 2^64 over the golden ratio.
-    struct Hash {
-        std::size_t operator()(const ObjectKey& key) const {
-            constexpr std::uint64_t odd = 0x9E3779B97F4A7C15;
-            std::uint64_t mixed = (key.scope * odd ^ key.value) * odd;
-            return static_cast<std::size_t>(mixed ^ mixed >> 32);
-        }
+    struct Slot {
+        ObjectKey key{};
+        std::uint32_t number = noNumber;
     };
-    std::unordered_map<ObjectKey, std::uint32_t, Hash> m_numbers;
+
+    // The key's slot, or the free one where it belongs. Keys differ in high and low bits alike, so these are mixed; the
+    // constant is 2^64 over the golden ratio.
+    Slot& find(const ObjectKey& key) {
+        constexpr std::uint64_t odd = 0x9E3779B97F4A7C15;
+        const std::uint64_t mixed = ((key.scope * odd ^ key.value) * odd);
+        std::size_t at = static_cast<std::size_t>(mixed ^ mixed >> 32) & (m_slots.size() - 1);
+        while (m_slots[at].number != noNumber && !(m_slots[at].key == key)) {
+            at = (at + 1) & (m_slots.size() - 1);
+        }
+        return m_slots[at];
+    }
+    void grow() {
+        std::vector<Slot> before(m_slots.empty() ? 16 : 2 * m_slots.size());
+        before.swap(m_slots);
+        for (const Slot& slot : before) {
+            if (slot.number != noNumber) {
+                find(slot.key) = slot;
+            }
+        }
+    }
+
+    std::vector<Slot> m_slots; // a power of two of them, at least half of them free
+    std::uint32_t m_count = 0;
 };
 
 } // namespace libQuarrow::topology

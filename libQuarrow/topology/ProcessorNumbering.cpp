@@ -30,14 +30,16 @@ std::optional<ProcessorNumbering> ProcessorNumbering::ofCurrentMachine() {
     if (!system) {
         return std::nullopt;
     }
-    if (!os::currentMachine().numbersProcessorsByGroup()) {
-        return ProcessorNumbering();
-    }
     std::vector<std::pair<std::uint16_t, std::uint64_t>> groups;
     for (const cpu::GroupAffinity& group : system->getAffinityData().groups()) {
         groups.emplace_back(group.group, group.mask);
     }
-    return ProcessorNumbering(groups);
+    return ofCurrentMachine(groups);
+}
+
+ProcessorNumbering
+ProcessorNumbering::ofCurrentMachine(const std::vector<std::pair<std::uint16_t, std::uint64_t>>& groups) {
+    return os::currentMachine().numbersProcessorsByGroup() ? ProcessorNumbering(groups) : ProcessorNumbering();
 }
 
 std::optional<std::uint32_t> ProcessorNumbering::number(std::uint16_t group, std::uint32_t bit) const {

@@ -25,6 +25,8 @@ class QUARROW_EXPORT ProcessorNumbering {
     explicit ProcessorNumbering(const std::vector<std::pair<std::uint16_t, std::uint64_t>>& groups);
     // That of the current machine; none when its processors cannot be listed.
     static std::optional<ProcessorNumbering> ofCurrentMachine();
+    // The same for a machine whose groups are known.
+    static ProcessorNumbering ofCurrentMachine(const std::vector<std::pair<std::uint16_t, std::uint64_t>>& groups);
 
     // None where there is no such group.
     std::optional<std::uint32_t> number(std::uint16_t group, std::uint32_t bit) const;

@@ -20,6 +20,12 @@ bool isAmd(const ProcessorIdentity& identity) {
     return identity.vendor == "AuthenticAMD" || identity.vendor == "HygonGenuine";
 }
 
+// Whether `number` is not what was there first; the first stays.
+bool differsFromFirst(std::uint32_t& first, std::uint32_t number) {
+    first = first == noNumber ? number : first;
+    return first != number;
+}
+
 } // namespace
 
 // Leaf 0x8000001D says how many IDs share an L3, and powers of two of them. Where the nodes of leaf 0x8000001E would be
@@ -130,16 +136,17 @@ TopologyBuilder::Numbers TopologyBuilder::instancesOf(std::uint32_t level) const
 // Whether no core is in two groups, and each group in one object of the levels around it. What tells no group counts
 // with none, here and below.
 bool TopologyBuilder::nests(const Numbers& groups) const {
-    std::map<std::uint32_t, std::uint32_t> groupOfCore;
-    std::map<std::uint32_t, const Processor*> firstOfGroup;
+    Numbers groupOfCore(m_topology.m_cores.size(), noNumber);
+    std::vector<const Processor*> firstOfGroup(groups.size(), nullptr); // there are no more groups than processors
     for (std::size_t i = 0; i < groups.size(); ++i) {
         if (groups[i] == noNumber) {
             continue;
         }
         const Processor& processor = m_topology.m_processors[i];
-        const Processor& first = *firstOfGroup.emplace(groups[i], &processor).first->second;
-        if (groupOfCore.emplace(processor.core, groups[i]).first->second != groups[i] ||
-            first.package != processor.package || first.die != processor.die || first.complex != processor.complex) {
+        const Processor*& first = firstOfGroup[groups[i]];
+        first = first == nullptr ? &processor : first;
+        if (differsFromFirst(groupOfCore[processor.core], groups[i]) || first->package != processor.package ||
+            first->die != processor.die || first->complex != processor.complex) {
             return false;
         }
     }
@@ -147,10 +154,9 @@ bool TopologyBuilder::nests(const Numbers& groups) const {
 }
 
 bool TopologyBuilder::splitsPackages(const Numbers& groups) const {
-    std::map<std::uint32_t, std::uint32_t> groupOfPackage;
+    Numbers groupOfPackage(m_topology.m_packages.size(), noNumber);
     for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (groups[i] != noNumber &&
-            groupOfPackage.emplace(m_topology.m_processors[i].package, groups[i]).first->second != groups[i]) {
+        if (groups[i] != noNumber && differsFromFirst(groupOfPackage[m_topology.m_processors[i].package], groups[i])) {
             return true;
         }
     }
@@ -158,10 +164,9 @@ bool TopologyBuilder::splitsPackages(const Numbers& groups) const {
 }
 
 bool TopologyBuilder::joinsCores(const Numbers& groups) const {
-    std::map<std::uint32_t, std::uint32_t> coreOfGroup;
+    Numbers coreOfGroup(groups.size(), noNumber);
     for (std::size_t i = 0; i < groups.size(); ++i) {
-        const std::uint32_t core = m_topology.m_processors[i].core;
-        if (groups[i] != noNumber && coreOfGroup.emplace(groups[i], core).first->second != core) {
+        if (groups[i] != noNumber && differsFromFirst(coreOfGroup[groups[i]], m_topology.m_processors[i].core)) {
             return true;
         }
     }

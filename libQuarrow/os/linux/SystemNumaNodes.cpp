@@ -2,30 +2,15 @@
 
 #include <libQuarrow/os/linux/cpu/x86/ProcessorSet.h>
 
-#include <charconv>
-#include <dirent.h>
 #include <fcntl.h>
-#include <memory>
-#include <string_view>
 #include <unistd.h>
 
 namespace libQuarrow::os {
 namespace {
 
-// The number in node<number>; none in any other name.
-std::optional<std::uint32_t> numberIn(std::string_view name) {
-    constexpr std::string_view prefix = "node";
-    std::uint32_t number = 0;
-    const char* const end = name.data() + name.size();
-    if (name.substr(0, prefix.size()) != prefix) {
-        return std::nullopt;
-    }
-    const auto result = std::from_chars(name.data() + prefix.size(), end, number);
-    return result.ec == std::errc() && result.ptr == end ? std::make_optional(number) : std::nullopt;
-}
-
-// A list of processors; an empty one of a node that has memory alone.
-std::map<std::uint16_t, std::uint64_t> readProcessors(const std::string& path) {
+// A list as the kernel shows it, by 64s: of processors, or of nodes. Empty where it shows none, as of the processors of
+// a node that has memory alone.
+std::map<std::uint16_t, std::uint64_t> readList(const std::string& path) {
     std::map<std::uint16_t, std::uint64_t> masks;
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
@@ -34,10 +19,9 @@ std::map<std::uint16_t, std::uint64_t> readProcessors(const std::string& path) {
     char text[4096]; // no file of this kind is longer than a page
     const ssize_t size = read(file, text, sizeof text);
     close(file);
-    const auto processors =
-        size > 0 ? cpu::ProcessorSet::parseList({text, static_cast<std::size_t>(size)}) : boost::none;
-    if (processors) {
-        for (const cpu::GroupAffinity& group : processors->groups()) {
+    const auto list = size > 0 ? cpu::ProcessorSet::parseList({text, static_cast<std::size_t>(size)}) : boost::none;
+    if (list) {
+        for (const cpu::GroupAffinity& group : list->groups()) {
             masks.emplace(group.group, group.mask);
         }
     }
@@ -47,17 +31,13 @@ std::map<std::uint16_t, std::uint64_t> readProcessors(const std::string& path) {
 } // namespace
 
 std::optional<NumaNodes> readNumaNodes(const std::string& folder) {
-    struct Close {
-        void operator()(DIR* opened) const { closedir(opened); }
-    };
-    const std::unique_ptr<DIR, Close> entries(opendir(folder.c_str()));
-    if (entries == nullptr) {
-        return std::nullopt;
-    }
     NumaNodes nodes;
-    while (const dirent* entry = readdir(entries.get())) {
-        if (const auto number = numberIn(entry->d_name)) {
-            nodes.emplace(*number, readProcessors(folder + "/" + entry->d_name + "/cpulist"));
+    for (const auto& [group, mask] : readList(folder + "/online")) {
+        for (std::uint32_t bit = 0; bit < 64; ++bit) {
+            if ((mask >> bit & 1) != 0) {
+                const std::uint32_t node = group * std::uint32_t{64} + bit;
+                nodes.emplace(node, readList(folder + "/node" + std::to_string(node) + "/cpulist"));
+            }
         }
     }
     return nodes.empty() ? std::nullopt : std::make_optional(std::move(nodes));

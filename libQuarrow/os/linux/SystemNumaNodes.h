@@ -7,8 +7,8 @@
 
 namespace libQuarrow::os {
 
-// The nodes that the kernel shows in `folder` (/sys/devices/system/node), one folder node<number> each. None where it
-// shows none.
+// The nodes that the kernel shows in `folder` (/sys/devices/system/node): a list of them, and a folder node<number> for
+// each. None where it shows none.
 std::optional<NumaNodes> readNumaNodes(const std::string& folder);
 
 } // namespace libQuarrow::os

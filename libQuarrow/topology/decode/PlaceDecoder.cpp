@@ -172,7 +172,8 @@ void decodePlace(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
             placeByInitialId(leaves, model);
         }
     } else {
-        place.idTold = placeByIntelLevels(leaves, Level::v2Number, place, model) || placeByIntelLevels(leaves, Level::number, place, model);
+        place.idTold = placeByIntelLevels(leaves, Level::v2Number, place, model) ||
+                       placeByIntelLevels(leaves, Level::number, place, model);
         if (!place.idTold) {
             placeByInitialId(leaves, model);
         }

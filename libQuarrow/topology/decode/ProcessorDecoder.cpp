@@ -5,7 +5,6 @@
 #include <array>
 #include <cstring>
 #include <string>
-#include <string_view>
 
 namespace libQuarrow::topology {
 namespace {
@@ -71,13 +70,19 @@ std::optional<Hypervisor> hypervisorOf(LeafReader& leaves) {
 
 Maker makerOf(const LeafReader& leaves) {
     constexpr struct {
-        std::string_view vendor;
+        std::uint32_t ebx, edx, ecx;
         Maker maker;
-    } rows[] = {{"GenuineIntel", Maker::intel}, {"AuthenticAMD", Maker::amd},   {"HygonGenuine", Maker::amd},
-                {"AMDisbetter!", Maker::amd},   {"CyrixInstead", Maker::cyrix}, {"Geode by NSC", Maker::cyrix}};
-    const std::string vendor = vendorOf(leaves);
+    } rows[] = {
+        {0x756E6547, 0x49656E69, 0x6C65746E, Maker::intel}, // GenuineIntel
+        {0x68747541, 0x69746E65, 0x444D4163, Maker::amd},   // AuthenticAMD
+        {0x6F677948, 0x6E65476E, 0x656E6975, Maker::amd},   // HygonGenuine
+        {0x69444D41, 0x74656273, 0x21726574, Maker::amd},   // AMDisbetter!
+        {0x69727943, 0x736E4978, 0x64616574, Maker::cyrix}, // CyrixInstead
+        {0x646F6547, 0x79622065, 0x43534E20, Maker::cyrix}, // Geode by NSC
+    };
+    const cpu::cpuid_args& first = leaves.first();
     for (const auto& row : rows) {
-        if (row.vendor == vendor) {
+        if (row.ebx == first.ebx && row.edx == first.edx && row.ecx == first.ecx) {
             return row.maker;
         }
     }

@@ -17,13 +17,13 @@ TEST(SystemNumaNodes, AreReadFromTheirFolders) {
         std::filesystem::create_directories(folder / node);
         std::ofstream(folder / node / "cpulist") << list;
     };
-    add("power", "0-3\n");
-    add("nodes", "0-3\n");
-    EXPECT_FALSE(readNumaNodes(folder.string())) << "no node";
+    add("node1", "0-3\n");
+    EXPECT_FALSE(readNumaNodes(folder.string())) << "no list";
+    std::ofstream(folder / "online") << "0,3,70\n";
     add("node0", "0-1,66\n");
     add("node3", "\n"); // memory alone
-    add("node10", "2-3\n");
-    const libQuarrow::os::NumaNodes expected = {{0, {{0, 0x3}, {1, 0x4}}}, {3, {}}, {10, {{0, 0xC}}}};
+    add("node70", "2-3\n");
+    const libQuarrow::os::NumaNodes expected = {{0, {{0, 0x3}, {1, 0x4}}}, {3, {}}, {70, {{0, 0xC}}}};
     EXPECT_EQ(readNumaNodes(folder.string()), expected);
     std::filesystem::remove_all(folder);
 }
