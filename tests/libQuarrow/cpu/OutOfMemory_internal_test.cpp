@@ -13,12 +13,17 @@ namespace {
 
 thread_local int allocationsLeft = -1;
 
-void* allocate(std::size_t size) {
+void* allocateIfThereIs(std::size_t size) noexcept {
     void* const memory = allocationsLeft != 0 ? std::malloc(size != 0 ? size : 1) : nullptr;
+    allocationsLeft -= memory != nullptr && allocationsLeft > 0 ? 1 : 0;
+    return memory;
+}
+
+void* allocate(std::size_t size) {
+    void* const memory = allocateIfThereIs(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
-    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
     return memory;
 }
 
@@ -29,6 +34,12 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
     return allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateIfThereIs(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateIfThereIs(size);
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);

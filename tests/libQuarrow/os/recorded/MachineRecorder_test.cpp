@@ -157,7 +157,7 @@ TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
     const auto recording = recordCurrentMachine(error);
     ASSERT_TRUE(recording) << error.message;
     EXPECT_EQ(recording->tscHertz, std::uint64_t{1000000000}) << "measured on a clock that runs at 1 GHz";
-    for (const std::uint64_t number : {100, 90}) {
+    for (const std::uint64_t number : {100U, 90U}) {
         const std::map<std::uint32_t, std::uint64_t> expected = {
             {0xCE, 0x2800 + number}, {0x1A2, number << 16}, {0x1AD, 0x2A}};
         EXPECT_EQ(recording->processors[number == 100 ? 0 : 1].msrs, expected);
