@@ -1,5 +1,7 @@
 #pragma once
 
+#include <libQuarrow/topology/features/FeatureSet.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,7 +19,7 @@ struct Hypervisor {
     friend bool operator<(const Hypervisor& a, const Hypervisor& b) { return a.all() < b.all(); }
 };
 
-// Who a processor is, whoever made it.
+// Who a processor is, whoever made it. Texts are UTF-8.
 struct ProcessorIdentity {
     std::string vendor;          // leaf 0, up to a zero byte: "GenuineIntel"
     std::string brand;           // leaves 0x80000002 to 4, without blanks at the ends; may be empty
@@ -33,10 +35,14 @@ struct ProcessorIdentity {
     std::optional<std::uint32_t> physicalAddressBits; // leaf 0x80000008 EAX bits 0 to 7
     std::optional<std::uint32_t> linearAddressBits;   // bits 8 to 15
     std::optional<Hypervisor> hypervisor;
+    FeatureSet features;                // every flag that is set, whoever made the processor
+    FeatureSet usable;                  // those that a program may execute: XCR0 taken into account
+    std::optional<std::uint32_t> level; // x86-64 level of `usable`, 1 to 4; none below that
 
     auto all() const {
         return std::tie(vendor, brand, signature, family, model, stepping, brandIndex, packageType, maxLeaf,
-                        maxExtendedLeaf, coreType, physicalAddressBits, linearAddressBits, hypervisor);
+                        maxExtendedLeaf, coreType, physicalAddressBits, linearAddressBits, hypervisor, features, usable,
+                        level);
     }
     friend bool operator==(const ProcessorIdentity& a, const ProcessorIdentity& b) { return a.all() == b.all(); }
     friend bool operator<(const ProcessorIdentity& a, const ProcessorIdentity& b) { return a.all() < b.all(); }

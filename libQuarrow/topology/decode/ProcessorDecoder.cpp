@@ -1,6 +1,7 @@
 #include <libQuarrow/topology/decode/ProcessorDecoder.h>
 
 #include <libQuarrow/topology/decode/LeafReader.h>
+#include <libQuarrow/topology/features/FeatureDetection.h>
 
 #include <array>
 #include <cstring>
@@ -9,12 +10,23 @@
 namespace libQuarrow::topology {
 namespace {
 
-// The characters that registers hold, the first in the lowest byte, up to a zero byte.
+// The characters that registers hold, the first in the lowest byte, up to a zero byte. Those beyond ASCII, as in
+// Intel's registered trademarks of old, are Latin-1; the text is UTF-8.
 template <std::size_t count>
 std::string characters(const std::array<std::uint32_t, count>& registers) {
     std::array<char, 4 * count + 1> text{};
     std::memcpy(text.data(), registers.data(), 4 * count);
-    return text.data();
+    std::string utf8;
+    for (const char* at = text.data(); *at != 0; ++at) {
+        const auto byte = static_cast<unsigned char>(*at);
+        if (byte < 0x80) {
+            utf8 += *at;
+        } else {
+            utf8 += static_cast<char>(0xC0 | byte >> 6);
+            utf8 += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return utf8;
 }
 
 std::string vendorOf(const LeafReader& leaves) {
@@ -116,7 +128,11 @@ ProcessorIdentity decodeIdentity(LeafReader& leaves) {
 ProcessorFacts decodeProcessor(cpu::CpuidReader& cpuid) {
     LeafReader leaves(cpuid);
     ProcessorFacts facts;
-    facts.model.identity = decodeIdentity(leaves);
+    ProcessorIdentity& identity = facts.model.identity;
+    identity = decodeIdentity(leaves);
+    identity.features = featuresOf(cpuid);
+    identity.usable = usableOf(identity.features, cpuid);
+    identity.level = levelOf(identity.usable);
     decodePlace(leaves, facts.place, facts.model);
     facts.model.caches = decodeCaches(leaves, facts.model);
     facts.model.tlbs = decodeTlbs(leaves);

@@ -1,0 +1,137 @@
+#include <libQuarrow/topology/features/FeatureDetection.h>
+
+#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
+#include <libQuarrow/topology/features/FeatureNames.h>
+#include <libQuarrow/topology/features/isa.h>
+#include <libQuarrow/topology/features/usable_features.h>
+
+#include <cstring>
+#include <map>
+
+namespace libQuarrow::topology {
+namespace {
+
+constexpr std::uint32_t rangeMask = 0xFFFF0000; // leaves that share these bits share a maximum
+constexpr std::uint32_t structuredFeatures = 7; // its sub-leaf 0 tells the last sub-leaf
+constexpr std::uint32_t xeonPhiRange = 0x20000000;
+constexpr std::uint32_t xeonPhiFamily = 11;
+constexpr std::uint32_t transmetaRange = 0x80860000;
+constexpr std::uint32_t centaurRange = 0xC0000000;
+
+// Reads what is there and nothing else: each range's first leaf tells the highest of the range.
+class ExistingLeaves {
+  public:
+    explicit ExistingLeaves(cpu::CpuidReader& cpuid) : m_cpuid(cpuid) {}
+
+    // Zeros where there is no such leaf or sub-leaf.
+    cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf) {
+        if (leaf > highest(leaf & rangeMask) || (leaf == structuredFeatures && subleaf > lastStructured())) {
+            return {};
+        }
+        return m_cpuid.read(leaf, subleaf);
+    }
+
+  private:
+    // 0 where the range is not there: a leaf that does not answer with one of its own range.
+    std::uint32_t highest(std::uint32_t range) {
+        const auto known = m_highest.find(range);
+        if (known != m_highest.end()) {
+            return known->second;
+        }
+        const std::uint32_t told = isAsked(range) ? m_cpuid.read(range).eax : 0;
+        return m_highest[range] = (told & rangeMask) == range ? told : 0;
+    }
+    // The smaller ranges are a few makers' own. Other processors answer them with whatever their highest leaf holds.
+    bool isAsked(std::uint32_t range) {
+        const cpu::cpuid_args leaf0 = m_cpuid.read(0);
+        const auto vendorBegins = [&leaf0](const char* four) {
+            return std::memcmp(&leaf0.ebx, four, sizeof leaf0.ebx) == 0;
+        };
+        switch (range) {
+        case xeonPhiRange:
+            return vendorBegins("Genu") && cpu::SignatureFields(m_cpuid.read(1).eax).family == xeonPhiFamily;
+        case transmetaRange:
+            return vendorBegins("Genu") && std::memcmp(&leaf0.ecx, "Mx86", sizeof leaf0.ecx) == 0;
+        case centaurRange:
+            return vendorBegins("Cent") || vendorBegins("  Sh");
+        default:
+            return true;
+        }
+    }
+    std::uint32_t lastStructured() { return m_cpuid.read(structuredFeatures).eax; }
+
+    cpu::CpuidReader& m_cpuid;
+    std::map<std::uint32_t, std::uint32_t> m_highest;
+};
+
+std::uint32_t registerOf(const cpu::cpuid_args& leaf, cpu::CpuidRegister reg) {
+    switch (reg) {
+    case cpu::CpuidRegister::eax:
+        return leaf.eax;
+    case cpu::CpuidRegister::ebx:
+        return leaf.ebx;
+    case cpu::CpuidRegister::ecx:
+        return leaf.ecx;
+    default:
+        return leaf.edx;
+    }
+}
+
+bool containsEach(const FeatureSet& set, std::initializer_list<Feature> features) {
+    for (const Feature feature : features) {
+        if (!set.contains(feature)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
+    FeatureSet features;
+    ExistingLeaves leaves(cpuid);
+    const cpu::CpuidField* previous = nullptr;
+    cpu::cpuid_args answer;
+    for (const FeatureField& feature : featureFields()) {
+        const cpu::CpuidField& field = *feature.field;
+        if (previous == nullptr || previous->leaf != field.leaf || previous->firstSubleaf != field.firstSubleaf) {
+            answer = leaves.read(field.leaf, field.firstSubleaf);
+        }
+        previous = &field;
+        if (cpu::bit(registerOf(answer, field.reg), field.lowestBit)) {
+            features.insertIndex(feature.index);
+        }
+    }
+    return features;
+}
+
+FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid) {
+    const std::uint64_t enabled = features.contains("osxsave") ? cpuid.xcr0() : 0;
+    FeatureSet usable;
+    for (const UsableFeature& row : usableFeatures) {
+        if (features.contains(row.name) && (enabled & row.state) == row.state &&
+            (row.enabledBy == nullptr || features.contains(row.enabledBy))) {
+            usable.insert(Feature{row.name});
+        }
+    }
+    return usable;
+}
+
+std::optional<std::uint32_t> levelOf(const FeatureSet& usable) {
+    using namespace isa;
+    // 64-bit mode has SYSCALL wherever it is: Intel's processors do not tell it to programs of 32 bits.
+    if (!containsEach(usable, {{"lm"}, cmov, cx8, {"fpu"}, {"fxsr"}, mmx, sse, sse2})) {
+        return std::nullopt;
+    }
+    if (!containsEach(usable, {cx16, {"lahf_lm"}, popcnt, sse3, sse4_1, sse4_2, ssse3})) {
+        return 1;
+    }
+    if (!containsEach(usable, {avx, avx2, bmi1, bmi2, f16c, fma, lzcnt, movbe, {"xsave"}})) {
+        return 2;
+    }
+    return containsEach(usable, {avx512f, avx512bw, avx512cd, avx512dq, avx512vl}) ? 4 : 3;
+}
+
+} // namespace libQuarrow::topology

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Private to the library: the rows of the tables of processor names.
+
+namespace libQuarrow::topology {
+
+// Where a row's names stand. Several documents of a kind are told apart by the family that they are for.
+enum class NameSource {
+    SdmModels,      // Intel SDM volume 4, table 2-1: processors by DisplayFamily_DisplayModel
+    SpecUpdate,     // Intel specification updates and datasheets: component identification by CPUID
+    LinuxFamilies,  // Linux, intel-family.h: models that Intel has added before it published the processor
+    RevisionGuide,  // AMD revision guides: family 0xF 25759 and 33610, 0x10 41322, 0x11 41788, 0x12 44739,
+                    // 0x14 47534, 0x15 48063, 48931, 51603 and 50742, 0x16 51810 and 53072
+    ProgrammingRef, // AMD processor programming references: 0x17 54945, 55803, 55570, 56176, 56255; 0x19 55898,
+                    // 56214, 55901, 57243, 56713, 57019; 0x1A 57238, 57254
+    DataSheet,      // the maker's data sheet or programmer's manual of that product
+    KernelModels,   // Linux, cpu/amd.c, cpu/hygon.c, cpu/vortex.c and the perf drivers: generations by model
+    CompilerModels, // gcc cpuinfo.h and the Zhaoxin perf driver of Linux: models by generation, contributed by the
+                    // maker
+};
+
+// A signature and its names. Null: not known, or not the same for all of these.
+struct NameRow {
+    std::uint16_t family;
+    std::uint16_t firstModel;
+    std::uint16_t lastModel;
+    std::uint8_t firstStepping;
+    std::uint8_t lastStepping;
+    const char* microarchitecture;
+    const char* codename;
+    const char* process;
+    NameSource source;
+};
+
+// Products of one signature that have a codename of their own. The first row whose signature fits and whose word is in
+// the brand string counts.
+struct BrandRow {
+    std::uint16_t family;
+    std::uint16_t firstModel;
+    std::uint16_t lastModel;
+    std::uint8_t firstStepping;
+    std::uint8_t lastStepping;
+    const char* word;
+    const char* codename;
+};
+
+// The cores beside the performance cores of a hybrid, whose own microarchitecture stands in its NameRow.
+struct HybridRow {
+    std::uint16_t family;
+    std::uint16_t model;
+    const char* efficient;
+    const char* lowPower;
+};
+
+// Whether rows are in ascending order and none overlaps the next: one signature has one row.
+template <std::size_t count>
+constexpr bool signaturesAscend(const NameRow (&rows)[count]) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const NameRow& b = rows[i];
+        if (b.firstModel > b.lastModel || b.firstStepping > b.lastStepping || b.lastStepping > 15) {
+            return false;
+        }
+        if (i == 0) {
+            continue;
+        }
+        const NameRow& a = rows[i - 1];
+        const bool sameModel = a.family == b.family && a.firstModel == b.firstModel && a.lastModel == b.lastModel;
+        const bool laterModel = a.family < b.family || (a.family == b.family && a.lastModel < b.firstModel);
+        if (!laterModel && !(sameModel && a.lastStepping < b.firstStepping)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace libQuarrow::topology
