@@ -1,5 +1,5 @@
 # What `cmake --install` lays down, in two components. "runtime": the libraries, the documents, and the tool with its man page
-# and completion, on Windows with the run-time libraries of MinGW. "development": the public headers, the CMake package, the
+# and completions, on Windows with the run-time libraries of MinGW. "development": the public headers, the CMake package, the
 # pkg-config file.
 include(CMakePackageConfigHelpers)
 
@@ -37,6 +37,10 @@ if(NOT WIN32)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/quarrow.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/quarrow/quarrow.bash-completion RENAME quarrow
             DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/quarrow/_quarrow
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT runtime)
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/quarrow/quarrow.fish
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT runtime)
 endif()
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Quarrow)

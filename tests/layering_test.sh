@@ -68,20 +68,26 @@ libQuarrow/recording:        pci libQuarrow/machine
 libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording
 libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu libQuarrow/recording
 $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 libQuarrow/recording
-libQuarrow/topology/*.h:     zel libQuarrow libQuarrow/machine libQuarrow/cpu
-libQuarrow/topology/decode:  zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology
+$x86/decode/fields:
+libQuarrow/topology/features/*.h: libQuarrow $x86/decode/fields
+libQuarrow/topology/features: libQuarrow/machine $x86/decode $x86/decode/fields
+libQuarrow/topology/*.h:     libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu
+libQuarrow/topology/names:   libQuarrow libQuarrow/topology libQuarrow/topology/features
+libQuarrow/topology/decode:  libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
-tools/quarrow:               zel $x86 tools/quarrow/os
-tools/quarrow/document:      zel libQuarrow/cpu $x86 tools/quarrow nlohmann
-tools/quarrow/picture:       zel libQuarrow/cpu $x86 $x86/caches tools/quarrow
+tools/quarrow:               zel libQuarrow/topology libQuarrow/topology/names tools/quarrow/os nlohmann
+tools/quarrow/picture:       zel libQuarrow/topology tools/quarrow
+tools/quarrow/classic:       zel libQuarrow/cpu $x86 $x86/caches libQuarrow/topology tools/quarrow tools/quarrow/picture nlohmann
+tools/quarrow/document:      zel libQuarrow/topology libQuarrow/topology/names $x86 tools/quarrow tools/quarrow/classic nlohmann
 tools/quarrow/commands:      zel libKernelMode pci libQuarrow/machine libQuarrow/cpu $x86 $x86/caches libQuarrow/recording libQuarrow/recording/formats
-                             libQuarrow/os/recorded tools/quarrow tools/quarrow/os tools/quarrow/document
+                             libQuarrow/os/recorded libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
+                             tools/quarrow tools/quarrow/os tools/quarrow/document tools/quarrow/classic
                              tools/quarrow/picture nlohmann
 tools/quarrow/main.cpp:      zel libQuarrow/recording libQuarrow/recording/formats libQuarrow/os/recorded
-                             tools/quarrow/os tools/quarrow/commands CLI
+                             tools/quarrow tools/quarrow/os tools/quarrow/classic tools/quarrow/commands CLI
 "
 # shellcheck disable=SC2086 # a list of words
 wrong=$(grep -rnE --include='*.cpp' --include='*.h' '#[[:space:]]*include[[:space:]]*<[^>]*/' $all |

@@ -1,5 +1,5 @@
 #!/bin/bash
-# The manual page and the completion know every command and option that `quarrow --help` and each command's own help list,
+# The manual page and the completions know every command and option that `quarrow --help` and each command's own help list,
 # and no others; the guide shows pieces of the examples, which are built and run.
 # Usage: documents_test.sh SOURCE_FOLDER TOOL
 set -u
@@ -47,6 +47,15 @@ for command in $commands; do
     expected=$({ echo "$general"; options_in "$command"; } | sort -u)
     [ "$(completes quarrow "$command" --)" = "$expected" ] || complain "completes other options of $command than $expected"
 done
+# The other shells need not be here, so their files are read; which command has which option this does not see.
+zsh=$(grep -oE "^ +'[a-z]+:" "$source/tools/quarrow/_quarrow" | tr -d " ':" | sort)
+fish=$(sed -n 's/^complete .* -a \([a-z]*\) -d .*/\1/p' "$source/tools/quarrow/quarrow.fish" | sort)
+[ "$zsh" = "$commands" ] || complain "zsh completes other commands than $commands"
+[ "$fish" = "$commands" ] || complain "fish completes other commands than $commands"
+zsh=$(grep -oE -- '--[a-z]+' "$source/tools/quarrow/_quarrow" | sort -u)
+fish=$(sed -n 's/^complete .* -l \([a-z]*\) .*/--\1/p' "$source/tools/quarrow/quarrow.fish" | sort -u)
+[ "$zsh" = "$options" ] || complain "zsh completes other options than $options"
+[ "$fish" = "$options" ] || complain "fish completes other options than $options"
 [ "$(completes quarrow --log "")" = "$(seq 4)" ] || complain "does not complete --log"
 [ "$(completes quarrow --machine "$source/READ")" = "$source/README.md" ] || complain "does not complete files"
 [ "$(completes quarrow --machine = "$source/READ")" = "$source/README.md" ] || complain "does not complete files after ="

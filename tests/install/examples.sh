@@ -20,10 +20,11 @@ answers() {
 
 # run_examples FOLDER
 run_examples() {
-    for example in print_tree share_l3 watch_temperature; do
+    for example in one_thread_per_core print_tree share_l3 watch_temperature; do
         [ -f "$1/$example${suffix:-}" ] || fail "$example was not built in $1"
     done
     machines=$source/tests/machines
+    answers "The thread runs on 0,2" ${run:+"$run"} "$1/one_thread_per_core${suffix:-}" "$machines/amd-family17-smt.txt"
     answers "package 0: " ${run:+"$run"} "$1/print_tree${suffix:-}"
     answers "The thread runs on 0:000000000000000Fh" ${run:+"$run"} "$1/share_l3${suffix:-}" "$machines/amd-family17-smt.txt"
     answers "package 0: 59 " ${run:+"$run"} "$1/watch_temperature${suffix:-}" "$machines/intel-thermal.txt"

@@ -47,9 +47,10 @@ done
 # try ROOT: as a user of what lies there.
 try() {
     answers "quarrow 1." "$1/bin/quarrow" --version
-    answers "CPU:0:0:1:1:*" "$1/bin/quarrow" --machine "$source/tests/machines/intel-2p-smt.txt"
-    for file in share/man/man1/quarrow.1 share/doc/quarrow/recordings.md share/bash-completion/completions/quarrow; do
-        [ -s "$1/$file" ] || fail "$1/$file is missing"
+    answers "2 packages, 4 cores, 8 threads" "$1/bin/quarrow" --machine "$source/tests/machines/intel-2p-smt.txt"
+    for file in man/man1/quarrow.1 doc/quarrow/recordings.md bash-completion/completions/quarrow \
+        zsh/site-functions/_quarrow fish/vendor_completions.d/quarrow.fish; do
+        [ -s "$1/share/$file" ] || fail "$1/share/$file is missing"
     done
     if readelf -S "$1"/lib/*.so.*.* "$1/bin/quarrow" | grep -q '\.debug_info'; then
         fail "installed with debug information"

@@ -15,7 +15,7 @@ cmake -E chdir "$work/unpacked" cmake -E tar xf "$work"/packages/*.zip
 root=$(echo "$work"/unpacked/quarrow-*)
 
 answers "quarrow 1." "$run" "$root/bin/quarrow.exe" --version
-answers "CPU:0:0:1:1:*" "$run" "$root/bin/quarrow.exe" --machine "$source/tests/machines/intel-2p-smt.txt"
+answers "2 packages, 4 cores, 8 threads" "$run" "$root/bin/quarrow.exe" --machine "$source/tests/machines/intel-2p-smt.txt"
 
 grep -q "#include <fmt/" "$root/THIRD-PARTY.txt" || fail "the archive lacks the licences of what it is built with"
 

@@ -59,8 +59,8 @@ def check_that_changes_are_noticed(document):
             del place[name + "2"]
 
 
-commands = [["tree"], ["cpus", "0"], ["features"], ["caches"], ["limits"], ["speed"], ["affinity"],
-            ["affinity", "0:Fh/1:3h"]]
+commands = [[], ["cpus", "0"], ["limits"], ["speed"], ["--classic"], ["--classic", "cpus", "0"],
+            ["--classic", "limits"], ["--classic", "speed"], ["affinity"], ["affinity", "0:Fh/1:3h"]]
 accesses = [["msr", "0x1A2"], ["mem", "0xF0000"], ["mem", "0xF0000", "--length", "4"], ["port", "0x70"]]
 machines = sorted((source / "tests/machines").glob("*.txt"))
 checked = 0

@@ -23,7 +23,6 @@ const char* const intel = "intel-2p-smt.txt";
 const char* const amd = "amd-family17-smt.txt";
 const char* const unknownMaker = "two-groups-unknown-maker.txt";
 const char* const rich = "intel-thermal.txt"; // has MSRs, memory, ports and a time-stamp counter
-const char* const guest = "guest-epyc-2cpu-a10f11.txt";
 
 std::string of(const char* name, const std::string& command) {
     return "--machine " + quoted(machine(name)) + " " + command;
@@ -84,7 +83,7 @@ TEST(Picture, ShowsHundredsOfProcessorsEachOnce) {
     const std::string path = scratch("large.txt");
     const std::string svgPath = scratch("large.svg");
     writeContent(path, largeMachine());
-    for (const std::size_t columns : {40, 80, 120}) {
+    for (const std::size_t columns : {40U, 80U, 120U}) {
         std::istringstream rows(
             runTool("picture --width " + std::to_string(columns) + " --machine " + quoted(path)).out);
         std::set<int> seen;
@@ -121,14 +120,15 @@ TEST(Tool, ShowsNoProgressButOnATerminal) {
 }
 
 TEST(Tool, KeepsTheControlCharactersOfARecordingFromTheTerminal) {
-    for (const char* command : {"tree", "cpus", "caches", "--log 1 cpus"}) {
+    for (const char* command : {"", "tree", "cpus", "--classic tree", "--classic caches", "--log 1 --classic cpus"}) {
         const ToolRun run = runTool(of(unknownMaker, command));
         for (const char* control : {"\x1b", "\u009b", "\x07"}) {
             EXPECT_THAT(run.out + run.err, Not(HasSubstr(control))) << command;
         }
         EXPECT_THAT(run.out, HasSubstr("Bad \uFFFD31m name")) << command;
     }
-    EXPECT_THAT(runTool(of(unknownMaker, "cpus")).out, HasSubstr("\nVendor Name         : Evil\uFFFD[1m\uFFFDBy\n"));
+    EXPECT_THAT(runTool(of(unknownMaker, "--classic cpus")).out,
+                HasSubstr("\nVendor Name         : Evil\uFFFD[1m\uFFFDBy\n"));
 }
 
 TEST(Tool, TakesOptionsBeforeAndAfterTheCommandAndAMachineFromStandardInput) {
@@ -136,13 +136,13 @@ TEST(Tool, TakesOptionsBeforeAndAfterTheCommandAndAMachineFromStandardInput) {
     EXPECT_THAT(before, StartsWith("{"));
     EXPECT_EQ(runTool("cpus 1 --json --machine " + quoted(machine(intel))).out, before);
     EXPECT_EQ(runTool("cpus --json 1 --machine " + quoted(machine(intel))).out, before);
-    EXPECT_EQ(runTool(of(intel, "tree")).out, runTool(of(intel, "")).out);
+    EXPECT_EQ(runTool(of(intel, "tree --classic")).out, runTool(of(intel, "--classic")).out);
     EXPECT_EQ(runTool("--machine - cpus", machine(amd)).out, runTool(of(amd, "cpus")).out);
 }
 
 TEST(Tool, LogsToStandardErrorWhatThePriorityAdmits) {
-    EXPECT_THAT(runTool(of(intel, "--log 2 cpus 0")).err, HasSubstr("2 libQuarrow.cpu_x86.x86_intel_info: "));
-    EXPECT_EQ(runTool(of(intel, "--log 4 cpus 0")).err, "");
+    EXPECT_THAT(runTool(of(intel, "--log 2 --classic cpus 0")).err, HasSubstr("2 libQuarrow.cpu_x86.x86_intel_info: "));
+    EXPECT_EQ(runTool(of(intel, "--log 4 --classic cpus 0")).err, "");
 }
 
 TEST(Tool, TellsAffinitiesSpeedsAndLimitsInJson) {
@@ -161,12 +161,12 @@ TEST(Tool, TellsAffinitiesSpeedsAndLimitsInJson) {
 }
 
 TEST(Tool, SaysNullForWhatIsNotKnown) {
-    const json family17 = runToolForJson(of(amd, "--json"))["processors"][0];
+    const json family17 = runToolForJson(of(amd, "--classic --json"))["processors"][0];
     EXPECT_EQ(family17["amd"],
               json::parse(R"({"family": 23, "coreCode": null, "revisionCode": null, "packageType": 16, "bsp": null})"));
     EXPECT_EQ(family17["intel"], nullptr);
 
-    const json document = runToolForJson(of(unknownMaker, "--json"));
+    const json document = runToolForJson(of(unknownMaker, "--classic --json"));
     const json& cpu = document["processors"][2];
     EXPECT_EQ(cpu["vendor"], "Evil\x1b[1m\nBy");
     EXPECT_EQ(cpu["name"], "Bad \u009b31m name\x07");
@@ -175,12 +175,17 @@ TEST(Tool, SaysNullForWhatIsNotKnown) {
     }
     EXPECT_EQ(cpu["signature"]["displayFamily"], nullptr);
     EXPECT_EQ(document["packages"][0]["caches"], nullptr);
+
+    const json today = runToolForJson(of(unknownMaker, "--json"))["processors"][2];
+    EXPECT_EQ(today["vendor"], "Evil\x1b[1m\nBy");
+    for (const char* name : {"apicId", "die", "complex", "module", "numaNode", "kind", "microarchitecture", "level"}) {
+        EXPECT_TRUE(today.contains(name) && today[name].is_null()) << name;
+    }
 }
 
 // A file may be called as this machine is.
 TEST(Tool, TellsAFileCalledNativeFromThisMachine) {
-    const std::string file =
-        std::filesystem::path(QUARROW_TOOL_FOLDER) / ("native-" + std::to_string(std::random_device()()));
+    const std::string file = QUARROW_TOOL_FOLDER "/native-" + std::to_string(std::random_device()());
     std::filesystem::copy_file(machine(rich), file);
     std::filesystem::rename(file, QUARROW_TOOL_FOLDER "/native"); // and left there: another run may be reading it
     for (const char* command : {"cpus", "msr 0x1A2", "port 0x70", "affinity"}) {
@@ -221,13 +226,14 @@ TEST(Tool, CountsTheMicroOperationsOfATraceCacheInJson) {
     const std::string path = scratch("trace cache.txt");
     writeContent(path, testing_support::written(testing_support::CurrentMachine::recording(
                            std::vector{testing_support::IntelProcessor(0xF12).maxLeaf(2).leaf(2, {0x7001, 0, 0, 0})})));
-    const json trace = runToolForJson("--json --machine " + quoted(path))["processors"][0]["caches"][0];
+    EXPECT_EQ(runToolForJson("--json --machine " + quoted(path))["caches"][0]["sizeMicroOps"], 12288);
+    const json trace = runToolForJson("--json --classic --machine " + quoted(path))["processors"][0]["caches"][0];
     EXPECT_TRUE(trace["sizeBytes"].is_null() && trace["sizeMicroOps"] == 12288) << trace;
 }
 
 // Every processor stands in exactly one core, and the core's affinity is that of its threads.
 TEST(Tool, PartitionsTheProcessorsInJson) {
-    const json document = runToolForJson(of(intel, "caches --json"));
+    const json document = runToolForJson(of(intel, "caches --classic --json"));
     json cores;
     for (const json& package : document["packages"]) {
         EXPECT_EQ(package["caches"][3]["instances"], 1);
@@ -239,12 +245,26 @@ TEST(Tool, PartitionsTheProcessorsInJson) {
         [{"location": "CPU:0:0:1:0:*", "affinity": "0:0000000000000030h", "threads": [4, 5]},
          {"location": "CPU:0:0:1:1:*", "affinity": "0:00000000000000C0h", "threads": [6, 7]}]])"));
     EXPECT_EQ(document["packages"][1]["affinity"], "0:00000000000000F0h");
-    for (const char* command : {"tree --json", "features --json", "cpus --json"}) {
+    for (const char* command : {"tree --classic --json", "features --classic --json", "cpus --classic --json"}) {
         EXPECT_EQ(runToolForJson(of(intel, command)), document) << command;
     }
-    const json named = runToolForJson(of(intel, "cpus 5 --json"));
+    const json named = runToolForJson(of(intel, "cpus 5 --classic --json"));
     EXPECT_EQ(named["processors"], json::array({document["processors"][5]}));
     EXPECT_EQ(named["packages"], nullptr);
+}
+
+// All commands tell the same document, and the named processors are those of the whole.
+TEST(Tool, TellsTheMachineOfTodayInOneDocument) {
+    const json document = runToolForJson(of(intel, "--json"));
+    EXPECT_EQ(document["document"], 2);
+    EXPECT_EQ(document["summary"]["packages"], 2);
+    EXPECT_EQ(document["summary"]["cores"], 4);
+    EXPECT_EQ(document["caches"][3]["sharedBy"], json::parse("[[0, 1, 2, 3], [4, 5, 6, 7]]"));
+    for (const char* command : {"tree --json", "features --json", "cpus --json", "caches --json"}) {
+        EXPECT_EQ(runToolForJson(of(intel, command)), document) << command;
+    }
+    const json& all = document["processors"];
+    EXPECT_EQ(runToolForJson(of(intel, "cpus 5,0-1 --json"))["processors"], json::array({all[0], all[1], all[5]}));
 }
 
 TEST(Tool, RecordsReplaysAndRecordsTheSame) {

@@ -3,13 +3,34 @@
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <libQuarrow/recording/formats/RecordingFile.h>
 #include <tests/support/CountingMachine.h>
+#include <tools/quarrow/classic/ClassicCommands.h>
 #include <tools/quarrow/commands/Commands.h>
+#include <tools/quarrow/picture/Picture.h>
 
 #include <gtest/gtest.h>
 
 namespace os = libQuarrow::os;
 
 namespace {
+
+void expectVisits(const os::Recording& recording, std::string (*command)(const quarrow::Request&),
+                  const std::vector<std::string>& places) {
+    for (const bool json : {false, true}) {
+        os::RecordedMachine recorded(recording);
+        CountingMachine counting(recorded);
+        const os::ScopedMachine scope(counting);
+        quarrow::Request request;
+        request.json = json && command != quarrow::pictureCommand;
+        request.classic = command != quarrow::pictureCommand; // limits and speed visit once more for document 2
+        request.threadAffinity = !json;
+        EXPECT_NE(command(request), "");
+        std::vector<std::string> expected;
+        for (const std::string& place : places) {
+            expected.push_back((json ? "process " : "thread ") + place);
+        }
+        EXPECT_EQ(counting.counts.affinitySets, expected);
+    }
+}
 
 // To each processor and back, whatever a command asks of it.
 TEST(Commands, VisitEachProcessorOnce) {
@@ -18,23 +39,28 @@ TEST(Commands, VisitEachProcessorOnce) {
         const auto recording = os::readRecording(machine(name), error);
         ASSERT_TRUE(recording) << error.message;
         for (const auto command :
-             {quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand, quarrow::cachesCommand,
-              quarrow::pictureCommand, quarrow::limitsCommand, quarrow::speedCommand}) {
-            for (const bool json : {false, true}) {
-                os::RecordedMachine recorded(*recording);
-                CountingMachine counting(recorded);
-                const os::ScopedMachine scope(counting);
-                quarrow::Request request;
-                request.json = json && command != quarrow::pictureCommand;
-                request.threadAffinity = !json;
-                EXPECT_NE(command(request), "");
-                const std::string scopeOf = json ? "process " : "thread ";
-                EXPECT_EQ(counting.counts.affinitySets, (std::vector<std::string>{scopeOf + "0:1", scopeOf + "0:3",
-                                                                                  scopeOf + "0:2", scopeOf + "0:3"}))
-                    << name;
-            }
+             {quarrow::classicTreeCommand, quarrow::classicCpusCommand, quarrow::classicFeaturesCommand,
+              quarrow::classicCachesCommand, quarrow::limitsCommand, quarrow::speedCommand}) {
+            expectVisits(*recording, command, {"0:1", "0:3", "0:2", "0:3"});
+        }
+        // From one to the next, and back at the end.
+        for (const auto command : {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand,
+                                   quarrow::featuresCommand, quarrow::cachesCommand, quarrow::pictureCommand}) {
+            expectVisits(*recording, command, {"0:1", "0:2", "0:3"});
         }
     }
+}
+
+// A core in a frame of characters that every terminal has.
+TEST(Picture, IsDrawnInAsciiToo) {
+    quarrow::PictureBox core;
+    core.title = "Core 0";
+    core.threads = {"0"};
+    core.caches = {{"L1d 32 KB", 1}};
+    EXPECT_EQ(quarrow::drawText({core}, 40, quarrow::asciiLines), "+ Core 0 ---+\n"
+                                                                  "| CPU 0     |\n"
+                                                                  "| L1d 32 KB |\n"
+                                                                  "+-----------+\n");
 }
 
 } // namespace

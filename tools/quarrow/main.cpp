@@ -3,6 +3,7 @@
 #include <tools/quarrow/Logging.h>
 #include <tools/quarrow/Output.h>
 #include <tools/quarrow/Text.h>
+#include <tools/quarrow/classic/ClassicCommands.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/os/Console.h>
 
@@ -62,6 +63,8 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.add_option("--machine", arguments.machineFile,
                    "Report the machine recorded in FILE instead of this one; - reads standard input")
         ->type_name("FILE");
+    app.add_flag("--classic", arguments.request.classic,
+                 "Answer with the classic classes, in their texts; see classic.md");
     app.add_flag("--json", arguments.request.json, "Print one JSON document, for programs");
     app.add_option("--log", arguments.logPriority,
                    "Log to standard error: 1 everything, 2 diagnostics, 3 notices, 4 failures")
@@ -100,10 +103,11 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
     }
     for (const Command& command : allCommands()) {
         if (app.got_subcommand(command.name)) {
-            return command.run(arguments.request);
+            const bool classic = arguments.request.classic && command.classic != nullptr;
+            return (classic ? command.classic : command.run)(arguments.request);
         }
     }
-    return treeCommand(arguments.request);
+    return arguments.request.classic ? classicTreeCommand(arguments.request) : summaryCommand(arguments.request);
 }
 
 // What was wrong with the command line, and where to look.

@@ -68,9 +68,12 @@ class QUARROW_EXPORT x86_cpu {
     const x86_feature_flags& supportedFeatures() const { return m_supportedFeatures; }
     const x86_feature_flags& allowedFeatures() const { return m_allowedFeatures; }
     bool supportsFeature(x86_cpu_features feature) const { return m_supportedFeatures.hasFeature(feature); }
+    // Knows CPUID, MSR, TSC, AVX and AVX2 alone: false for every other feature, whatever the processor has. What
+    // programs can execute, of every feature, is in topology::ProcessorIdentity::usable
+    // (libQuarrow/topology/Topology.h).
     bool isAllowedFeature(x86_cpu_features feature) const { return m_allowedFeatures.hasFeature(feature); }
-    // True for every argument, as callers have come to rely on that: to compare with what the processor has, ask
-    // supportsFeature() for each feature.
+    // Beware: both are true for every argument, as callers have come to rely on that. To compare with what the
+    // processor has, ask topology::FeatureSet::containsAll(), or supportsFeature() for each feature.
     bool supportsFeatures(const x86_feature_flags& features) const;
     bool areAllowedFeatures(const x86_feature_flags& features) const;
     // Names of the supported features; `brief` keeps the instruction sets and a few others. MMX and 3DNow! are left out

@@ -1,8 +1,8 @@
 #include <tools/quarrow/commands/Access.h>
 
+#include <tools/quarrow/Document.h>
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Numbers.h>
-#include <tools/quarrow/document/Document.h>
 
 #include <cstdio>
 

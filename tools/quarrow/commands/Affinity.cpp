@@ -1,9 +1,10 @@
+#include <tools/quarrow/Document.h>
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Text.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/document/Document.h>
 
 #include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/topology/ProcessorAffinity.h>
 
 namespace quarrow {
 
@@ -11,6 +12,8 @@ using boost::optional;
 using libQuarrow::cpu::AffinityMask;
 using libQuarrow::cpu::GroupAffinity;
 using libQuarrow::cpu::WinAffinity;
+using libQuarrow::topology::ProcessorNumbering;
+using libQuarrow::topology::ProcessorSet;
 using nlohmann::ordered_json;
 
 namespace {
@@ -26,18 +29,33 @@ std::vector<unsigned int> bits(std::uint64_t mask) {
     return places;
 }
 
-zel::String withCount(const WinAffinity& affinity) {
-    const unsigned int count = affinity.logicalCpuCount();
-    return affinity.toString() + zel::String::SprintfFormat(" (%u logical processor%s)", count, count == 1 ? "" : "s");
+// The processors as a list such as 0,4-7. None where one has no number.
+optional<std::string> listOf(const AffinityMask& affinity) {
+    const auto numbering = ProcessorNumbering::ofCurrentMachine();
+    if (!numbering) {
+        return boost::none;
+    }
+    const ProcessorSet processors = processorsOf(affinity, *numbering);
+    const bool all = processors.count() == affinity.getAffinityData().logicalCpuCount();
+    return boost::make_optional(all, processors.toList());
+}
+
+zel::String withCount(const AffinityMask& affinity) {
+    const unsigned int count = affinity.getAffinityData().logicalCpuCount();
+    const optional<std::string> list = listOf(affinity);
+    return affinity.toString() + zel::String::SprintfFormat(" (%u logical processor%s", count, count == 1 ? "" : "s") +
+           zel::String::fromUtf8(list && count != 0 ? ": " + *list + ")" : ")");
 }
 
 zel::String described(const optional<AffinityMask>& affinity) {
-    return affinity ? withCount(affinity->getAffinityData()) : zel::String("not known");
+    return affinity ? withCount(*affinity) : zel::String("not known");
 }
 
 // What a text means: its processors, group by group.
-std::string meaning(const WinAffinity& affinity) {
+std::string meaning(const AffinityMask& mask) {
+    const WinAffinity& affinity = mask.getAffinityData();
     std::string text = line("Affinity", affinity.toString());
+    text += line("List", zel::String::fromUtf8(listOf(mask).value_or("not known: this machine has no such processor")));
     text += line("Logical processors", zel::String::SprintfFormat("%u", affinity.logicalCpuCount()));
     for (const GroupAffinity& group : affinity.groups()) {
         zel::String places;
@@ -59,21 +77,40 @@ ordered_json toJson(const optional<AffinityMask>& affinity) {
     }
     const WinAffinity& data = affinity->getAffinityData();
     const optional<unsigned int> number = data.getLogicalCpuNumber();
+    const optional<std::string> list = listOf(*affinity);
     ordered_json groups = ordered_json::array();
     for (const GroupAffinity& group : data.groups()) {
         groups.push_back({{"group", group.group}, {"processors", bits(group.mask)}});
     }
     return {{"affinity", data.toString().toUtf8()},
+            {"list", list ? ordered_json(*list) : ordered_json()},
             {"count", data.logicalCpuCount()},
             {"logicalCpuNumber", number ? ordered_json(*number) : ordered_json()},
             {"groups", groups}};
 }
 
+AffinityMask parseList(const ProcessorSet& processors) {
+    const auto numbering = ProcessorNumbering::ofCurrentMachine();
+    if (!numbering) {
+        throw Failure(Failure::CannotAnswer, "the operating system does not tell which processors there are");
+    }
+    for (const std::uint32_t number : processors) {
+        if (!numbering->place(number)) {
+            throw Failure(Failure::WrongInput,
+                          "this machine has no place for a logical processor " + std::to_string(number));
+        }
+    }
+    return affinityOf(processors, *numbering);
+}
+
 AffinityMask parse(const std::string& text) {
+    if (const auto list = ProcessorSet::fromList(text)) {
+        return parseList(*list);
+    }
     AffinityMask affinity;
     if (!affinity.fromString(zel::String::fromUtf8(text))) {
         throw Failure(Failure::WrongInput,
-                      "'" + text + "' is not an affinity; write group:mask, as in 0:Fh or 0:Fh/1:3h for two groups");
+                      "'" + text + "' is not an affinity; write a list, as in 0,4-7, or group:mask, as in 0:Fh/1:3h");
     }
     return affinity;
 }
@@ -84,7 +121,7 @@ std::string affinityCommand(const Request& request) {
     if (!request.operands.empty()) {
         const AffinityMask affinity = parse(request.operands.front());
         if (!request.json) {
-            return meaning(affinity.getAffinityData());
+            return meaning(affinity);
         }
         ordered_json document = emptyDocument(request);
         document["text"] = toJson(affinity);

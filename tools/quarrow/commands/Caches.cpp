@@ -1,68 +1,82 @@
-#include <tools/quarrow/Processors.h>
-#include <tools/quarrow/Text.h>
+#include <tools/quarrow/TopologyReading.h>
+#include <tools/quarrow/Words.h>
+#include <tools/quarrow/commands/CacheReport.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/document/Document.h>
-
-#include <libQuarrow/cpu/x86/x86_cache_sharing.h>
+#include <tools/quarrow/document/MachineDocument.h>
 
 namespace quarrow {
 
-using libQuarrow::cpu::x86_cache;
-using libQuarrow::cpu::x86_cache_kind;
-using libQuarrow::cpu::x86_physical_cpu;
+using libQuarrow::topology::Cache;
+using libQuarrow::topology::CacheFigures;
+using libQuarrow::topology::Tlb;
+using libQuarrow::topology::TlbFigures;
 
 namespace {
 
-zel::String sharers(const x86_cache_kind& kind) {
-    if (kind.instancesKnown) {
-        zel::Array<zel::String> sets;
-        for (const auto& processors : kind.instances) {
-            sets.append(numberRanges(processors));
-        }
-        return zel::String::join(sets, " | ");
+std::string ways(const std::optional<std::uint32_t>& count) {
+    if (!count) {
+        return {};
     }
-    const unsigned int threads = kind.cache.getThreadsSharing();
-    return threads == 0 ? zel::String("not known")
-                        : zel::String::SprintfFormat("%u each, which ones is not known", threads);
+    return *count == 0 ? "fully associative" : *count == 1 ? "direct mapped" : std::to_string(*count) + "-way";
 }
 
-std::string described(const x86_cache_kind& kind) {
-    const x86_cache& cache = kind.cache;
-    zel::String what = cache.getCacheSizeFormatted(false);
-    if (kind.instancesKnown && kind.instances.size() > 1) {
-        what = zel::String::SprintfFormat("%u x ", kind.instances.size()) + what;
+std::string described(const CacheFigures& figures, const std::optional<std::size_t>& instances) {
+    const std::string times = instances && *instances > 1 ? std::to_string(*instances) + " x " : "";
+    return joined({times + cacheSize(figures), ways(figures.ways),
+                   figures.lineSizeBytes == 0 ? std::string() : counted(figures.lineSizeBytes, "byte") + " per line",
+                   figures.sets ? counted(static_cast<std::size_t>(*figures.sets), "set") : std::string(),
+                   figures.inclusive.value_or(false) ? "inclusive" : ""});
+}
+
+std::string sharers(const Cache& cache) {
+    if (!cache.sharedBy) {
+        return "who shares it is not known";
     }
-    what += ", " + x86_cache::associativityText(cache.getAssociativity());
-    if (cache.getLineSizeBytes() != 0) {
-        what += zel::String::SprintfFormat(", %u bytes per line", cache.getLineSizeBytes());
+    std::vector<std::string> sets;
+    for (const ProcessorSet& processors : *cache.sharedBy) {
+        sets.push_back(processors.toList());
     }
-    const zel::String name = zel::String("   ") + x86_cache::levelText(cache.getCacheLevel()) + " " +
-                             x86_cache::typeText(cache.getCacheType());
-    return line(name, what) + line("     logical CPUs", sharers(kind));
+    return joined(sets, " | ");
+}
+
+std::string described(const TlbFigures& figures) {
+    std::vector<std::string> pages;
+    for (const std::uint64_t size : figures.pageSizes) {
+        pages.push_back(sizeText(size));
+    }
+    return joined({counted(figures.entries, "entry", "entries"), ways(figures.ways), joined(pages, " or ") + " pages"});
 }
 
 } // namespace
+
+std::string cacheReport(const Topology& topology, std::size_t columns) {
+    std::string text;
+    for (const Cache& cache : topology.caches()) {
+        text += paragraph(cacheName(cache.figures), described(cache.figures, cache.instances()), columns) +
+                paragraph("  logical CPUs", sharers(cache), columns);
+    }
+    return text.empty() ? "Caches: not known\n" : text;
+}
+
+std::string tlbReport(const Topology& topology, std::size_t columns) {
+    const ProcessorSet all = topology.all();
+    std::string text;
+    for (const Tlb& tlb : topology.tlbs()) {
+        const std::string name = "L" + std::to_string(tlb.figures.level) + " " + nameOf(tlb.figures.type) + " TLB";
+        const std::string whose = tlb.processors == all ? "" : " (on " + tlb.processors.toList() + ")";
+        text += paragraph(name, described(tlb.figures) + whose, columns);
+    }
+    return text;
+}
 
 std::string cachesCommand(const Request& request) {
     if (request.json) {
         return machineDocument(request);
     }
-    libQuarrow::cpu::x86_cache_sharing sharing;
-    const Machine machine = readMachine(request, [&](const libQuarrow::cpu::x86_cpu& cpu) { sharing.read(cpu); });
-    const libQuarrow::cpu::x86_physical_cpus& tree = machine.tree;
-    std::string text;
-    for (std::size_t i = 0; i < tree.size(); ++i) {
-        const x86_physical_cpu& package = tree[i];
-        text += i == 0 ? "" : "\n";
-        text += line(zel::String::SprintfFormat("PHYSICAL_CPU[%u]", i),
-                     package.getLocation().toString(true) + " - " + package.get().getCpuName());
-        const std::vector<x86_cache_kind> kinds = sharing.kindsOf(package);
-        for (const x86_cache_kind& kind : kinds) {
-            text += described(kind);
-        }
-        text += kinds.empty() ? "   not known\n" : "";
-    }
-    return text;
+    const Topology topology = readTopology(request);
+    const std::size_t columns = outputColumns();
+    const std::string tlbs = tlbReport(topology, columns);
+    return cacheReport(topology, columns) + (tlbs.empty() ? "" : "\n" + tlbs);
 }
 
 } // namespace quarrow

@@ -1,9 +1,11 @@
 #include <tools/quarrow/commands/Commands.h>
 
+#include <tools/quarrow/classic/ClassicCommands.h>
+
 namespace quarrow {
 namespace {
 
-constexpr Operand processors = {Operand::Any, "N", "Logical processor numbers, as in 0 1 12; without any, all"};
+constexpr Operand processors = {Operand::Any, "LIST", "Logical processors, as in 0,4-7; without any, all"};
 constexpr Option writeOption = {"write", "VALUE",
                                 "Write VALUE instead of reading; this can halt or damage the machine"};
 
@@ -12,17 +14,20 @@ constexpr Option writeOption = {"write", "VALUE",
 const std::vector<Command>& allCommands() {
     // clang-format off
     static const std::vector<Command> commands = {
-        {"tree", treeCommand, "Packages, cores and threads, then each package's caches (when no command is given)"},
-        {"cpus", cpusCommand, "Everything about each logical processor, or about those named", processors},
-        {"features", featuresCommand, "Features that the processors support, and those allowed for use"},
-        {"caches", cachesCommand, "Caches of each package, and which logical processors share them"},
+        {"tree", treeCommand, "Packages, dies, complexes, modules, cores and threads, then the caches", {}, {},
+         classicTreeCommand},
+        {"cpus", cpusCommand, "Everything about each logical processor, or about those named", processors, {}, classicCpusCommand},
+        {"features", featuresCommand, "What the processors have, what programs can use of it, and the x86-64 level", {}, {},
+         classicFeaturesCommand},
+        {"caches", cachesCommand, "Caches and TLBs, and which logical processors share each cache", {}, {},
+         classicCachesCommand},
         {"picture", pictureCommand, "The machine drawn: packages, cores, threads, and the caches they share", {},
          {{"svg", "FILE", "Draw a picture for a report into FILE, in the SVG format"},
           {"width", "COLUMNS", "Width of the text; without it, that of the terminal, of $COLUMNS, or 80"}}},
         {"limits", limitsCommand, "At which temperature Intel processors slow down, and how far their turbo goes"},
         {"speed", speedCommand, "Measured rate of the time-stamp counters; multipliers and speeds", processors},
         {"affinity", affinityCommand, "Affinity of the system, the process and the thread; or what TEXT means",
-         {Operand::AtMostOne, "TEXT", "An affinity: group:mask, as in 0:Fh or 0:Fh/1:3h"}},
+         {Operand::AtMostOne, "TEXT", "A list, as in 0,4-7, or group:mask, as in 0:Fh or 0:Fh/1:3h"}},
         {"record", recordCommand, "Write this machine down, to be read with --machine anywhere",
          {Operand::AtMostOne, "FILE", "Where to; without it, standard output"}},
         {"msr", msrCommand, "Read or write a model-specific register of a logical processor",

@@ -9,6 +9,7 @@ namespace quarrow {
 
 // One function per command. Each returns everything that the command writes to standard output, and throws Failure when
 // it has no answer.
+std::string summaryCommand(const Request& request); // without a command
 std::string treeCommand(const Request& request);
 std::string cpusCommand(const Request& request);
 std::string featuresCommand(const Request& request);
@@ -45,6 +46,8 @@ struct Command {
     const char* description;
     Operand operand = {};
     std::vector<Option> options = {};
+    // With --classic; null where the command knows itself, or where there is but one answer.
+    std::string (*classic)(const Request&) = nullptr;
 };
 
 // In the order of the help.

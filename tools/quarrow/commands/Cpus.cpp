@@ -1,101 +1,112 @@
-#include <tools/quarrow/Processors.h>
-#include <tools/quarrow/Text.h>
+#include <tools/quarrow/TopologyReading.h>
+#include <tools/quarrow/Words.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/document/Document.h>
+#include <tools/quarrow/document/MachineDocument.h>
 
-#include <libQuarrow/cpu/x86/x86_amd_info.h>
-#include <libQuarrow/cpu/x86/x86_intel_info.h>
-
-#include <map>
+#include <libQuarrow/topology/names/ProcessorNames.h>
+#include <zel/String.h>
 
 namespace quarrow {
 
-using libQuarrow::cpu::x86_amd_info;
-using libQuarrow::cpu::x86_cpu;
-using libQuarrow::cpu::x86_intel_info;
+using libQuarrow::topology::ProcessorIdentity;
+using libQuarrow::topology::ProcessorNames;
 
 namespace {
 
-std::string intelFacts(const x86_intel_info& intel) {
-    std::string text;
-    const zel::Array<zel::String> types = intel.getTypeNames();
-    if (!types.isEmpty()) {
-        text += line("Intel type", zel::String::join(types, ", "));
+class Report {
+  public:
+    explicit Report(std::size_t columns) : m_columns(columns) {}
+
+    // Nothing for what is not known.
+    void add(const char* label, const std::string& value) {
+        if (!value.empty()) {
+            m_text += paragraph(label, value, m_columns);
+        }
     }
-    zel::String number;
-    if (intel.getProcessorNumber(number)) {
-        text += line("Processor number", number);
-    }
-    std::uint32_t mhz = 0;
-    if (intel.getCpuDesignedFrequency(mhz)) {
-        text += line("Designed frequency", zel::String::SprintfFormat("%u MHz", mhz));
-    }
-    if (intel.isMobile()) {
-        text += line("Mobile", *intel.isMobile() ? "yes" : "no");
-    }
-    return text;
+    const std::string& text() const { return m_text; }
+
+  private:
+    std::size_t m_columns;
+    std::string m_text;
+};
+
+std::string numbered(const char* level, const std::optional<std::uint32_t>& number) {
+    return number ? std::string(level) + " " + std::to_string(*number) : std::string();
 }
 
-zel::String packageTypeText(libQuarrow::cpu::AmdPackageType type) {
-    switch (type) {
-    case libQuarrow::cpu::AmdPackage_754:
-        return "754";
-    case libQuarrow::cpu::AmdPackage_940:
-        return "940";
-    case libQuarrow::cpu::AmdPackage_939:
-        return "939";
-    case libQuarrow::cpu::AmdPackage_F:
-        return "F";
-    case libQuarrow::cpu::AmdPackage_AM2:
-        return "AM2";
-    case libQuarrow::cpu::AmdPackage_S1g1:
-        return "S1g1";
-    case libQuarrow::cpu::AmdPackage_G34:
-        return "G34";
-    case libQuarrow::cpu::AmdPackage_C32:
-        return "C32";
-    case libQuarrow::cpu::AmdPackage_FT3:
-        return "FT3";
-    case libQuarrow::cpu::AmdPackage_FS1b:
-        return "FS1b";
-    default: // no name, or not known
+std::string place(const Processor& processor) {
+    return joined({numbered("package", processor.package), numbered("die", processor.die),
+                   numbered("complex", processor.complex), numbered("module", processor.module),
+                   numbered("core", processor.core), numbered("thread", processor.thread),
+                   numbered("NUMA node", processor.numaNode)});
+}
+
+std::string signature(const ProcessorIdentity& identity) {
+    if (identity.signature == 0) {
         return {};
     }
+    return zel::String::SprintfFormat("%08Xh: family %u (%Xh), model %u (%Xh), stepping %u", identity.signature,
+                                      identity.family, identity.family, identity.model, identity.model,
+                                      identity.stepping)
+        .toUtf8();
 }
 
-std::string amdFacts(const x86_amd_info& amd) {
-    std::string text;
-    const zel::String package = packageTypeText(amd.getPackageType());
-    if (!package.isEmpty()) {
-        text += line("Package", package);
+std::string caches(const Topology& topology, const Processor& processor) {
+    std::vector<std::string> texts;
+    for (const Processor::CacheUse& use : processor.caches) {
+        const auto& cache = topology.caches()[use.cache];
+        std::string text = cacheName(cache.figures) + " " + cacheSize(cache.figures);
+        if (use.instance) {
+            ProcessorSet others = (*cache.sharedBy)[*use.instance];
+            others -= ProcessorSet{processor.number};
+            text += others.empty() ? "" : " with " + others.toList();
+        }
+        texts.push_back(text);
     }
-    const libQuarrow::cpu::AmdProcessorBSPType bsp = amd.isBSP();
-    if (bsp != libQuarrow::cpu::AmdBSP_unknown) {
-        text += line("Bootstrap processor", bsp == libQuarrow::cpu::AmdBSP_bootstrap ? "yes" : "no");
-    }
-    return text;
+    return joined(texts, "; ");
 }
 
-// What is known of the processor by its maker; nothing for what is not known.
-std::string facts(const x86_cpu& cpu) {
-    std::string text;
-    zel::String value;
-    if (cpu.getRevisionString(value)) {
-        text += line("Revision", value);
+std::string addresses(const ProcessorIdentity& identity) {
+    const auto told = [](const std::optional<std::uint32_t>& count, const char* what) {
+        return count ? std::to_string(*count) + " bits " + what : std::string();
+    };
+    return joined({told(identity.physicalAddressBits, "physical"), told(identity.linearAddressBits, "linear")});
+}
+
+std::string names(const libQuarrow::topology::FeatureSet& features) {
+    std::vector<std::string> texts;
+    for (const std::string_view name : features.names()) {
+        texts.emplace_back(name);
     }
-    if (cpu.getTechnologyString(value)) {
-        text += line("Technology", value);
-    }
-    if (cpu.getSocketTypeString(value)) {
-        text += line("Socket type", value);
-    }
-    if (const auto* intel = dynamic_cast<const x86_intel_info*>(cpu.vendorInfo())) {
-        text += intelFacts(*intel);
-    }
-    if (const auto* amd = dynamic_cast<const x86_amd_info*>(cpu.vendorInfo())) {
-        text += amdFacts(*amd);
-    }
-    return text;
+    return joined(texts, " ");
+}
+
+std::string described(const Topology& topology, const Processor& processor, std::size_t columns) {
+    const ProcessorIdentity& identity = *processor.identity;
+    const ProcessorNames known = libQuarrow::topology::namesOf(processor);
+    Report report(columns);
+    report.add("Logical CPU", std::to_string(processor.number));
+    report.add("Name", processorName(identity));
+    report.add("Maker", identity.vendor);
+    report.add("Microarchitecture", std::string(known.microarchitecture));
+    report.add("Codename", std::string(known.codename));
+    report.add("Process", std::string(known.process));
+    report.add("Kind", processor.kind ? nameOf(*processor.kind) : "");
+    report.add("Signature", signature(identity));
+    report.add("Affinity",
+               zel::String::SprintfFormat("%u:%016I64Xh", unsigned{processor.group}, std::uint64_t{1} << processor.bit)
+                   .toUtf8());
+    report.add("APIC ID", processor.apicId
+                              ? zel::String::SprintfFormat("%u (%Xh)", *processor.apicId, *processor.apicId).toUtf8()
+                              : std::string());
+    report.add("Place", place(processor));
+    report.add("Caches", caches(topology, processor));
+    report.add("Addresses", addresses(identity));
+    report.add("Hypervisor", identity.hypervisor ? hypervisorName(*identity.hypervisor) : std::string());
+    report.add("Level", identity.level ? "x86-64-v" + std::to_string(*identity.level) : std::string());
+    report.add("Features", names(identity.features));
+    report.add("Programs can use", names(identity.usable));
+    return report.text();
 }
 
 } // namespace
@@ -104,15 +115,11 @@ std::string cpusCommand(const Request& request) {
     if (request.json) {
         return machineDocument(request);
     }
-    std::map<const x86_cpu*, std::string> reports;
-    const Machine machine = readMachine(request, [&](const x86_cpu& cpu) {
-        if (isNamed(cpu, request.operands)) {
-            reports[&cpu] = printable(cpu.toString(), cpu.getVendorName()) + facts(cpu);
-        }
-    });
+    const Topology topology = readTopology(request);
+    const std::size_t columns = outputColumns();
     std::string text;
-    for (const x86_cpu* cpu : namedProcessors(machine.processors, request.operands)) {
-        text += reports.at(cpu);
+    for (const Processor* processor : namedProcessors(topology, request.operands)) {
+        text += (text.empty() ? "" : "\n") + described(topology, *processor, columns);
     }
     return text;
 }

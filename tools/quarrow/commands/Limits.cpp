@@ -1,8 +1,9 @@
-#include <tools/quarrow/Processors.h>
 #include <tools/quarrow/Text.h>
+#include <tools/quarrow/classic/ClassicDocument.h>
+#include <tools/quarrow/classic/Processors.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/commands/MsrReach.h>
-#include <tools/quarrow/document/Document.h>
+#include <tools/quarrow/document/MachineDocument.h>
 
 #include <libQuarrow/cpu/x86/x86_intel_info.h>
 #include <zel/Temperature.h>
@@ -76,8 +77,9 @@ ordered_json limitsJson(const x86_cpu& cpu) {
 
 std::string limitsCommand(const Request& request) {
     if (request.json) {
-        return machineDocument(
-            request, {[](const x86_cpu& cpu, ordered_json& element) { element["limits"] = limitsJson(cpu); }});
+        const Section section = {
+            [](const x86_cpu& cpu, ordered_json& element) { element["limits"] = limitsJson(cpu); }};
+        return request.classic ? classicDocument(request, section) : machineDocument(request, section);
     }
     MsrReach msrs;
     std::string whyNot;

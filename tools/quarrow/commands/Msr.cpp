@@ -1,10 +1,10 @@
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Numbers.h>
-#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/classic/ClassicDocument.h>
+#include <tools/quarrow/classic/Processors.h>
 #include <tools/quarrow/commands/Access.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/commands/MsrAccessor.h>
-#include <tools/quarrow/document/Document.h>
 
 namespace quarrow {
 

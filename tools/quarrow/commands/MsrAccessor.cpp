@@ -1,6 +1,6 @@
 #include <tools/quarrow/commands/MsrAccessor.h>
 
-#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/classic/Processors.h>
 
 namespace quarrow {
 

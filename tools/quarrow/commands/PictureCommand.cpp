@@ -1,13 +1,13 @@
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Numbers.h>
 #include <tools/quarrow/Output.h>
-#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/TopologyReading.h>
+#include <tools/quarrow/Words.h>
+#include <tools/quarrow/classic/ClassicPicture.h>
+#include <tools/quarrow/classic/Processors.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/os/Console.h>
-#include <tools/quarrow/picture/Picture.h>
-
-#include <algorithm>
-#include <cstdlib>
+#include <tools/quarrow/picture/TopologyPicture.h>
 
 namespace quarrow {
 namespace {
@@ -15,19 +15,21 @@ namespace {
 constexpr std::uint64_t narrowest = 40;
 constexpr std::uint64_t widest = 1000;
 
-std::uint64_t environmentColumns() {
-    const char* text = std::getenv("COLUMNS");
-    std::uint64_t columns = 0;
-    return text != nullptr && zel::String(text).toUint64(columns) == zel::String::PARSE_OK ? columns : 0;
-}
-
 std::uint64_t columnsFor(const Request& request) {
     if (const auto width = numberOption(request, "width", narrowest, widest)) {
         return *width;
     }
-    std::uint64_t columns = terminalWidth();
-    columns = columns != 0 ? columns : environmentColumns();
-    return columns != 0 ? std::clamp(columns, narrowest, widest) : 80;
+    return outputColumns();
+}
+
+// One visit of each processor, whoever answers.
+std::vector<PictureBox> picture(const Request& request) {
+    if (!request.classic) {
+        return pictureOf(readTopology(request));
+    }
+    libQuarrow::cpu::x86_cache_sharing sharing;
+    const Machine machine = readMachine(request, [&](const libQuarrow::cpu::x86_cpu& cpu) { sharing.read(cpu); });
+    return classicPictureOf(machine.tree, sharing);
 }
 
 } // namespace
@@ -41,11 +43,9 @@ std::string pictureCommand(const Request& request) {
         throw Failure(Failure::WrongInput, "--width applies to the drawing in text only; leave out --width or --svg");
     }
     const std::uint64_t columns = columnsFor(request);
-    libQuarrow::cpu::x86_cache_sharing sharing;
-    const Machine machine = readMachine(request, [&](const libQuarrow::cpu::x86_cpu& cpu) { sharing.read(cpu); });
-    const auto packages = pictureOf(machine.tree, sharing);
+    const std::vector<PictureBox> packages = picture(request);
     if (svg == request.options.end()) {
-        return drawText(packages, columns);
+        return drawText(packages, columns, outputIsUtf8() ? boxLines : asciiLines);
     }
     if (svg->second == "-") {
         return drawSvg(packages);

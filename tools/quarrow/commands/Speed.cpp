@@ -1,7 +1,8 @@
-#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/classic/ClassicDocument.h>
+#include <tools/quarrow/classic/Processors.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/commands/MsrReach.h>
-#include <tools/quarrow/document/Document.h>
+#include <tools/quarrow/document/MachineDocument.h>
 
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 
@@ -171,7 +172,8 @@ std::string speedCommand(const Request& request) {
     const auto addSpeed = [&request](const x86_cpu& cpu, ordered_json& element) {
         element["speed"] = speedJson(measure(request, cpu));
     };
-    return machineDocument(request, {addSpeed, doing});
+    const Section section = {addSpeed, doing};
+    return request.classic ? classicDocument(request, section) : machineDocument(request, section);
 }
 
 } // namespace quarrow

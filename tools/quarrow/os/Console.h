@@ -22,6 +22,8 @@ class Console {
 bool errorIsTerminal();
 // Columns of the terminal that standard output is; 0 when it is none.
 unsigned int terminalWidth();
+// Whether standard output takes characters outside ASCII: on Linux by the locale.
+bool outputIsUtf8();
 
 // The arguments after the program's name, in UTF-8 where the system knows what their characters are.
 std::vector<std::string> commandLine(int argc, char** argv);

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <libQuarrow/cpu/x86/x86_cache_sharing.h>
-#include <libQuarrow/cpu/x86/x86_physical_cpus.h>
+#include <libQuarrow/topology/CoreKind.h>
 #include <zel/String.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,20 +23,25 @@ struct PictureBox {
     std::vector<PictureBox> inside;   // none in a core
     std::vector<zel::String> threads; // of a core: logical processor numbers
     std::vector<PictureCache> caches; // each shared by all in the box and by nothing else
+    std::optional<libQuarrow::topology::CoreKind> kind; // of a core, where there are several
 
     bool isCore() const { return !threads.empty(); }
 };
 
-// A package with all its cores, in groups where they share caches.
-PictureBox picturePackage(const libQuarrow::cpu::x86_physical_cpu& package, libQuarrow::cpu::x86_cache_sharing& sharing,
-                          std::size_t number);
-// A box for each package, in order. Where there are many cores, those that are alike have no title and no caches; the
-// note of the box around them says what they have.
-std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree,
-                                  libQuarrow::cpu::x86_cache_sharing& sharing);
+// What lines are drawn with on a terminal.
+struct Lines {
+    char16_t horizontal;
+    char16_t vertical;
+    char16_t topLeft;
+    char16_t topRight;
+    char16_t bottomLeft;
+    char16_t bottomRight;
+};
+constexpr Lines boxLines = {u'─', u'│', u'┌', u'┐', u'└', u'┘'};
+constexpr Lines asciiLines = {u'-', u'|', u'+', u'+', u'+', u'+'}; // where the locale has no others
 
 // The picture as text of that many columns, 40 at least.
-std::string drawText(const std::vector<PictureBox>& packages, std::size_t columns);
+std::string drawText(const std::vector<PictureBox>& packages, std::size_t columns, const Lines& lines);
 // The picture as an SVG 1.1 document.
 std::string drawSvg(const std::vector<PictureBox>& packages);
 

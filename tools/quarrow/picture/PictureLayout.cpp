@@ -174,6 +174,7 @@ class Layout {
         appendCaches(column, what.caches, inside);
         Drawing framed = drawingOf(kind, column.width + 2 * m.frameX, column.height + 2 * m.frameY,
                                    titleInFrame ? what.title : zel::String());
+        framed.shapes.front().coreKind = what.kind;
         place(framed, m.frameX, m.frameY, column);
         return framed;
     }

@@ -21,7 +21,8 @@ struct Shape {
     std::size_t width;
     std::size_t height;
     zel::String text;
-    unsigned int level = 0; // of a cache
+    unsigned int level = 0;                                      // of a cache
+    std::optional<libQuarrow::topology::CoreKind> coreKind = {}; // of a core
 };
 
 struct Drawing {

@@ -8,6 +8,8 @@ namespace quarrow {
 namespace {
 
 constexpr const char* legend = "Blue: logical processors";
+constexpr const char* legendOfKinds =
+    "Blue: logical processors. Cores: violet performance (P), green efficient (E), yellow low power (LP)";
 
 // In pixels. The widths of letters are guesses, wide enough for the usual sans-serif fonts of this size.
 constexpr Measures measures = {1040, 7, 8, 18, 22, 8, 8, 8, 8, 6, false};
@@ -53,6 +55,17 @@ std::string labelled(const std::string& kind, const Shape& shape) {
     return rectangle(kind, shape) + textAt("middle", shape.x + shape.width / 2, shape);
 }
 
+// The kinds of core have fills of their own.
+std::string coreClass(const Shape& shape) {
+    using libQuarrow::topology::CoreKind;
+    if (!shape.coreKind) {
+        return "core";
+    }
+    return *shape.coreKind == CoreKind::performance ? "performance"
+           : *shape.coreKind == CoreKind::efficient ? "efficient"
+                                                    : "low-power";
+}
+
 std::string draw(const Shape& shape) {
     switch (shape.kind) {
     case Shape::PackageBox:
@@ -60,7 +73,7 @@ std::string draw(const Shape& shape) {
     case Shape::GroupBox:
         return rectangle("group", shape);
     case Shape::CoreBox:
-        return rectangle("core", shape);
+        return rectangle(coreClass(shape), shape);
     case Shape::ThreadBox:
         return labelled("thread", shape);
     case Shape::CacheBar:
@@ -81,6 +94,9 @@ constexpr const char* style = "<style>\n"
                               ".package { fill: #eef1f4 }\n"
                               ".group { fill: #dde3ea }\n"
                               ".core { fill: #ffffff }\n"
+                              ".performance { fill: #f3ecfb }\n"
+                              ".efficient { fill: #e4f3e2 }\n"
+                              ".low-power { fill: #f6f4d8 }\n"
                               ".thread { fill: #cfe3f7 }\n"
                               ".l1 { fill: #fdf0cf }\n"
                               ".l2 { fill: #fbdcae }\n"
@@ -92,7 +108,11 @@ constexpr const char* style = "<style>\n"
 
 std::string drawSvg(const std::vector<PictureBox>& packages) {
     Drawing drawing = layOut(packages, measures);
-    drawing.shapes.push_back({Shape::Text, 0, drawing.height, 0, 2 * measures.line, legend});
+    const bool kinds = std::any_of(drawing.shapes.begin(), drawing.shapes.end(),
+                                   [](const Shape& shape) { return shape.coreKind.has_value(); });
+    const zel::String explanation = kinds ? legendOfKinds : legend;
+    drawing.shapes.push_back({Shape::Text, 0, drawing.height, 0, 2 * measures.line, explanation});
+    drawing.width = std::max(drawing.width, explanation.size() * measures.letter);
     drawing.height += measures.line;
     const std::size_t width = drawing.width + 2 * margin;
     const std::size_t height = drawing.height + 2 * margin;

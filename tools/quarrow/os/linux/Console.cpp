@@ -1,6 +1,9 @@
 #include <tools/quarrow/os/Console.h>
 
 #include <csignal>
+#include <cstring>
+#include <langinfo.h>
+#include <locale.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -20,6 +23,16 @@ bool errorIsTerminal() {
 unsigned int terminalWidth() {
     winsize size{};
     return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+bool outputIsUtf8() {
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", static_cast<locale_t>(nullptr));
+    const bool utf8 =
+        locale != static_cast<locale_t>(nullptr) && std::strcmp(::nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    if (locale != static_cast<locale_t>(nullptr)) {
+        ::freelocale(locale);
+    }
+    return utf8;
 }
 
 std::vector<std::string> commandLine(int argc, char** argv) {

@@ -42,6 +42,10 @@ unsigned int terminalWidth() {
     return static_cast<unsigned int>(screen.srWindow.Right - screen.srWindow.Left + 1);
 }
 
+bool outputIsUtf8() {
+    return true; // the constructor saw to it
+}
+
 std::vector<std::string> commandLine(int, char**) {
     // What main is given has lost every character outside the system's code page.
     std::vector<std::string> arguments;

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <tools/quarrow/Request.h>
+#include <tools/quarrow/Document.h>
+#include <tools/quarrow/classic/Processors.h>
 
 #include <libQuarrow/cpu/x86/x86_caches.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
@@ -10,27 +11,20 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
-// The JSON document, as docs/json.md describes it. What is not known is null.
+// JSON document 1, as docs/json.md describes it. What is not known is null.
 
 namespace quarrow {
 
-// A document with just the version of the tool and the machine.
-nlohmann::ordered_json emptyDocument(const Request& request);
-// Indented, with a line feed at the end. Bytes that are not UTF-8 become U+FFFD.
-std::string documentText(const nlohmann::ordered_json& document);
-
-// What a command adds to each element of "processors": like all the rest it is asked while the thread is on that
-// processor.
+// What a command adds to each element of "processors": asked, as all of it, while the thread is on that processor.
 struct Section {
     std::function<void(const libQuarrow::cpu::x86_cpu& cpu, nlohmann::ordered_json& element)> add;
-    const char* doing = nullptr; // for the progress bar, where it takes a while
+    const char* doing = nullptr; // what it does, where that takes its time
 };
 
 // Everything about the machine: all its processors and packages; or about the processors that the request's operands
 // name, and then "packages" is null.
-std::string machineDocument(const Request& request, const Section& section = {});
+std::string classicDocument(const Request& request, const Section& section = {});
 
 // Null for what stands for "not known": 0 where no such number can be, and the empty text.
 nlohmann::ordered_json knownNumber(std::uint32_t number);

@@ -1,4 +1,4 @@
-#include <tools/quarrow/document/Document.h>
+#include <tools/quarrow/classic/ClassicDocument.h>
 
 #include <libQuarrow/cpu/x86/x86_amd_info.h>
 #include <libQuarrow/cpu/x86/x86_intel_info.h>

@@ -1,6 +1,6 @@
-#include <tools/quarrow/document/Document.h>
+#include <tools/quarrow/classic/ClassicDocument.h>
 
-#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/classic/Processors.h>
 
 #include <libQuarrow/cpu/x86/x86_cache_sharing.h>
 #include <libQuarrow/cpu/x86/x86_physical_cpus.h>
@@ -66,20 +66,7 @@ ordered_json knownText(const zel::String& text) {
     return text.isEmpty() ? ordered_json() : ordered_json(text.toUtf8());
 }
 
-ordered_json emptyDocument(const Request& request) {
-    const std::string native = "native"; // this machine, which is no recording
-    ordered_json document = {{"quarrow", QUARROW_VERSION}, {"machine", request.machineFile.value_or(native)}};
-    if (request.machineFile == native) {
-        document["recorded"] = true; // a file of that name
-    }
-    return document;
-}
-
-std::string documentText(const ordered_json& document) {
-    return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-}
-
-std::string machineDocument(const Request& request, const Section& section) {
+std::string classicDocument(const Request& request, const Section& section) {
     x86_cache_sharing sharing;
     std::map<const x86_cpu*, ordered_json> elements;
     const auto visit = [&](const x86_cpu& cpu) {

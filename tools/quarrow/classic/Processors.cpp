@@ -1,8 +1,9 @@
-#include <tools/quarrow/Processors.h>
+#include <tools/quarrow/classic/Processors.h>
 
 #include <tools/quarrow/Failure.h>
 #include <tools/quarrow/Progress.h>
 #include <tools/quarrow/Text.h>
+#include <tools/quarrow/TopologyReading.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +12,7 @@
 namespace quarrow {
 
 using libQuarrow::cpu::x86_cpu;
+using libQuarrow::topology::ProcessorSet;
 
 namespace {
 
@@ -20,19 +22,31 @@ bool isNumber(const x86_cpu& cpu, std::uint64_t number) {
     return cpu.getLogicalCpuNumber() == number && number != unknownNumber;
 }
 
-const x86_cpu* processorNamed(const Processors& processors, const std::string& operand) {
+// The numbers that an operand names: a list such as 0,4-7, or one number in any form. None for any other text.
+boost::optional<ProcessorSet> numbersIn(const std::string& operand) {
+    if (const auto list = ProcessorSet::fromList(operand)) {
+        return *list;
+    }
     std::uint64_t number = 0;
-    if (zel::String::fromUtf8(operand).toUint64(number) != zel::String::PARSE_OK) {
-        throw Failure(Failure::WrongInput,
-                      "'" + operand + "' is not a logical processor number; write one as in 0 or 12");
+    const bool isOne = zel::String::fromUtf8(operand).toUint64(number) == zel::String::PARSE_OK;
+    return boost::make_optional(isOne && number <= ProcessorSet::highestNumber,
+                                ProcessorSet{static_cast<std::uint32_t>(number & ProcessorSet::highestNumber)});
+}
+
+void appendNamed(const Processors& processors, const std::string& operand, Processors& named) {
+    const boost::optional<ProcessorSet> numbers = numbersIn(operand);
+    if (!numbers) {
+        throw Failure(Failure::WrongInput, noList(operand));
     }
-    const auto found = std::find_if(processors.begin(), processors.end(),
-                                    [number](const x86_cpu* cpu) { return isNumber(*cpu, number); });
-    if (found == processors.end()) {
-        throw Failure(Failure::WrongInput,
-                      "there is no logical processor " + operand + "; this machine has " + numberRanges(processors));
+    for (const std::uint32_t number : *numbers) {
+        const auto found = std::find_if(processors.begin(), processors.end(),
+                                        [number](const x86_cpu* cpu) { return isNumber(*cpu, number); });
+        if (found == processors.end()) {
+            throw Failure(Failure::WrongInput, "there is no logical processor " + std::to_string(number) +
+                                                   "; this machine has " + numberRanges(processors));
+        }
+        named.push_back(*found);
     }
-    return *found;
 }
 
 // Why processors could not be read.
@@ -92,9 +106,10 @@ Machine readMachine(const Request& request, const libQuarrow::cpu::x86_physical_
 }
 
 bool isNamed(const x86_cpu& cpu, const std::vector<std::string>& operands) {
-    std::uint64_t number = 0;
-    return operands.empty() || std::any_of(operands.begin(), operands.end(), [&](const std::string& operand) {
-               return zel::String::fromUtf8(operand).toUint64(number) == zel::String::PARSE_OK && isNumber(cpu, number);
+    return operands.empty() || std::any_of(operands.begin(), operands.end(), [&cpu](const std::string& operand) {
+               const boost::optional<ProcessorSet> numbers = numbersIn(operand);
+               return numbers && cpu.getLogicalCpuNumber() != unknownNumber &&
+                      numbers->contains(cpu.getLogicalCpuNumber());
            });
 }
 
@@ -104,7 +119,7 @@ Processors namedProcessors(const Processors& processors, const std::vector<std::
     }
     Processors named;
     for (const std::string& operand : operands) {
-        named.push_back(processorNamed(processors, operand));
+        appendNamed(processors, operand, named);
     }
     return named;
 }

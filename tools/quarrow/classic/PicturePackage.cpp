@@ -1,5 +1,5 @@
-#include <tools/quarrow/Processors.h>
-#include <tools/quarrow/picture/Picture.h>
+#include <tools/quarrow/classic/ClassicPicture.h>
+#include <tools/quarrow/classic/Processors.h>
 
 #include <algorithm>
 #include <map>

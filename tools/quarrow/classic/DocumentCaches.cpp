@@ -1,4 +1,4 @@
-#include <tools/quarrow/document/Document.h>
+#include <tools/quarrow/classic/ClassicDocument.h>
 
 namespace quarrow {
 

@@ -1,4 +1,4 @@
-#include <tools/quarrow/picture/Picture.h>
+#include <tools/quarrow/picture/PictureSummary.h>
 
 #include <algorithm>
 
@@ -26,12 +26,14 @@ Cores coresIn(std::vector<PictureBox>& boxes) {
 }
 
 bool alike(const PictureBox& a, const PictureBox& b) {
-    return a.threads.size() == b.threads.size() && a.caches == b.caches;
+    return a.threads.size() == b.threads.size() && a.kind == b.kind && a.caches == b.caches;
 }
 
 zel::String noteOf(const Cores& cores) {
     const std::size_t threads = cores.front()->threads.size();
-    zel::String note = zel::String::SprintfFormat("%u core%s of %u thread%s", cores.size(),
+    const auto kind = cores.front()->kind;
+    const std::string kindName = kind ? std::string(" ") + nameOf(*kind) : std::string();
+    zel::String note = zel::String::SprintfFormat("%u%s core%s of %u thread%s", cores.size(), kindName,
                                                   cores.size() == 1 ? "" : "s", threads, threads == 1 ? "" : "s");
     const char* before = cores.size() == 1 ? ", with " : ", each with ";
     for (const PictureCache& cache : cores.front()->caches) {
@@ -72,16 +74,10 @@ void summarise(PictureBox& box) {
 
 } // namespace
 
-std::vector<PictureBox> pictureOf(const libQuarrow::cpu::x86_physical_cpus& tree,
-                                  libQuarrow::cpu::x86_cache_sharing& sharing) {
-    std::vector<PictureBox> packages;
-    for (std::size_t i = 0; i < tree.size(); ++i) {
-        packages.push_back(picturePackage(tree[i], sharing, i));
-    }
+void summariseCores(std::vector<PictureBox>& packages) {
     if (coresIn(packages).size() > manyCores) {
         std::for_each(packages.begin(), packages.end(), summarise);
     }
-    return packages;
 }
 
 } // namespace quarrow

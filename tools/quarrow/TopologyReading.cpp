@@ -1,0 +1,102 @@
+#include <tools/quarrow/TopologyReading.h>
+
+#include <tools/quarrow/Failure.h>
+
+#include <cstdio>
+#include <map>
+
+namespace quarrow {
+
+using libQuarrow::topology::LeftOutProcessor;
+
+namespace {
+
+std::string advice(const Request& request) {
+    if (!request.threadAffinity) {
+        return "; the whole process was to be moved there, try without --process";
+    }
+    return request.isRecorded() ? "; record it anew with 'quarrow record' or 'cpuid -r'" : "";
+}
+
+// "quarrow: left out 2 of 8 logical processors, 3,5: they cannot be visited"
+void sayWhoIsLeftOut(const Request& request, const Topology& topology) {
+    std::map<std::string, ProcessorSet> byReason;
+    for (const LeftOutProcessor& processor : topology.leftOut()) {
+        byReason[processor.reason].insert(processor.number);
+    }
+    for (const auto& [reason, numbers] : byReason) {
+        std::fprintf(stderr, "quarrow: left out %zu of %zu logical processors, %s: %s%s\n", numbers.count(),
+                     topology.processors().size() + topology.leftOut().size(), numbers.toList().c_str(), reason.c_str(),
+                     advice(request).c_str());
+    }
+}
+
+} // namespace
+
+Topology readTopology(const Request& request) {
+    std::optional<Topology> topology = Topology::read(request.threadAffinity);
+    if (!topology) {
+        throw Failure(Failure::CannotAnswer, "no logical processor could be read: the operating system does not tell "
+                                             "which there are");
+    }
+    if (topology->processors().empty()) {
+        const auto& leftOut = topology->leftOut();
+        throw Failure(Failure::CannotAnswer,
+                      "no logical processor could be read: " +
+                          (leftOut.empty() ? std::string("there is none") : leftOut.front().reason + advice(request)));
+    }
+    sayWhoIsLeftOut(request, *topology);
+    return std::move(*topology);
+}
+
+std::string noList(const std::string& operand) {
+    return "'" + operand + "' is not a list of logical processors; write it as in 0,4-7";
+}
+
+ProcessorSet namedSet(const Topology& topology, const std::vector<std::string>& operands) {
+    const ProcessorSet all = topology.all();
+    if (operands.empty()) {
+        return all;
+    }
+    ProcessorSet named;
+    for (const std::string& operand : operands) {
+        const std::optional<ProcessorSet> list = ProcessorSet::fromList(operand);
+        if (!list) {
+            throw Failure(Failure::WrongInput, noList(operand));
+        }
+        const ProcessorSet strangers = *list - all;
+        if (!strangers.empty()) {
+            throw Failure(Failure::WrongInput,
+                          "there is no logical processor " + strangers.toList() + "; this machine has " + all.toList());
+        }
+        named |= *list;
+    }
+    return named;
+}
+
+std::vector<const Processor*> namedProcessors(const Topology& topology, const std::vector<std::string>& operands) {
+    const ProcessorSet named = namedSet(topology, operands);
+    std::vector<const Processor*> processors;
+    for (const Processor& processor : topology.processors()) {
+        if (named.contains(processor.number)) {
+            processors.push_back(&processor);
+        }
+    }
+    return processors;
+}
+
+std::vector<AlikeProcessors> alikeProcessors(const std::vector<const Processor*>& processors,
+                                             const std::function<std::string(const Processor&)>& describe) {
+    std::vector<AlikeProcessors> groups;
+    std::map<std::string, std::size_t> places;
+    for (const Processor* processor : processors) {
+        const auto [place, isNew] = places.emplace(describe(*processor), groups.size());
+        if (isNew) {
+            groups.push_back({{}, place->first});
+        }
+        groups[place->second].numbers.insert(processor->number);
+    }
+    return groups;
+}
+
+} // namespace quarrow

@@ -1,0 +1,119 @@
+#include <tools/quarrow/Words.h>
+
+#include <tools/quarrow/Text.h>
+#include <tools/quarrow/os/Console.h>
+
+#include <libQuarrow/topology/names/HypervisorNames.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace quarrow {
+
+using libQuarrow::topology::CacheFigures;
+using libQuarrow::topology::CacheType;
+using libQuarrow::topology::Hypervisor;
+using libQuarrow::topology::ProcessorIdentity;
+
+namespace {
+
+constexpr std::size_t labelColumns = 20;
+constexpr std::size_t narrowest = 40;
+constexpr std::size_t widest = 1000;
+
+// "1.25": a quotient with as many of two decimals as it needs.
+std::string quotient(std::uint64_t value, std::uint64_t unit) {
+    std::string text =
+        zel::String::SprintfFormat("%.2f", static_cast<double>(value) / static_cast<double>(unit)).toUtf8();
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.back() == '.') {
+        text.pop_back();
+    }
+    return text;
+}
+
+} // namespace
+
+std::string sizeText(std::uint64_t bytes) {
+    constexpr std::uint64_t kilobyte = 1024;
+    constexpr std::uint64_t megabyte = 1024 * kilobyte;
+    constexpr std::uint64_t gigabyte = 1024 * megabyte;
+    if (bytes >= gigabyte && bytes % (gigabyte / 4) == 0) {
+        return quotient(bytes, gigabyte) + " GB";
+    }
+    if (bytes >= megabyte && bytes % (megabyte / 8) == 0) {
+        return bytes % (megabyte / 4) == 0 ? quotient(bytes, megabyte) + " MB"
+                                           : std::to_string(bytes / kilobyte) + " KB";
+    }
+    return bytes % kilobyte == 0 && bytes != 0 ? std::to_string(bytes / kilobyte) + " KB" : counted(bytes, "byte");
+}
+
+std::string counted(std::size_t count, const char* singular, const char* plural) {
+    const std::string word = count == 1 ? singular : plural != nullptr ? plural : std::string(singular) + "s";
+    return std::to_string(count) + " " + word;
+}
+
+std::string cacheName(const CacheFigures& figures) {
+    std::string name = "L" + std::to_string(figures.level);
+    return figures.type == CacheType::unified ? name : name + " " + nameOf(figures.type);
+}
+
+std::string cacheSize(const CacheFigures& figures) {
+    return figures.type == CacheType::trace ? std::to_string(figures.sizeBytes / 1024) + "K micro-ops"
+                                            : sizeText(figures.sizeBytes);
+}
+
+std::string processorName(const ProcessorIdentity& identity) {
+    if (!identity.brand.empty()) {
+        return printable(zel::String::fromUtf8(identity.brand).normalizeSpaces());
+    }
+    const std::string maker = identity.vendor.empty() ? "unknown maker" : identity.vendor;
+    return printable(zel::String::fromUtf8(maker)) + zel::String::SprintfFormat(" family %u model %u stepping %u",
+                                                                                identity.family, identity.model,
+                                                                                identity.stepping)
+                                                         .toUtf8();
+}
+
+std::string hypervisorName(const Hypervisor& hypervisor) {
+    constexpr std::uint32_t hyperVInterface = 0x31237648; // "Hv#1"
+    const std::string_view known = libQuarrow::topology::hypervisorNamed(hypervisor.signature);
+    const std::string name = !known.empty()                 ? std::string(known)
+                             : hypervisor.signature.empty() ? "yes, of an unknown maker"
+                                                            : "\"" + hypervisor.signature + "\"";
+    const bool asHyperV = hypervisor.interface == hyperVInterface && known != "Hyper-V";
+    return asHyperV ? name + ", with Hyper-V's interface" : name;
+}
+
+std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
+    std::string all;
+    for (const std::string& text : texts) {
+        if (!text.empty()) {
+            all += (all.empty() ? "" : std::string(separator)) + text;
+        }
+    }
+    return all;
+}
+
+std::string paragraph(std::string_view label, std::string_view value, std::size_t columns) {
+    const std::size_t room = std::max(columns, narrowest) - labelColumns - 2;
+    std::string text;
+    std::string before(label);
+    before.resize(std::max(before.size(), labelColumns), ' ');
+    before += ": ";
+    for (const zel::String& part : wrapped(zel::String::fromUtf8(std::string(value)), room)) {
+        text += before + printable(part) + "\n";
+        before.assign(labelColumns + 2, ' ');
+    }
+    return text.empty() ? before + "\n" : text;
+}
+
+std::size_t outputColumns() {
+    std::size_t columns = terminalWidth();
+    const char* const environment = std::getenv("COLUMNS");
+    if (columns == 0 && environment != nullptr) {
+        columns = std::strtoul(environment, nullptr, 10);
+    }
+    return columns == 0 ? 80 : std::clamp(columns, narrowest, widest);
+}
+
+} // namespace quarrow

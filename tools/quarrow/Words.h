@@ -1,0 +1,35 @@
+#pragma once
+
+#include <libQuarrow/topology/Topology.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// How the commands say what a machine has.
+
+namespace quarrow {
+
+// "48 KB", "1.25 MB"; bytes where it is not a round number of either.
+std::string sizeText(std::uint64_t bytes);
+// "1 core", "16 cores".
+std::string counted(std::size_t count, const char* singular, const char* plural = nullptr);
+// "L1 data", "L3".
+std::string cacheName(const libQuarrow::topology::CacheFigures& figures);
+// "48 KB"; of a trace cache "12K micro-ops".
+std::string cacheSize(const libQuarrow::topology::CacheFigures& figures);
+// What a processor is called: its brand string, else its maker and signature.
+std::string processorName(const libQuarrow::topology::ProcessorIdentity& identity);
+// "KVM"; the signature in quotes where it is of an unknown one. With the interface where that is another's.
+std::string hypervisorName(const libQuarrow::topology::Hypervisor& hypervisor);
+// "a, b, c" of those that are not empty.
+std::string joined(const std::vector<std::string>& texts, std::string_view separator = ", ");
+
+// "Label               : value" and a line feed, the value broken at blanks where the line would be longer than
+// `columns`, further lines indented to the value.
+std::string paragraph(std::string_view label, std::string_view value, std::size_t columns);
+// Columns of the terminal; where there is none, of $COLUMNS, or 80.
+std::size_t outputColumns();
+
+} // namespace quarrow
