@@ -57,7 +57,7 @@ constexpr Exception exceptions[] = {
     {"intel-sapphirerapids", "microarchitecture", "Golden Cove, not the Sunny Cove of Ice Lake"},
     {"intel-emeraldrapids", "microarchitecture", "they repeat the codename; the core is Raptor Cove"},
     {"intel-graniterapids", "microarchitecture", "Redwood Cove, not the Golden Cove of Sapphire Rapids"},
-    {"intel-graniterapids", "process", "Intel 3, by Intel's product specification"},
+    {"intel-graniterapids", "process", "Intel 3, by Intel's product page"},
     {"intel-alderlaken", "microarchitecture", "it has efficient cores alone, which are Gracemont"},
     {"intel-arrowlake-ultra5", "microarchitecture", "none tells; the performance cores are Lion Cove"},
     {"intel-arrowlake-ultra7-265u", "process", "Arrow Lake-U is Meteor Lake's design in Intel 3"},

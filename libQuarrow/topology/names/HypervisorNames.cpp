@@ -9,7 +9,7 @@ struct HypervisorRow {
 };
 
 // From the hypervisors' own documents (KVM: Linux, Documentation/virt/kvm/x86/cpuid.rst; Hyper-V: top-level functional
-// specification; Xen: public/arch-x86/cpuid.h) and what Linux and systemd recognise.
+// reference; Xen: public/arch-x86/cpuid.h) and what Linux and systemd recognise.
 // clang-format off
 constexpr HypervisorRow hypervisors[] = {
     {" QNXQVMBSQG ",  "QNX"},

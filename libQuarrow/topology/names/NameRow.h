@@ -10,7 +10,7 @@ namespace libQuarrow::topology {
 // Where a row's names stand. Several documents of a kind are told apart by the family that they are for.
 enum class NameSource {
     SdmModels,      // Intel SDM volume 4, table 2-1: processors by DisplayFamily_DisplayModel
-    SpecUpdate,     // Intel specification updates and datasheets: component identification by CPUID
+    SpecUpdate,     // Intel data sheets and their updates: component identification by CPUID
     LinuxFamilies,  // Linux, intel-family.h: models that Intel has added before it published the processor
     RevisionGuide,  // AMD revision guides: family 0xF 25759 and 33610, 0x10 41322, 0x11 41788, 0x12 44739,
                     // 0x14 47534, 0x15 48063, 48931, 51603 and 50742, 0x16 51810 and 53072

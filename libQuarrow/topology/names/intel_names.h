@@ -3,7 +3,7 @@
 #include <libQuarrow/topology/names/NameRow.h>
 
 // Private to the library: names of Intel's processors. Sources: NameSource says; processes are those of Intel's product
-// specifications (the "lithography" of each product).
+// pages (the "lithography" of each product).
 
 namespace libQuarrow::topology {
 
@@ -134,7 +134,7 @@ constexpr NameRow intelNames[] = {
 };
 static_assert(signaturesAscend(intelNames));
 
-// Product names from the brand strings; codenames from the specification updates of those products.
+// Product names from the brand strings; codenames from the data sheets and their updates of those products.
 //   family, models, steppings, word, codename
 constexpr BrandRow intelBrandNames[] = {
     {0x06, 0x05, 0x05,  0, 15, "Celeron",                 "Covington"},
