@@ -4,6 +4,7 @@
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/classic/ClassicCommands.h>
 #include <tools/quarrow/commands/Commands.h>
 
 #include <algorithm>
@@ -151,12 +152,16 @@ std::size_t askEverything(const os::Recording& recording) {
             ++characters; // a machine without a processor that answers
         }
     };
-    for (const auto command : {quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
-                               quarrow::cachesCommand, quarrow::affinityCommand, quarrow::limitsCommand,
-                               quarrow::speedCommand, quarrow::pictureCommand, quarrow::recordCommand}) {
+    for (const auto command :
+         {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
+          quarrow::cachesCommand, quarrow::affinityCommand, quarrow::limitsCommand, quarrow::speedCommand,
+          quarrow::pictureCommand, quarrow::recordCommand, quarrow::classicTreeCommand, quarrow::classicCpusCommand,
+          quarrow::classicFeaturesCommand, quarrow::classicCachesCommand}) {
         ask(command, false);
     }
-    ask(quarrow::treeCommand, true); // the document with everything
+    // The documents with everything.
+    ask(quarrow::treeCommand, true);
+    ask(quarrow::classicTreeCommand, true);
     if (const auto topology = topology::Topology::read()) {
         const std::string wrong = testing_support::contradictionIn(*topology);
         if (!wrong.empty()) {
