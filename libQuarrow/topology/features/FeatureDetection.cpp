@@ -7,7 +7,9 @@
 #include <libQuarrow/topology/features/usable_features.h>
 
 #include <cstring>
+#include <iterator>
 #include <map>
+#include <vector>
 
 namespace libQuarrow::topology {
 namespace {
@@ -78,13 +80,33 @@ std::uint32_t registerOf(const cpu::cpuid_args& leaf, cpu::CpuidRegister reg) {
     }
 }
 
-bool containsEach(const FeatureSet& set, std::initializer_list<Feature> features) {
-    for (const Feature feature : features) {
-        if (!set.contains(feature)) {
-            return false;
+// A row of usableFeatures by the places of its names, which are looked up once.
+struct UsableRow {
+    std::size_t feature;
+    std::uint64_t state;
+    std::optional<std::size_t> enabledBy;
+};
+
+const std::vector<UsableRow>& usableRows() {
+    static const std::vector<UsableRow> rows = [] {
+        std::vector<UsableRow> found;
+        for (const UsableFeature& row : usableFeatures) {
+            found.push_back({featureNamed(row.name)->index, row.state, std::nullopt});
+            if (row.enabledBy != nullptr) {
+                found.back().enabledBy = featureNamed(row.enabledBy)->index;
+            }
         }
+        return found;
+    }();
+    return rows;
+}
+
+FeatureSet setOf(std::initializer_list<Feature> features) {
+    FeatureSet set;
+    for (const Feature feature : features) {
+        set.insert(feature);
     }
-    return true;
+    return set;
 }
 
 } // namespace
@@ -110,10 +132,10 @@ FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
 FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid) {
     const std::uint64_t enabled = features.contains("osxsave") ? cpuid.xcr0() : 0;
     FeatureSet usable;
-    for (const UsableFeature& row : usableFeatures) {
-        if (features.contains(row.name) && (enabled & row.state) == row.state &&
-            (row.enabledBy == nullptr || features.contains(row.enabledBy))) {
-            usable.insert(Feature{row.name});
+    for (const UsableRow& row : usableRows()) {
+        if (features.containsIndex(row.feature) && (enabled & row.state) == row.state &&
+            (!row.enabledBy || features.containsIndex(*row.enabledBy))) {
+            usable.insertIndex(row.feature);
         }
     }
     return usable;
@@ -122,16 +144,17 @@ FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid) {
 std::optional<std::uint32_t> levelOf(const FeatureSet& usable) {
     using namespace isa;
     // 64-bit mode has SYSCALL wherever it is: Intel's processors do not tell it to programs of 32 bits.
-    if (!containsEach(usable, {{"lm"}, cmov, cx8, {"fpu"}, {"fxsr"}, mmx, sse, sse2})) {
-        return std::nullopt;
+    static const FeatureSet levels[] = {
+        setOf({{"lm"}, cmov, cx8, {"fpu"}, {"fxsr"}, mmx, sse, sse2}),
+        setOf({cx16, {"lahf_lm"}, popcnt, sse3, sse4_1, sse4_2, ssse3}),
+        setOf({avx, avx2, bmi1, bmi2, f16c, fma, lzcnt, movbe, {"xsave"}}),
+        setOf({avx512f, avx512bw, avx512cd, avx512dq, avx512vl}),
+    };
+    std::uint32_t level = 0;
+    while (level < std::size(levels) && usable.containsAll(levels[level])) {
+        ++level;
     }
-    if (!containsEach(usable, {cx16, {"lahf_lm"}, popcnt, sse3, sse4_1, sse4_2, ssse3})) {
-        return 1;
-    }
-    if (!containsEach(usable, {avx, avx2, bmi1, bmi2, f16c, fma, lzcnt, movbe, {"xsave"}})) {
-        return 2;
-    }
-    return containsEach(usable, {avx512f, avx512bw, avx512cd, avx512dq, avx512vl}) ? 4 : 3;
+    return level == 0 ? std::nullopt : std::make_optional(level);
 }
 
 } // namespace libQuarrow::topology

@@ -22,7 +22,10 @@ bool FeatureSet::containsIndex(std::size_t index) const {
 }
 
 void FeatureSet::insertIndex(std::size_t index) {
-    m_words.resize(std::max(m_words.size(), index / bitsPerWord + 1));
+    if (index / bitsPerWord >= m_words.size()) {
+        m_words.reserve(featureNamesInOrder().size() / bitsPerWord + 1);
+        m_words.resize(index / bitsPerWord + 1);
+    }
     m_words[index / bitsPerWord] |= std::uint64_t{1} << index % bitsPerWord;
 }
 
@@ -32,7 +35,12 @@ bool FeatureSet::contains(Feature feature) const {
 }
 
 bool FeatureSet::containsAll(const FeatureSet& others) const {
-    return (others - *this).empty();
+    for (std::size_t i = 0; i < others.m_words.size(); ++i) {
+        if ((others.m_words[i] & ~(i < m_words.size() ? m_words[i] : 0)) != 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool FeatureSet::isKnown(std::string_view name) {

@@ -51,6 +51,7 @@ class QUARROW_EXPORT FeatureSet {
 
   private:
     friend FeatureSet featuresOf(cpu::CpuidReader& cpuid);
+    friend FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid);
     bool containsIndex(std::size_t index) const;
     void insertIndex(std::size_t index);
 
