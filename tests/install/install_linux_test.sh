@@ -7,6 +7,7 @@ source=$1 build=$2 compiler=$3
 work=$build/install_test
 # shellcheck source=tests/install/examples.sh
 . "$source/tests/install/examples.sh"
+version=$(sed -n 's/^project(Quarrow VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
 rm -rf "$work"
 mkdir -p "$work"
 
@@ -46,7 +47,7 @@ done
 
 # try ROOT: as a user of what lies there.
 try() {
-    answers "quarrow 1." "$1/bin/quarrow" --version
+    answers "quarrow $version" "$1/bin/quarrow" --version
     answers "2 packages, 4 cores, 8 threads" "$1/bin/quarrow" --machine "$source/tests/machines/intel-2p-smt.txt"
     for file in man/man1/quarrow.1 doc/quarrow/recordings.md bash-completion/completions/quarrow \
         zsh/site-functions/_quarrow fish/vendor_completions.d/quarrow.fish; do
@@ -69,7 +70,7 @@ answers "libboost-dev" dpkg-deb -f "$development" Depends
 answers "quarrow (= " dpkg-deb -f "$development" Depends
 mkdir "$work/runtime"
 dpkg -x "$runtime" "$work/runtime"
-answers "quarrow 1." "$work/runtime/usr/bin/quarrow" --version
+answers "quarrow $version" "$work/runtime/usr/bin/quarrow" --version
 try "$work/unpacked/usr"
 [ -s "$work/runtime/usr/share/doc/quarrow/copyright" ] || fail "the package quarrow lacks its copyright file"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib with_pkg_config "$work/unpacked/usr"

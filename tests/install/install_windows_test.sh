@@ -7,6 +7,7 @@ source=$1 build=$2 compiler=$3
 work=$build/install_test suffix=.exe run=$source/scripts/run-under-wine.sh
 # shellcheck source=tests/install/examples.sh
 . "$source/tests/install/examples.sh"
+version=$(sed -n 's/^project(Quarrow VERSION \([0-9.]*\) .*/\1/p' "$source/CMakeLists.txt")
 rm -rf "$work"
 mkdir -p "$work/unpacked"
 
@@ -14,7 +15,7 @@ cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >"$work/log" 2>&1 
 cmake -E chdir "$work/unpacked" cmake -E tar xf "$work"/packages/*.zip
 root=$(echo "$work"/unpacked/quarrow-*)
 
-answers "quarrow 1." "$run" "$root/bin/quarrow.exe" --version
+answers "quarrow $version" "$run" "$root/bin/quarrow.exe" --version
 answers "2 packages, 4 cores, 8 threads" "$run" "$root/bin/quarrow.exe" --machine "$source/tests/machines/intel-2p-smt.txt"
 
 grep -q "#include <fmt/" "$root/THIRD-PARTY.txt" || fail "the archive lacks the licences of what it is built with"

@@ -2,6 +2,8 @@
 
 #include <tools/quarrow/Failure.h>
 
+#include <zel/String.h>
+
 #include <cstdio>
 #include <map>
 
@@ -49,8 +51,17 @@ Topology readTopology(const Request& request) {
     return std::move(*topology);
 }
 
-std::string noList(const std::string& operand) {
-    return "'" + operand + "' is not a list of logical processors; write it as in 0,4-7";
+ProcessorSet numbersIn(const std::string& operand) {
+    if (const auto list = ProcessorSet::fromList(operand)) {
+        return *list;
+    }
+    std::uint64_t number = 0;
+    if (zel::String::fromUtf8(operand).toUint64(number) != zel::String::PARSE_OK ||
+        number > ProcessorSet::highestNumber) {
+        throw Failure(Failure::WrongInput,
+                      "'" + operand + "' is not a list of logical processors; write it as in 0,4-7");
+    }
+    return {static_cast<std::uint32_t>(number)};
 }
 
 ProcessorSet namedSet(const Topology& topology, const std::vector<std::string>& operands) {
@@ -60,16 +71,13 @@ ProcessorSet namedSet(const Topology& topology, const std::vector<std::string>& 
     }
     ProcessorSet named;
     for (const std::string& operand : operands) {
-        const std::optional<ProcessorSet> list = ProcessorSet::fromList(operand);
-        if (!list) {
-            throw Failure(Failure::WrongInput, noList(operand));
-        }
-        const ProcessorSet strangers = *list - all;
+        const ProcessorSet list = numbersIn(operand);
+        const ProcessorSet strangers = list - all;
         if (!strangers.empty()) {
             throw Failure(Failure::WrongInput,
                           "there is no logical processor " + strangers.toList() + "; this machine has " + all.toList());
         }
-        named |= *list;
+        named |= list;
     }
     return named;
 }

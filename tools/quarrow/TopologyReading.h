@@ -20,14 +20,15 @@ using libQuarrow::topology::Topology;
 // were left out.
 Topology readTopology(const Request& request);
 
-// The processors that the operands name, each a list as taskset takes it, such as 0,4-7; all without operands. Throws
-// Failure for an operand that is no list and for a number that no processor has.
+// The processors that the operands name, each as numbersIn() takes it; all without operands. Throws Failure for any
+// other operand and for a number that no processor has.
 ProcessorSet namedSet(const Topology& topology, const std::vector<std::string>& operands);
 // The same as processors, ascending.
 std::vector<const Processor*> namedProcessors(const Topology& topology, const std::vector<std::string>& operands);
 
-// What is wrong with an operand that is no list.
-std::string noList(const std::string& operand);
+// The numbers that an operand names: a list such as 0,4-7, or one number in any form. Throws Failure for any other
+// text.
+ProcessorSet numbersIn(const std::string& operand);
 
 // Processors that `describe` tells the same of.
 struct AlikeProcessors {

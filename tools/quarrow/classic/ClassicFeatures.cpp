@@ -1,7 +1,7 @@
-#include <tools/quarrow/classic/Processors.h>
 #include <tools/quarrow/Text.h>
 #include <tools/quarrow/classic/ClassicCommands.h>
 #include <tools/quarrow/classic/ClassicDocument.h>
+#include <tools/quarrow/classic/Processors.h>
 
 namespace quarrow {
 

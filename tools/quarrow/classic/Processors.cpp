@@ -22,23 +22,8 @@ bool isNumber(const x86_cpu& cpu, std::uint64_t number) {
     return cpu.getLogicalCpuNumber() == number && number != unknownNumber;
 }
 
-// The numbers that an operand names: a list such as 0,4-7, or one number in any form. None for any other text.
-boost::optional<ProcessorSet> numbersIn(const std::string& operand) {
-    if (const auto list = ProcessorSet::fromList(operand)) {
-        return *list;
-    }
-    std::uint64_t number = 0;
-    const bool isOne = zel::String::fromUtf8(operand).toUint64(number) == zel::String::PARSE_OK;
-    return boost::make_optional(isOne && number <= ProcessorSet::highestNumber,
-                                ProcessorSet{static_cast<std::uint32_t>(number & ProcessorSet::highestNumber)});
-}
-
 void appendNamed(const Processors& processors, const std::string& operand, Processors& named) {
-    const boost::optional<ProcessorSet> numbers = numbersIn(operand);
-    if (!numbers) {
-        throw Failure(Failure::WrongInput, noList(operand));
-    }
-    for (const std::uint32_t number : *numbers) {
+    for (const std::uint32_t number : numbersIn(operand)) {
         const auto found = std::find_if(processors.begin(), processors.end(),
                                         [number](const x86_cpu* cpu) { return isNumber(*cpu, number); });
         if (found == processors.end()) {
@@ -107,9 +92,8 @@ Machine readMachine(const Request& request, const libQuarrow::cpu::x86_physical_
 
 bool isNamed(const x86_cpu& cpu, const std::vector<std::string>& operands) {
     return operands.empty() || std::any_of(operands.begin(), operands.end(), [&cpu](const std::string& operand) {
-               const boost::optional<ProcessorSet> numbers = numbersIn(operand);
-               return numbers && cpu.getLogicalCpuNumber() != unknownNumber &&
-                      numbers->contains(cpu.getLogicalCpuNumber());
+               return cpu.getLogicalCpuNumber() != unknownNumber &&
+                      numbersIn(operand).contains(cpu.getLogicalCpuNumber());
            });
 }
 

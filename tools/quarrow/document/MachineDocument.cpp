@@ -33,6 +33,11 @@ ordered_json orNull(std::string_view text) {
     return text.empty() ? ordered_json() : ordered_json(text);
 }
 
+// The brand string, its blanks normalised.
+ordered_json brandJson(const ProcessorIdentity& identity) {
+    return orNull(std::string_view(zel::String::fromUtf8(identity.brand).normalizeSpaces().toUtf8()));
+}
+
 ordered_json kindJson(const std::optional<CoreKind>& kind) {
     return kind ? ordered_json(nameOf(*kind)) : ordered_json();
 }
@@ -89,7 +94,7 @@ ordered_json leftOutJson(const Topology& topology) {
 
 ordered_json summaryJson(const Topology& topology) {
     const ProcessorIdentity& first = *topology.processors().front().identity;
-    return {{"name", orNull(std::string_view(first.brand))},
+    return {{"name", brandJson(first)},
             {"packages", topology.packages().size()},
             {"dies", countJson(topology.dies())},
             {"cores", topology.cores().size()},
@@ -124,7 +129,7 @@ ordered_json processorJson(const Processor& processor) {
             {"numaNode", orNull(processor.numaNode)},
             {"kind", kindJson(processor.kind)},
             {"vendor", identity.vendor},
-            {"name", orNull(std::string_view(identity.brand))},
+            {"name", brandJson(identity)},
             {"family", identity.family},
             {"model", identity.model},
             {"stepping", identity.stepping},

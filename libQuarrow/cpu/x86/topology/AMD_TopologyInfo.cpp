@@ -129,7 +129,7 @@ void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
         bool sameCore = previous != nullptr && previous->coreId == entry.coreId;
         if (previous != nullptr && previous->nodeId != entry.nodeId && entry.nodesPerProcessor == 0) {
             // A new node opens a socket only here, and the count, a field plus 1, is never 0: every processor lands in
-            // socket 0. The comparison is meant so and must stay.
+            // socket 0. Programs compare those places with the ones that they have stored: the comparison must stay.
             ++socket;
             sameCore = false;
         }
@@ -137,8 +137,8 @@ void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
             remainingThreads = entry.threadsPerCore;
             thread = 0;
         } else if (remainingThreads == 0) {
-            // The first entry of a core does not count, so a core takes threadsPerCore + 1 entries before this. That
-            // count must stay, and so must the spelling of the message.
+            // The first entry of a core does not count, so a core takes threadsPerCore + 1 entries before this. People
+            // search old logs for the message, so both its count and its spelling must stay.
             if (tooMany.isEmpty()) { // made once, since every entry of a machine may get here
                 tooMany = "\nUnexpected condition: thread count exceeeded\n:" + leafReport(entries);
             }
