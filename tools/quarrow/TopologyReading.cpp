@@ -20,8 +20,13 @@ std::string advice(const Request& request) {
     return request.isRecorded() ? "; record it anew with 'quarrow record' or 'cpuid -r'" : "";
 }
 
-// "quarrow: left out 2 of 8 logical processors, 3,5: they cannot be visited"
+// "quarrow: left out 2 of 8 logical processors, 3,5: they cannot be visited". Once, however often they are read.
 void sayWhoIsLeftOut(const Request& request, const Topology& topology) {
+    static bool said = false;
+    if (said) {
+        return;
+    }
+    said = !topology.leftOut().empty();
     std::map<std::string, ProcessorSet> byReason;
     for (const LeftOutProcessor& processor : topology.leftOut()) {
         byReason[processor.reason].insert(processor.number);
