@@ -84,6 +84,23 @@ std::string hypervisorName(const Hypervisor& hypervisor) {
     return asHyperV ? name + ", with Hyper-V's interface" : name;
 }
 
+std::string levelText(const std::optional<std::uint32_t>& level) {
+    return level ? "x86-64-v" + std::to_string(*level) : std::string();
+}
+
+std::string featureNames(const libQuarrow::topology::FeatureSet& features) {
+    std::string text;
+    for (const std::string_view name : features.names()) {
+        text += (text.empty() ? "" : " ") + std::string(name);
+    }
+    return text;
+}
+
+std::string affinityText(const libQuarrow::topology::Processor& processor) {
+    return zel::String::SprintfFormat("%u:%016I64Xh", unsigned{processor.group}, std::uint64_t{1} << processor.bit)
+        .toUtf8();
+}
+
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
     std::string all;
     for (const std::string& text : texts) {

@@ -3,6 +3,7 @@
 #include <libQuarrow/topology/Topology.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,12 @@ std::string cacheSize(const libQuarrow::topology::CacheFigures& figures);
 std::string processorName(const libQuarrow::topology::ProcessorIdentity& identity);
 // "KVM"; the signature in quotes where it is of an unknown one. With the interface where that is another's.
 std::string hypervisorName(const libQuarrow::topology::Hypervisor& hypervisor);
+// "x86-64-v3"; empty below the first level.
+std::string levelText(const std::optional<std::uint32_t>& level);
+// The names, blanks between them.
+std::string featureNames(const libQuarrow::topology::FeatureSet& features);
+// The affinity text that selects the processor.
+std::string affinityText(const libQuarrow::topology::Processor& processor);
 // "a, b, c" of those that are not empty.
 std::string joined(const std::vector<std::string>& texts, std::string_view separator = ", ");
 

@@ -12,10 +12,8 @@ enum class NameSource {
     SdmModels,      // Intel SDM volume 4, table 2-1: processors by DisplayFamily_DisplayModel
     SpecUpdate,     // Intel data sheets and their updates: component identification by CPUID
     LinuxFamilies,  // Linux, intel-family.h: models that Intel has added before it published the processor
-    RevisionGuide,  // AMD revision guides: family 0xF 25759 and 33610, 0x10 41322, 0x11 41788, 0x12 44739,
-                    // 0x14 47534, 0x15 48063, 48931, 51603 and 50742, 0x16 51810 and 53072
-    ProgrammingRef, // AMD processor programming references: 0x17 54945, 55803, 55570, 56176, 56255; 0x19 55898,
-                    // 56214, 55901, 57243, 56713, 57019; 0x1A 57238, 57254
+    RevisionGuide,  // the AMD revision guide of that family
+    ProgrammingRef, // the AMD processor programming reference of those models
     DataSheet,      // the maker's data sheet or programmer's manual of that product
     KernelModels,   // Linux, cpu/amd.c, cpu/hygon.c, cpu/vortex.c and the perf drivers: generations by model
     CompilerModels, // gcc cpuinfo.h and the Zhaoxin perf driver of Linux: models by generation, contributed by the

@@ -73,14 +73,6 @@ std::string addresses(const ProcessorIdentity& identity) {
     return joined({told(identity.physicalAddressBits, "physical"), told(identity.linearAddressBits, "linear")});
 }
 
-std::string names(const libQuarrow::topology::FeatureSet& features) {
-    std::vector<std::string> texts;
-    for (const std::string_view name : features.names()) {
-        texts.emplace_back(name);
-    }
-    return joined(texts, " ");
-}
-
 std::string described(const Topology& topology, const Processor& processor, std::size_t columns) {
     const ProcessorIdentity& identity = *processor.identity;
     const ProcessorNames known = libQuarrow::topology::namesOf(processor);
@@ -93,9 +85,7 @@ std::string described(const Topology& topology, const Processor& processor, std:
     report.add("Process", std::string(known.process));
     report.add("Kind", processor.kind ? nameOf(*processor.kind) : "");
     report.add("Signature", signature(identity));
-    report.add("Affinity",
-               zel::String::SprintfFormat("%u:%016I64Xh", unsigned{processor.group}, std::uint64_t{1} << processor.bit)
-                   .toUtf8());
+    report.add("Affinity", affinityText(processor));
     report.add("APIC ID", processor.apicId
                               ? zel::String::SprintfFormat("%u (%Xh)", *processor.apicId, *processor.apicId).toUtf8()
                               : std::string());
@@ -103,9 +93,9 @@ std::string described(const Topology& topology, const Processor& processor, std:
     report.add("Caches", caches(topology, processor));
     report.add("Addresses", addresses(identity));
     report.add("Hypervisor", identity.hypervisor ? hypervisorName(*identity.hypervisor) : std::string());
-    report.add("Level", identity.level ? "x86-64-v" + std::to_string(*identity.level) : std::string());
-    report.add("Features", names(identity.features));
-    report.add("Programs can use", names(identity.usable));
+    report.add("Level", levelText(identity.level));
+    report.add("Features", featureNames(identity.features));
+    report.add("Programs can use", featureNames(identity.usable));
     return report.text();
 }
 

@@ -6,11 +6,7 @@
 namespace quarrow {
 namespace {
 
-std::string names(const libQuarrow::topology::FeatureSet& features) {
-    std::string text;
-    for (const std::string_view name : features.names()) {
-        text += (text.empty() ? "" : " ") + std::string(name);
-    }
+std::string orNone(const std::string& text) {
     return text.empty() ? "none" : text;
 }
 
@@ -26,10 +22,9 @@ std::string featuresCommand(const Request& request) {
     for (const AlikeProcessors& group :
          alikeProcessors(namedProcessors(topology, {}), [columns](const Processor& processor) {
              const auto& identity = *processor.identity;
-             const auto level = identity.level;
-             return paragraph("Level", level ? "x86-64-v" + std::to_string(*level) : "none", columns) +
-                    paragraph("Has", names(identity.features), columns) +
-                    paragraph("Programs can use", names(identity.usable), columns);
+             return paragraph("Level", orNone(levelText(identity.level)), columns) +
+                    paragraph("Has", orNone(featureNames(identity.features)), columns) +
+                    paragraph("Programs can use", orNone(featureNames(identity.usable)), columns);
          })) {
         text +=
             (text.empty() ? "" : "\n") + paragraph("Logical CPUs", group.numbers.toList(), columns) + group.description;

@@ -114,7 +114,7 @@ std::string extensionsOf(const FeatureSet& usable) {
 }
 
 std::string levelName(const std::optional<std::uint32_t>& level) {
-    return level ? "x86-64-v" + std::to_string(*level) : std::string("no x86-64 level");
+    return level ? levelText(level) : "no x86-64 level";
 }
 
 // What every processor runs; where they differ, who holds the others back.

@@ -105,11 +105,6 @@ ordered_json summaryJson(const Topology& topology) {
             {"leftOut", leftOutJson(topology)}};
 }
 
-std::string affinityText(const Processor& processor) {
-    return zel::String::SprintfFormat("%u:%016I64Xh", unsigned{processor.group}, std::uint64_t{1} << processor.bit)
-        .toUtf8();
-}
-
 ordered_json processorJson(const Processor& processor) {
     const ProcessorIdentity& identity = *processor.identity;
     const ProcessorNames names = namesOf(processor);
