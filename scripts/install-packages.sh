@@ -7,7 +7,7 @@ set -eu
 
 build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev"
 clang="clang libclang-rt-14-dev"
-test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev file python3-jsonschema $clang"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev file python3-jsonschema chromium chromium-driver $clang"
 bench="libbenchmark-dev libhwloc-dev"
 fuzz="$clang"
 docs="doxygen"

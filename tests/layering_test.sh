@@ -78,14 +78,16 @@ libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/de
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
-tools/quarrow:               zel libQuarrow/topology libQuarrow/topology/names tools/quarrow/os nlohmann
+tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
+                             tools/quarrow/os nlohmann
 tools/quarrow/picture:       zel libQuarrow/topology tools/quarrow
+tools/quarrow/page:          zel libQuarrow/topology tools/quarrow tools/quarrow/picture
 tools/quarrow/classic:       zel libQuarrow/cpu $x86 $x86/caches libQuarrow/topology tools/quarrow tools/quarrow/picture nlohmann
 tools/quarrow/document:      zel libQuarrow/topology libQuarrow/topology/names $x86 tools/quarrow tools/quarrow/classic nlohmann
 tools/quarrow/commands:      zel libKernelMode pci libQuarrow/machine libQuarrow/cpu $x86 $x86/caches libQuarrow/recording libQuarrow/recording/formats
                              libQuarrow/os/recorded libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
                              tools/quarrow tools/quarrow/os tools/quarrow/document tools/quarrow/classic
-                             tools/quarrow/picture nlohmann
+                             tools/quarrow/picture tools/quarrow/page nlohmann
 tools/quarrow/main.cpp:      zel libQuarrow/recording libQuarrow/recording/formats libQuarrow/os/recorded
                              tools/quarrow tools/quarrow/os tools/quarrow/classic tools/quarrow/commands CLI
 "

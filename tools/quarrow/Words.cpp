@@ -10,10 +10,13 @@
 
 namespace quarrow {
 
+using libQuarrow::topology::Cache;
 using libQuarrow::topology::CacheFigures;
 using libQuarrow::topology::CacheType;
 using libQuarrow::topology::Hypervisor;
 using libQuarrow::topology::ProcessorIdentity;
+using libQuarrow::topology::ProcessorSet;
+using libQuarrow::topology::TlbFigures;
 
 namespace {
 
@@ -61,6 +64,36 @@ std::string cacheName(const CacheFigures& figures) {
 std::string cacheSize(const CacheFigures& figures) {
     return figures.type == CacheType::trace ? std::to_string(figures.sizeBytes / 1024) + "K micro-ops"
                                             : sizeText(figures.sizeBytes);
+}
+
+std::string waysText(const std::optional<std::uint32_t>& ways) {
+    if (!ways) {
+        return {};
+    }
+    return *ways == 0 ? "fully associative" : *ways == 1 ? "direct mapped" : std::to_string(*ways) + "-way";
+}
+
+std::string sharersText(const Cache& cache) {
+    if (!cache.sharedBy) {
+        return "who shares it is not known";
+    }
+    std::vector<std::string> sets;
+    for (const ProcessorSet& processors : *cache.sharedBy) {
+        sets.push_back(processors.toList());
+    }
+    return joined(sets, " | ");
+}
+
+std::string tlbName(const TlbFigures& figures) {
+    return "L" + std::to_string(figures.level) + " " + nameOf(figures.type) + " TLB";
+}
+
+std::string pageSizesText(const TlbFigures& figures) {
+    std::vector<std::string> pages;
+    for (const std::uint64_t size : figures.pageSizes) {
+        pages.push_back(sizeText(size));
+    }
+    return joined(pages, " or ");
 }
 
 std::string processorName(const ProcessorIdentity& identity) {

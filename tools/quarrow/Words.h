@@ -20,6 +20,14 @@ std::string counted(std::size_t count, const char* singular, const char* plural 
 std::string cacheName(const libQuarrow::topology::CacheFigures& figures);
 // "48 KB"; of a trace cache "12K micro-ops".
 std::string cacheSize(const libQuarrow::topology::CacheFigures& figures);
+// "8-way", "fully associative"; empty where it is not known.
+std::string waysText(const std::optional<std::uint32_t>& ways);
+// "0-3 | 4-7"
+std::string sharersText(const libQuarrow::topology::Cache& cache);
+// "L1 data TLB"
+std::string tlbName(const libQuarrow::topology::TlbFigures& figures);
+// "2 MB or 4 MB"
+std::string pageSizesText(const libQuarrow::topology::TlbFigures& figures);
 // What a processor is called: its brand string, else its maker and signature.
 std::string processorName(const libQuarrow::topology::ProcessorIdentity& identity);
 // "KVM"; the signature in quotes where it is of an unknown one. With the interface where that is another's.

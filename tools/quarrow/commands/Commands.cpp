@@ -23,6 +23,7 @@ const std::vector<Command>& allCommands() {
          classicCachesCommand},
         {"picture", pictureCommand, "The machine drawn: packages, cores, threads, and the caches they share", {},
          {{"svg", "FILE", "Draw a picture for a report into FILE, in the SVG format"},
+          {"html", "FILE", "Make FILE a page for a browser: picture, summary, caches, features and leaves"},
           {"width", "COLUMNS", "Width of the text; without it, that of the terminal, of $COLUMNS, or 80"}}},
         {"limits", limitsCommand, "At which temperature Intel processors slow down, and how far their turbo goes"},
         {"speed", speedCommand, "Measured rate of the time-stamp counters; multipliers and speeds", processors},

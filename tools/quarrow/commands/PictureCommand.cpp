@@ -7,6 +7,7 @@
 #include <tools/quarrow/classic/Processors.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/os/Console.h>
+#include <tools/quarrow/page/MachinePage.h>
 #include <tools/quarrow/picture/TopologyPicture.h>
 
 namespace quarrow {
@@ -39,18 +40,29 @@ std::string pictureCommand(const Request& request) {
         throw Failure(Failure::WrongInput, "picture draws for people and has no JSON form; leave out --json");
     }
     const auto svg = request.options.find("svg");
-    if (svg != request.options.end() && request.options.count("width") != 0) {
-        throw Failure(Failure::WrongInput, "--width applies to the drawing in text only; leave out --width or --svg");
+    const auto html = request.options.find("html");
+    const auto none = request.options.end();
+    if (svg != none && html != none) {
+        throw Failure(Failure::WrongInput, "--svg and --html are two pictures; leave out one of them");
+    }
+    if ((svg != none || html != none) && request.options.count("width") != 0) {
+        throw Failure(Failure::WrongInput,
+                      "--width applies to the drawing in text only; leave out --width, --svg and --html");
+    }
+    if (html != none && request.classic) {
+        throw Failure(Failure::WrongInput, "the page of --html has no classic form; leave out --classic");
     }
     const std::uint64_t columns = columnsFor(request);
-    const std::vector<PictureBox> packages = picture(request);
-    if (svg == request.options.end()) {
-        return drawText(packages, columns, outputIsUtf8() ? boxLines : asciiLines);
+    if (svg == none && html == none) {
+        return drawText(picture(request), columns, outputIsUtf8() ? boxLines : asciiLines);
     }
-    if (svg->second == "-") {
-        return drawSvg(packages);
+    const std::string drawn =
+        svg != none ? drawSvg(picture(request)) : machinePage(readTopology(request), request.machineFile.value_or(""));
+    const std::string& path = svg != none ? svg->second : html->second;
+    if (path == "-") {
+        return drawn;
     }
-    writeFile(svg->second, drawSvg(packages));
+    writeFile(path, drawn);
     return {};
 }
 

@@ -44,5 +44,7 @@ constexpr Lines asciiLines = {u'-', u'|', u'+', u'+', u'+', u'+'}; // where the 
 std::string drawText(const std::vector<PictureBox>& packages, std::size_t columns, const Lines& lines);
 // The picture as an SVG 1.1 document.
 std::string drawSvg(const std::vector<PictureBox>& packages);
+// The element of that document alone, to stand within a page.
+std::string drawSvgElement(const std::vector<PictureBox>& packages);
 
 } // namespace quarrow

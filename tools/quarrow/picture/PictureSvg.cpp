@@ -85,28 +85,29 @@ std::string draw(const Shape& shape) {
     }
 }
 
+// Each rule is for what is inside a drawing: a page may hold several, and rules of its own.
 constexpr const char* style = "<style>\n"
-                              "rect { stroke: #46505a; stroke-width: 1 }\n"
-                              "text { font-family: sans-serif; font-size: 12px; fill: #1c2228 }\n"
-                              ".page { fill: #ffffff; stroke: none }\n"
-                              ".title { font-weight: bold }\n"
-                              ".middle { text-anchor: middle }\n"
-                              ".package { fill: #eef1f4 }\n"
-                              ".group { fill: #dde3ea }\n"
-                              ".core { fill: #ffffff }\n"
-                              ".performance { fill: #f3ecfb }\n"
-                              ".efficient { fill: #e4f3e2 }\n"
-                              ".low-power { fill: #f6f4d8 }\n"
-                              ".thread { fill: #cfe3f7 }\n"
-                              ".l1 { fill: #fdf0cf }\n"
-                              ".l2 { fill: #fbdcae }\n"
-                              ".l3 { fill: #f2c3a7 }\n"
-                              ".l4 { fill: #e3b5c0 }\n"
+                              "svg rect { stroke: #46505a; stroke-width: 1 }\n"
+                              "svg text { font-family: sans-serif; font-size: 12px; fill: #1c2228 }\n"
+                              "svg .page { fill: #ffffff; stroke: none }\n"
+                              "svg .title { font-weight: bold }\n"
+                              "svg .middle { text-anchor: middle }\n"
+                              "svg .package { fill: #eef1f4 }\n"
+                              "svg .group { fill: #dde3ea }\n"
+                              "svg .core { fill: #ffffff }\n"
+                              "svg .performance { fill: #f3ecfb }\n"
+                              "svg .efficient { fill: #e4f3e2 }\n"
+                              "svg .low-power { fill: #f6f4d8 }\n"
+                              "svg .thread { fill: #cfe3f7 }\n"
+                              "svg .l1 { fill: #fdf0cf }\n"
+                              "svg .l2 { fill: #fbdcae }\n"
+                              "svg .l3 { fill: #f2c3a7 }\n"
+                              "svg .l4 { fill: #e3b5c0 }\n"
                               "</style>\n";
 
 } // namespace
 
-std::string drawSvg(const std::vector<PictureBox>& packages) {
+std::string drawSvgElement(const std::vector<PictureBox>& packages) {
     Drawing drawing = layOut(packages, measures);
     const bool kinds = std::any_of(drawing.shapes.begin(), drawing.shapes.end(),
                                    [](const Shape& shape) { return shape.coreKind.has_value(); });
@@ -116,16 +117,18 @@ std::string drawSvg(const std::vector<PictureBox>& packages) {
     drawing.height += measures.line;
     const std::size_t width = drawing.width + 2 * margin;
     const std::size_t height = drawing.height + 2 * margin;
-    std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                      "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"" +
-                      attribute("width", width) + attribute("height", height) + " viewBox=\"0 0 " +
-                      std::to_string(width) + " " + std::to_string(height) + "\">\n" +
-                      "<title>Processors, cores, threads and caches</title>\n" + style +
-                      "<rect class=\"page\" width=\"100%\" height=\"100%\"/>\n";
+    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"" + attribute("width", width) +
+                      attribute("height", height) + " viewBox=\"0 0 " + std::to_string(width) + " " +
+                      std::to_string(height) + "\">\n" + "<title>Processors, cores, threads and caches</title>\n" +
+                      style + "<rect class=\"page\" width=\"100%\" height=\"100%\"/>\n";
     for (const Shape& shape : drawing.shapes) {
         svg += draw(shape);
     }
     return svg + "</svg>\n";
+}
+
+std::string drawSvg(const std::vector<PictureBox>& packages) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + drawSvgElement(packages);
 }
 
 } // namespace quarrow

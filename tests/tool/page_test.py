@@ -1,0 +1,171 @@
+#!/usr/bin/python3
+"""Opens the page of a machine in a browser, clicks and types in it, and looks at what it then shows.
+
+Usage: page_test.py QUARROW MACHINE. Needs Debian's chromium and chromium-driver, whose WebDriver protocol this speaks.
+"""
+
+import json
+import pathlib
+import re
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import urllib.error
+import urllib.request
+
+ELEMENT = "element-6066-11e4-a52e-4f735466cecf"  # the name that the protocol gives to a reference
+
+
+class Browser:
+    def __init__(self, folder):
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            port = probe.getsockname()[1]
+        self.url = f"http://127.0.0.1:{port}"
+        self.driver = subprocess.Popen(
+            ["chromedriver", f"--port={port}"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL
+        )
+        arguments = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--window-size=1200,900"]
+        capabilities = {
+            "goog:chromeOptions": {"args": [*arguments, f"--user-data-dir={folder}/profile"]},
+            "goog:loggingPrefs": {"browser": "ALL"},
+        }
+        self.session = self.answer_when_up({"capabilities": {"alwaysMatch": capabilities}})["sessionId"]
+
+    def ask(self, method, path, body=None):
+        data = None if body is None else json.dumps(body).encode()
+        request = urllib.request.Request(self.url + path, data, {"Content-Type": "application/json"}, method=method)
+        with urllib.request.urlopen(request, timeout=60) as answer:
+            return json.load(answer)["value"]
+
+    def answer_when_up(self, body):
+        deadline = time.monotonic() + 60
+        while True:
+            try:
+                return self.ask("POST", "/session", body)
+            except urllib.error.URLError as error:
+                if isinstance(error, urllib.error.HTTPError):
+                    raise RuntimeError(error.read().decode()) from error
+                if time.monotonic() > deadline:
+                    raise
+                time.sleep(0.1)
+
+    def open(self, path):
+        self.ask("POST", f"/session/{self.session}/url", {"url": path.as_uri()})
+
+    def run(self, script):
+        return self.ask("POST", f"/session/{self.session}/execute/sync", {"script": script, "args": []})
+
+    def element(self, selector):
+        found = self.ask("POST", f"/session/{self.session}/element", {"using": "css selector", "value": selector})
+        return f"/session/{self.session}/element/{found[ELEMENT]}"
+
+    def click(self, selector):
+        self.ask("POST", self.element(selector) + "/click", {})
+
+    def type(self, selector, text):
+        field = self.element(selector)
+        self.ask("POST", field + "/clear", {})
+        self.ask("POST", field + "/value", {"text": text})
+
+    def media(self, **features):
+        """Emulates a medium ("print") or what its reader prefers."""
+        medium = features.pop("medium", "")
+        listed = [{"name": name.replace("_", "-"), "value": value} for name, value in features.items()]
+        self.ask(
+            "POST",
+            f"/session/{self.session}/goog/cdp/execute",
+            {"cmd": "Emulation.setEmulatedMedia", "params": {"media": medium, "features": listed}},
+        )
+
+    def complaints(self):
+        return self.ask("POST", f"/session/{self.session}/se/log", {"type": "browser"})
+
+    def close(self):
+        try:
+            self.ask("DELETE", f"/session/{self.session}")
+        finally:
+            self.driver.terminate()
+            self.driver.wait(30)
+
+
+def shown(browser, selector):
+    return browser.run(
+        f"return [...document.querySelectorAll('{selector}')].filter(e => e.checkVisibility()).map(e => e.textContent)"
+    )
+
+
+def contrast(one, other):
+    """Of two colours "rgb(r, g, b)", as the accessibility guidelines WCAG 2 reckon it: 1 to 21."""
+
+    def luminance(colour):
+        parts = [int(part) / 255 for part in re.findall(r"\d+", colour)[:3]]
+        linear = [p / 12.92 if p <= 0.04045 else ((p + 0.055) / 1.055) ** 2.4 for p in parts]
+        return 0.2126 * linear[0] + 0.7152 * linear[1] + 0.0722 * linear[2]
+
+    light, dark = sorted((luminance(one), luminance(other)), reverse=True)
+    return (light + 0.05) / (dark + 0.05)
+
+
+def colours(browser):
+    """The text and the paper, then each fill of the picture with the text upon it."""
+    return browser.run(
+        """const of = (e, what) => getComputedStyle(e)[what];
+        const text = of(document.querySelector('.picture text'), 'fill');
+        const pairs = [[of(document.body, 'color'), of(document.body, 'backgroundColor')]];
+        for (const box of document.querySelectorAll('.picture rect')) pairs.push([text, of(box, 'fill')]);
+        return pairs"""
+    )
+
+
+def check(browser, page, features):
+    browser.open(page)
+    assert not browser.complaints(), browser.complaints()
+    assert browser.run("return performance.getEntriesByType('resource').length") == 0, "the page fetches something"
+
+    headings = shown(browser, "h2")
+    assert shown(browser, "nav a") == headings and "Picture" in headings, headings
+    browser.click("nav a[href='#features']")
+    assert browser.run("return document.querySelector('#features').getBoundingClientRect().top") < 900
+
+    assert shown(browser, ".feature") == features, "the page does not show the features of the machine"
+    browser.type("#features input", "avx 512")
+    some = shown(browser, ".feature")
+    assert 0 < len(some) < len(features), some
+    assert shown(browser, "#features output") == [f"{len(some)} of {len(features)}"]
+    browser.type("#features input", "no such feature")
+    assert shown(browser, ".feature") == []
+
+    for preference in ("light", "dark"):
+        browser.media(prefers_color_scheme=preference)
+        pairs = colours(browser)
+        worst = min(contrast(*pair) for pair in pairs)
+        assert worst >= 4.5, f"{preference}: {worst:.1f} where 4.5 is needed to be read"
+        papers.add(pairs[0][1])
+    assert len(papers) == 2, "light and dark look alike"
+
+    browser.media(medium="print")
+    assert shown(browser, "nav") == [] and shown(browser, ".search") == []
+    assert shown(browser, "table") != []
+    browser.media()
+
+
+papers = set()
+
+
+def main():
+    quarrow, machine = sys.argv[1:]
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as folder:
+        page = pathlib.Path(folder) / "page.html"
+        subprocess.run([quarrow, "--machine", machine, "picture", "--html", page], check=True)
+        document = json.loads(subprocess.check_output([quarrow, "--machine", machine, "--json"]))
+        browser = Browser(folder)
+        try:
+            check(browser, page, document["processors"][0]["features"])
+        finally:
+            browser.close()
+
+
+main()
