@@ -24,6 +24,10 @@ std::optional<NumaNodes> Machine::numaNodes() {
     return std::nullopt;
 }
 
+MicrocodeRevisions Machine::microcodeRevisions() {
+    return {};
+}
+
 bool Machine::numbersProcessorsByGroup() const {
     return false;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <libKernelMode/DriverBackend.h>
+#include <libQuarrow/machine/MicrocodeRevisions.h>
 #include <libQuarrow/machine/NumaNodes.h>
 #include <libQuarrow/machine/cpuid_args.h>
 #include <libQuarrow/quarrow_export.h>
@@ -63,6 +64,9 @@ class QUARROW_EXPORT Machine {
     virtual libKernelMode::DriverBackend& drivers() = 0;
     // None where the operating system does not tell them, as it is by default.
     virtual std::optional<NumaNodes> numaNodes();
+    // Of the processors whose revision the operating system tells, none by default. Takes some microseconds for each
+    // processor: to be asked once, and only by those who want to know.
+    virtual MicrocodeRevisions microcodeRevisions();
     // Whether the operating system numbers its processors group by group, without gaps between groups, as Windows does;
     // false, as it is by default: processor n is bit n mod 64 of group n / 64.
     virtual bool numbersProcessorsByGroup() const;

@@ -15,6 +15,7 @@ class NativeMachine final : public Machine {
     libKernelMode::DriverBackend& drivers() override { return libKernelMode::nativeDriverBackend(); }
     pci::PciBackend& pciFunctions() override { return pci::nativePciBackend(); }
     std::optional<NumaNodes> numaNodes() override;
+    MicrocodeRevisions microcodeRevisions() override;
     bool numbersProcessorsByGroup() const override;
 
   private:

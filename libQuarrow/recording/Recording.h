@@ -20,10 +20,12 @@ struct RecordedProcessor {
     // Leaf and sub-leaf to the registers (EAX to EDX) that CPUID stored.
     std::map<std::pair<std::uint32_t, std::uint32_t>, cpu::cpuid_args> leaves;
     std::map<std::uint32_t, std::uint64_t> msrs;
-    boost::optional<std::uint64_t> xcr0; // absent: what leaf 0xD says can be enabled, where OSXSAVE is set
+    boost::optional<std::uint32_t> microcode; // revision of the microcode; absent: not known
+    boost::optional<std::uint64_t> xcr0;      // absent: what leaf 0xD says can be enabled, where OSXSAVE is set
 
     friend bool operator==(const RecordedProcessor& a, const RecordedProcessor& b) {
-        return a.group == b.group && a.bit == b.bit && a.leaves == b.leaves && a.msrs == b.msrs && a.xcr0 == b.xcr0;
+        return a.group == b.group && a.bit == b.bit && a.leaves == b.leaves && a.msrs == b.msrs && a.xcr0 == b.xcr0 &&
+               a.microcode == b.microcode;
     }
     friend bool operator!=(const RecordedProcessor& a, const RecordedProcessor& b) { return !(a == b); }
 };

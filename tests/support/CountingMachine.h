@@ -36,6 +36,7 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     libQuarrow::os::Clock& clock() override { return clockInstead != nullptr ? *clockInstead : m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
     std::optional<libQuarrow::os::NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
+    libQuarrow::os::MicrocodeRevisions microcodeRevisions() override { return m_machine.microcodeRevisions(); }
     bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
     pci::PciBackend& pciFunctions() override { return m_machine.pciFunctions(); }
 

@@ -4,6 +4,7 @@
 #include <tools/quarrow/Words.h>
 
 #include <libQuarrow/cpu/AffinityMask.h>
+#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/ProcessorAffinity.h>
 #include <libQuarrow/topology/features/isa.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
@@ -215,6 +216,11 @@ std::vector<SummaryLine> summaryOf(const Topology& topology, bool isRecorded) {
     }
     if (const auto& hypervisor = topology.processors().front().identity->hypervisor) {
         lines.push_back({"Hypervisor", hypervisorName(*hypervisor)});
+    }
+    const auto microcode = libQuarrow::topology::microcodeRevisions(topology.numbering());
+    if (!microcode.empty()) {
+        lines.push_back(
+            {"Microcode", toldBySet(topology, [&](const Processor& p) { return microcodeText(microcode, p.number); })});
     }
     if (!isRecorded) {
         lines.push_back({"Allowed", allowed(topology)});

@@ -121,6 +121,11 @@ std::string levelText(const std::optional<std::uint32_t>& level) {
     return level ? "x86-64-v" + std::to_string(*level) : std::string();
 }
 
+std::string microcodeText(const std::map<std::uint32_t, std::uint32_t>& revisions, std::uint32_t number) {
+    const auto revision = revisions.find(number);
+    return revision != revisions.end() ? zel::String::SprintfFormat("0x%x", revision->second).toUtf8() : std::string();
+}
+
 std::string featureNames(const libQuarrow::topology::FeatureSet& features) {
     std::string text;
     for (const std::string_view name : features.names()) {

@@ -3,6 +3,7 @@
 #include <libQuarrow/topology/Topology.h>
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,8 @@ std::string processorName(const libQuarrow::topology::ProcessorIdentity& identit
 std::string hypervisorName(const libQuarrow::topology::Hypervisor& hypervisor);
 // "x86-64-v3"; empty below the first level.
 std::string levelText(const std::optional<std::uint32_t>& level);
+// "0x2b000590", as systems write it; empty for a processor whose revision is not known.
+std::string microcodeText(const std::map<std::uint32_t, std::uint32_t>& revisions, std::uint32_t number);
 // The names, blanks between them.
 std::string featureNames(const libQuarrow::topology::FeatureSet& features);
 // The affinity text that selects the processor.

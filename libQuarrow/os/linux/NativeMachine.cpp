@@ -1,5 +1,6 @@
 #include <libQuarrow/os/NativeMachine.h>
 
+#include <libQuarrow/os/linux/SystemMicrocode.h>
 #include <libQuarrow/os/linux/SystemNumaNodes.h>
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
 
@@ -11,6 +12,10 @@ std::shared_ptr<cpu::AffinityAPI> NativeMachine::createAffinityAPI() {
 
 std::optional<NumaNodes> NativeMachine::numaNodes() {
     return readNumaNodes("/sys/devices/system/node");
+}
+
+MicrocodeRevisions NativeMachine::microcodeRevisions() {
+    return readMicrocodeRevisions("/sys/devices/system/cpu", "/proc/cpuinfo");
 }
 
 bool NativeMachine::numbersProcessorsByGroup() const {

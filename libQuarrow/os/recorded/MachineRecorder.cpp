@@ -94,6 +94,13 @@ boost::optional<Recording> recordCurrentMachine(RecordingError& error, bool thre
         return boost::none;
     }
     recording->numaNodes = currentMachine().numaNodes().value_or(NumaNodes());
+    const MicrocodeRevisions microcode = currentMachine().microcodeRevisions();
+    for (RecordedProcessor& processor : recording->processors) {
+        const auto revision = microcode.find({processor.group, processor.bit});
+        if (revision != microcode.end()) {
+            processor.microcode = revision->second;
+        }
+    }
     addRateAndMsrs(threadAffinity, *recording);
     return recording;
 }

@@ -20,6 +20,7 @@ class NotingMachine : public Machine, private libKernelMode::DriverBackend, priv
     Clock& clock() override { return m_machine.clock(); }
     libKernelMode::DriverBackend& drivers() override { return *this; }
     std::optional<NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
+    MicrocodeRevisions microcodeRevisions() override { return m_machine.microcodeRevisions(); }
     bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
     pci::PciBackend& pciFunctions() override { return *this; }
 

@@ -38,6 +38,16 @@ std::optional<NumaNodes> RecordedMachine::numaNodes() {
     return nodes.empty() ? std::nullopt : std::make_optional(nodes);
 }
 
+MicrocodeRevisions RecordedMachine::microcodeRevisions() {
+    MicrocodeRevisions revisions;
+    for (const RecordedProcessor& processor : m_state->recording.processors) {
+        if (processor.microcode) {
+            revisions[{processor.group, processor.bit}] = *processor.microcode;
+        }
+    }
+    return revisions;
+}
+
 pci::PciBackend& RecordedMachine::pciFunctions() {
     return *m_pci;
 }

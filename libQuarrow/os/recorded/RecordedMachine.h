@@ -38,6 +38,7 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     Clock& clock() override;
     libKernelMode::DriverBackend& drivers() override;
     std::optional<NumaNodes> numaNodes() override;
+    MicrocodeRevisions microcodeRevisions() override;
     pci::PciBackend& pciFunctions() override;
 
     // Whether the recording tells the rate of the time-stamp counter, so that a measurement is more than 1 GHz made up.

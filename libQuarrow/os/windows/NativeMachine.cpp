@@ -20,6 +20,11 @@ std::optional<NumaNodes> NativeMachine::numaNodes() {
     return CpuNumaAPI().nodes();
 }
 
+// Only the registry has them, which is not read.
+MicrocodeRevisions NativeMachine::microcodeRevisions() {
+    return {};
+}
+
 bool NativeMachine::numbersProcessorsByGroup() const {
     return true;
 }

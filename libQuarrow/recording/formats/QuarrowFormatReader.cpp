@@ -22,6 +22,7 @@ class QuarrowFormatReader : public FormatReader {
     LineKind readLeaf(LineCursor cursor);
     LineKind readProcessor(LineCursor cursor);
     LineKind readXcr0(LineCursor cursor);
+    LineKind readMicrocode(LineCursor cursor);
     LineKind readMsr(LineCursor cursor);
     LineKind readTsc(LineCursor cursor);
     LineKind readMemory(LineCursor cursor);
@@ -77,7 +78,7 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
         {"xcr0 0x", &QuarrowFormatReader::readXcr0}, {"msr 0x", &QuarrowFormatReader::readMsr},
         {"tsc ", &QuarrowFormatReader::readTsc},     {"memory 0x", &QuarrowFormatReader::readMemory},
         {"port 0x", &QuarrowFormatReader::readPort}, {"node ", &QuarrowFormatReader::readNode},
-        {"pci ", &QuarrowFormatReader::readPci},
+        {"pci ", &QuarrowFormatReader::readPci},     {"microcode 0x", &QuarrowFormatReader::readMicrocode},
     };
     for (const Row& row : rows) {
         if (cursor.accept(row.keyword)) {
@@ -90,8 +91,8 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
     }
     return m_headed
                ? malformed(
-                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, msr, tsc, node, memory, port, pci, \"end "
-                     "of recording\") or a comment that begins with #")
+                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, microcode, msr, tsc, node, memory, port, "
+                     "pci, \"end of recording\") or a comment that begins with #")
                : LineKind::other;
 }
 
@@ -167,6 +168,15 @@ LineKind QuarrowFormatReader::readXcr0(LineCursor cursor) {
         return malformed("expected \"xcr0 0xVALUE\" with 16 hexadecimal digits, once for each processor");
     }
     builder().processor().xcr0 = value;
+    return accepted();
+}
+
+LineKind QuarrowFormatReader::readMicrocode(LineCursor cursor) {
+    std::uint32_t revision = 0;
+    if (!builder().hasProcessor() || builder().processor().microcode || !cursor.hex(revision) || !lineEnds(cursor)) {
+        return malformed("expected \"microcode 0xREVISION\" with 8 hexadecimal digits, once for each processor");
+    }
+    builder().processor().microcode = revision;
     return accepted();
 }
 

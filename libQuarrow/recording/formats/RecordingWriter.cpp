@@ -25,6 +25,9 @@ void writeProcessor(const RecordedProcessor& processor, std::size_t number, std:
     if (processor.xcr0) {
         write(out, "   xcr0 0x%016I64x\n", *processor.xcr0);
     }
+    if (processor.microcode) {
+        write(out, "   microcode 0x%08x\n", *processor.microcode);
+    }
     for (const auto& [msr, value] : processor.msrs) {
         write(out, "   msr 0x%08x: 0x%016I64x\n", msr, value);
     }

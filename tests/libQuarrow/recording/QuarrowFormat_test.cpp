@@ -20,6 +20,7 @@ CPU 0: group 0 bit 63
    0x0000000d 0x3e: eax=0xffffffff ebx=0x00000000 ecx=0x00000000 edx=0x00000000
    0x80000000 0x12345678: eax=0x80000000 ebx=0x00000000 ecx=0x00000000 edx=0x00000000
    xcr0 0x8000000000000007
+   microcode 0x2b000590
    msr 0x00000017: 0x0004000000000000
    msr 0xc0010064: 0xffffffffffffffff
 CPU 1: group 65535 bit 0
@@ -66,6 +67,7 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
         {"\"CPU NUMBER: group GROUP bit BIT\"",
          {"CPU 2: group 0 bit 64", "CPU 2: group 65536 bit 0", "CPU 4194304:", "CPU 2: group 1"}},
         {"\"xcr0 0xVALUE\"", {"xcr0 0x7"}},
+        {"\"microcode 0xREVISION\"", {"microcode 0x1"}},
         {"\"msr 0xNUMBER: 0xVALUE\"", {"msr 0x00000017: 0x1"}},
         {"\"tsc HERTZ\" once", {"tsc 1"}},
         {"\"node NUMBER: group GROUP mask 0xMASK\"",
@@ -81,17 +83,18 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
     for (const auto& [expected, lines] : mistakes) {
         for (const std::string line : lines) {
             expectRefused(everything.substr(0, everything.find("end of")) + line + "\n",
-                          std::string("own:21: expected ") + expected);
+                          std::string("own:22: expected ") + expected);
         }
     }
     const std::string header = "Quarrow recording 1\n";
     const std::string leaf = "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n";
     const std::pair<std::string, const char*> texts[] = {
-        {everything + "tsc 1\n", "own:22: expected nothing after \"end of recording\""},
+        {everything + "tsc 1\n", "own:23: expected nothing after \"end of recording\""},
         {"Quarrow recording 2\n", "own:1: expected \"Quarrow recording 1\""},
         {header + "end of recording\n", "own: there are no CPUID values in it"},
         {header + "tsc 0\n", "own:2: expected \"tsc HERTZ\""},
         {header + "xcr0 0x0000000000000000\n", "own:2: expected \"xcr0"},
+        {header + "CPU 0:\nmicrocode 0x00000001\nmicrocode 0x00000002\n", "own:4: expected \"microcode 0xREVISION\""},
         {header + leaf, "own:2: expected \"CPU 0:\" before the values of a processor"},
         {header + "CPU 0:\n" + leaf + leaf, "own:4: expected each leaf and sub-leaf of a processor once"},
     };

@@ -1,5 +1,6 @@
 // How the topology is taken, and the rules that no machine of the corpus shows alone.
 
+#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/ProcessorAffinity.h>
 #include <libQuarrow/topology/Topology.h>
 #include <tests/support/AmdProcessor.h>
@@ -241,6 +242,7 @@ TEST(Topology, FindsCachesAndTlbsInOldLeaves) {
 TEST(Topology, KnowsTheSystemsNodesAndNumbers) {
     os::Recording recording = CurrentMachine::recording(std::vector(4, IntelProcessor(0x673)));
     recording.processors[3].group = 1; // number 67, with a hole
+    recording.processors[3].microcode = 0x2B000590;
     recording.numaNodes = {{0, {{0, 0x3}}}, {2, {{0, 0x6}, {1, 0x8}}}, {5, {}}};
     os::RecordedMachine machine(recording);
     const os::ScopedMachine scope(machine);
@@ -252,6 +254,7 @@ TEST(Topology, KnowsTheSystemsNodesAndNumbers) {
     EXPECT_EQ(topology.ofNumaNode(2), (ProcessorSet{2, 67})) << "1 is in the node that named it first";
     EXPECT_TRUE(topology.ofNumaNode(5).empty() && topology.ofNumaNode(1).empty());
     EXPECT_EQ(topology.find(67)->numaNode, 2U);
+    EXPECT_EQ(microcodeRevisions(topology.numbering()), (std::map<std::uint32_t, std::uint32_t>{{67, 0x2B000590}}));
     EXPECT_EQ(affinityOf(topology.ofNumaNode(2), topology.numbering()).toString(),
               "0:0000000000000004h/1:0000000000000008h");
 }

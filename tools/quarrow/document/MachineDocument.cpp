@@ -4,6 +4,7 @@
 #include <tools/quarrow/TopologyReading.h>
 #include <tools/quarrow/Words.h>
 
+#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/names/HypervisorNames.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
 
@@ -105,7 +106,14 @@ ordered_json summaryJson(const Topology& topology) {
             {"leftOut", leftOutJson(topology)}};
 }
 
-ordered_json processorJson(const Processor& processor) {
+using Microcode = std::map<std::uint32_t, std::uint32_t>;
+
+ordered_json microcodeJson(const Microcode& revisions, std::uint32_t number) {
+    const auto revision = revisions.find(number);
+    return revision != revisions.end() ? ordered_json(revision->second) : ordered_json();
+}
+
+ordered_json processorJson(const Processor& processor, const Microcode& microcode) {
     const ProcessorIdentity& identity = *processor.identity;
     const ProcessorNames names = namesOf(processor);
     ordered_json caches = ordered_json::array();
@@ -129,6 +137,7 @@ ordered_json processorJson(const Processor& processor) {
             {"model", identity.model},
             {"stepping", identity.stepping},
             {"signature", identity.signature},
+            {"microcode", microcodeJson(microcode, processor.number)},
             {"microarchitecture", orNull(names.microarchitecture)},
             {"codename", orNull(names.codename)},
             {"process", orNull(names.process)},
@@ -211,8 +220,9 @@ std::string machineDocument(const Request& request, const Section& section) {
     ordered_json document = emptyDocument(request);
     document["document"] = documentVersion;
     document["summary"] = summaryJson(topology);
+    const Microcode microcode = libQuarrow::topology::microcodeRevisions(topology.numbering());
     ordered_json& processors = document["processors"] =
-        arrayOf(named, [](const Processor* processor) { return processorJson(*processor); });
+        arrayOf(named, [&microcode](const Processor* processor) { return processorJson(*processor, microcode); });
     if (section.add) {
         addSection(request, section, named, processors);
     }

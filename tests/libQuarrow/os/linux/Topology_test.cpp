@@ -1,5 +1,6 @@
 // The machine that the tests run on: what the kernel shows of it.
 
+#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/Topology.h>
 #include <tests/support/TopologyInvariants.h>
 
@@ -79,6 +80,21 @@ TEST(LiveTopology, IsWhatTheKernelShows) {
         EXPECT_EQ(node.processors.toList(), list);
     }
     EXPECT_EQ(topology.numaNodes().empty(), !std::filesystem::exists("/sys/devices/system/node/node0"));
+}
+
+// /proc/cpuinfo is the other place where the kernel shows it.
+TEST(LiveTopology, HasTheMicrocodeThatTheKernelShows) {
+    std::map<std::uint32_t, std::uint32_t> shown;
+    std::ifstream report("/proc/cpuinfo");
+    std::uint32_t processor = 0;
+    for (std::string word, colon, value; report >> word;) {
+        if (word == "processor" && report >> colon >> value) {
+            processor = static_cast<std::uint32_t>(std::stoul(value));
+        } else if (word == "microcode" && report >> colon >> value && std::stoull(value, nullptr, 16) != 0xFFFFFFFF) {
+            shown[processor] = static_cast<std::uint32_t>(std::stoull(value, nullptr, 16));
+        }
+    }
+    EXPECT_EQ(microcodeRevisions(ProcessorNumbering()), shown);
 }
 
 } // namespace

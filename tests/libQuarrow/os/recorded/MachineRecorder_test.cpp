@@ -136,6 +136,14 @@ TEST(MachineRecorder, KeepsWhatARangeWithoutAMaximumHolds) {
     }
 }
 
+TEST(MachineRecorder, KeepsWhatTheSystemTellsOfTheMicrocode) {
+    Recording recording = CurrentMachine::recording(std::vector{AmdProcessor(1), AmdProcessor(2)});
+    recording.processors[1].microcode = 0xA601209;
+    const Recording result = recorded(recording);
+    EXPECT_EQ(result.processors.at(0).microcode, boost::none);
+    EXPECT_EQ(result.processors.at(1).microcode, 0xA601209U);
+}
+
 // Each register of the processor that it was read from, and no others.
 TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
     const auto skylake = [](std::uint64_t number) {
