@@ -29,7 +29,7 @@ allowed='^$'
 forbid 'An include that is not by its path from the root' '#[[:space:]]*include[[:space:]]*"' $all
 allowed='^libQuarrow/topology/ProcessorAffinity\.h:' # the one conversion
 forbid 'The headers of the topology show more than the standard library' \
-    '#[[:space:]]*include[[:space:]]*<(boost|zel|libQuarrow/cpu)/' libQuarrow/topology/*.h
+    '#[[:space:]]*include[[:space:]]*<(boost|zel|libQuarrow/cpu)/' libQuarrow/topology/*.h libQuarrow/topology/leaves/*.h
 allowed='^$'
 forbid 'The tool reaches past the seam' 'libQuarrow/os/(windows|linux)/' tools
 
@@ -66,12 +66,13 @@ libQuarrow/os/linux:         zel libKernelMode pci libQuarrow/machine libQuarrow
 libQuarrow/os/windows:       zel libKernelMode pci libQuarrow/machine libQuarrow/os libQuarrow/os/windows/cpu/x86
 libQuarrow/recording:        pci libQuarrow/machine
 libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording
-libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu libQuarrow/recording
+libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/recording
 $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 libQuarrow/recording
 $x86/decode/fields:
 libQuarrow/topology/features/*.h: libQuarrow $x86/decode/fields
 libQuarrow/topology/features: libQuarrow/machine $x86/decode $x86/decode/fields
 libQuarrow/topology/*.h:     libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu
+libQuarrow/topology/leaves:  libQuarrow libQuarrow/machine $x86/decode $x86/decode/fields libQuarrow/topology
 libQuarrow/topology/names:   libQuarrow libQuarrow/topology libQuarrow/topology/features
 libQuarrow/topology/decode:  libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode

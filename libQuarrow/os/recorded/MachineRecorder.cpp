@@ -30,7 +30,7 @@ boost::optional<Recording> recordProcessors(bool threadAffinity) {
             continue;
         }
         const cpu::GroupAffinity& where = processor.groups().front();
-        RecordedProcessor recorded = ProcessorRecorder().record();
+        RecordedProcessor recorded = recordProcessor();
         recorded.group = where.group;
         while ((where.mask >> recorded.bit & 1) == 0) {
             ++recorded.bit;

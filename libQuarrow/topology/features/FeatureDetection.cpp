@@ -1,12 +1,12 @@
 #include <libQuarrow/topology/features/FeatureDetection.h>
 
+#include <libQuarrow/cpu/x86/decode/CpuidLeaves.h>
 #include <libQuarrow/cpu/x86/decode/CpuidReader.h>
-#include <libQuarrow/cpu/x86/decode/x86_registers.h>
+#include <libQuarrow/machine/bits.h>
 #include <libQuarrow/topology/features/FeatureNames.h>
 #include <libQuarrow/topology/features/isa.h>
 #include <libQuarrow/topology/features/usable_features.h>
 
-#include <cstring>
 #include <iterator>
 #include <map>
 #include <vector>
@@ -16,10 +16,6 @@ namespace {
 
 constexpr std::uint32_t rangeMask = 0xFFFF0000; // leaves that share these bits share a maximum
 constexpr std::uint32_t structuredFeatures = 7; // its sub-leaf 0 tells the last sub-leaf
-constexpr std::uint32_t xeonPhiRange = 0x20000000;
-constexpr std::uint32_t xeonPhiFamily = 11;
-constexpr std::uint32_t transmetaRange = 0x80860000;
-constexpr std::uint32_t centaurRange = 0xC0000000;
 
 // Reads what is there and nothing else: each range's first leaf tells the highest of the range.
 class ExistingLeaves {
@@ -41,25 +37,8 @@ class ExistingLeaves {
         if (known != m_highest.end()) {
             return known->second;
         }
-        const std::uint32_t told = isAsked(range) ? m_cpuid.read(range).eax : 0;
+        const std::uint32_t told = cpu::mayHaveRange(m_cpuid, range) ? m_cpuid.read(range).eax : 0;
         return m_highest[range] = (told & rangeMask) == range ? told : 0;
-    }
-    // The smaller ranges are a few makers' own. Other processors answer them with whatever their highest leaf holds.
-    bool isAsked(std::uint32_t range) {
-        const cpu::cpuid_args leaf0 = m_cpuid.read(0);
-        const auto vendorBegins = [&leaf0](const char* four) {
-            return std::memcmp(&leaf0.ebx, four, sizeof leaf0.ebx) == 0;
-        };
-        switch (range) {
-        case xeonPhiRange:
-            return vendorBegins("Genu") && cpu::SignatureFields(m_cpuid.read(1).eax).family == xeonPhiFamily;
-        case transmetaRange:
-            return vendorBegins("Genu") && std::memcmp(&leaf0.ecx, "Mx86", sizeof leaf0.ecx) == 0;
-        case centaurRange:
-            return vendorBegins("Cent") || vendorBegins("  Sh");
-        default:
-            return true;
-        }
     }
     std::uint32_t lastStructured() { return m_cpuid.read(structuredFeatures).eax; }
 
