@@ -1,0 +1,36 @@
+#pragma once
+
+#include <libQuarrow/topology/Processor.h>
+#include <libQuarrow/topology/ProcessorNumbering.h>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+// Private to the library: the one way to visit all logical processors of the current machine.
+
+namespace libQuarrow::cpu {
+class CpuidReader;
+}
+
+namespace libQuarrow::topology {
+
+struct ProcessorPlace {
+    std::uint32_t number;
+    std::uint16_t group;
+    std::uint8_t bit;
+};
+
+struct ProcessorTour {
+    ProcessorNumbering numbering;
+    std::vector<LeftOutProcessor> leftOut; // those that could not be visited
+};
+
+// Calls `visit` on each processor in turn, by ascending groups and places, with a reader of that processor. The calling
+// thread (or, `useThreadAffinity` false, the process) is moved there, and at the end back. None when the processors
+// cannot be listed.
+std::optional<ProcessorTour>
+tourProcessors(bool useThreadAffinity,
+               const std::function<void(const ProcessorPlace& place, cpu::CpuidReader& cpuid)>& visit);
+
+} // namespace libQuarrow::topology
