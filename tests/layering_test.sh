@@ -75,8 +75,10 @@ libQuarrow/topology/*.h:     libQuarrow/topology/features zel libQuarrow libQuar
 libQuarrow/topology/leaves:  libQuarrow libQuarrow/machine $x86/decode $x86/decode/fields libQuarrow/topology
 libQuarrow/topology/names:   libQuarrow libQuarrow/topology libQuarrow/topology/features
 libQuarrow/topology/decode:  libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology
+libQuarrow/topology/speed:   libQuarrow/topology/features libKernelMode zel libQuarrow/machine $x86 $x86/decode $x86/speed $x86/intel $x86/amd
+                             libQuarrow/topology libQuarrow/topology/decode
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
-libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode
+libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
 tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features

@@ -28,6 +28,10 @@ MicrocodeRevisions Machine::microcodeRevisions() {
     return {};
 }
 
+SystemFrequencies Machine::frequencies(std::uint16_t /*group*/, std::uint8_t /*bit*/) {
+    return {};
+}
+
 bool Machine::numbersProcessorsByGroup() const {
     return false;
 }

@@ -3,6 +3,7 @@
 #include <libKernelMode/DriverBackend.h>
 #include <libQuarrow/machine/MicrocodeRevisions.h>
 #include <libQuarrow/machine/NumaNodes.h>
+#include <libQuarrow/machine/SystemFrequencies.h>
 #include <libQuarrow/machine/cpuid_args.h>
 #include <libQuarrow/quarrow_export.h>
 #include <pci/PciBackend.h>
@@ -67,6 +68,9 @@ class QUARROW_EXPORT Machine {
     // Of the processors whose revision the operating system tells, none by default. Takes some microseconds for each
     // processor: to be asked once, and only by those who want to know.
     virtual MicrocodeRevisions microcodeRevisions();
+    // Of the processor at that place in that group. None of them where the operating system does not tell, as it is by
+    // default.
+    virtual SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit);
     // Whether the operating system numbers its processors group by group, without gaps between groups, as Windows does;
     // false, as it is by default: processor n is bit n mod 64 of group n / 64.
     virtual bool numbersProcessorsByGroup() const;

@@ -6,6 +6,6 @@
 
 namespace libQuarrow::topology {
 
-std::optional<Topology> visitMachine(bool useThreadAffinity);
+std::optional<Topology> visitMachine(const TopologyRequest& request);
 
 } // namespace libQuarrow::topology

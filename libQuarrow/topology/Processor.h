@@ -2,6 +2,8 @@
 
 #include <libQuarrow/topology/CoreKind.h>
 #include <libQuarrow/topology/ProcessorIdentity.h>
+#include <libQuarrow/topology/ProcessorLimits.h>
+#include <libQuarrow/topology/ProcessorSpeed.h>
 
 #include <cstdint>
 #include <memory>
@@ -34,6 +36,9 @@ struct Processor {
     std::optional<CoreKind> kind;                      // none on a machine with one kind of core
     std::shared_ptr<const ProcessorIdentity> identity; // never null; like processors share one
     std::vector<CacheUse> caches;                      // ascending
+    // Null where TopologyRequest does not ask for them.
+    std::shared_ptr<const ProcessorSpeed> speed;
+    std::shared_ptr<const ProcessorLimits> limits;
 };
 
 // A processor of the system that could not be visited.

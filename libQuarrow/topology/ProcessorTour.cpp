@@ -60,18 +60,39 @@ ProcessorNumbering numberingOf(const cpu::AffinityMask& system) {
     return ProcessorNumbering::ofCurrentMachine(groups);
 }
 
+// Tells at its end that one processor more is done.
+class Step {
+  public:
+    Step(const TourProgress& progress, std::size_t done, std::size_t all)
+        : m_progress(progress), m_done(done), m_all(all) {}
+    ~Step() {
+        if (m_progress) {
+            m_progress(m_done, m_all);
+        }
+    }
+    Step(const Step&) = delete;
+    Step& operator=(const Step&) = delete;
+
+  private:
+    const TourProgress& m_progress;
+    const std::size_t m_done;
+    const std::size_t m_all;
+};
+
 } // namespace
 
-std::optional<ProcessorTour>
-tourProcessors(bool useThreadAffinity,
-               const std::function<void(const ProcessorPlace& place, cpu::CpuidReader& cpuid)>& visit) {
+std::optional<ProcessorTour> tourProcessors(bool useThreadAffinity, const ProcessorVisit& visit,
+                                            const TourProgress& progress) {
     const auto system = cpu::AffinityMask::systemAffinityMask();
     if (!system) {
         return std::nullopt;
     }
     ProcessorTour found{numberingOf(*system), {}};
     Tour tour(useThreadAffinity);
-    for (const cpu::WinAffinity& processor : system->maskPerLogicalCPU()) {
+    const auto places = system->maskPerLogicalCPU();
+    std::size_t done = 0;
+    for (const cpu::WinAffinity& processor : places) {
+        const Step step(progress, ++done, places.size());
         const cpu::GroupAffinity& place = processor.groups().front();
         const std::uint8_t bit = lowestBit(place.mask);
         const auto number = found.numbering.number(place.group, bit);

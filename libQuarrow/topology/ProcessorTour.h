@@ -26,11 +26,13 @@ struct ProcessorTour {
     std::vector<LeftOutProcessor> leftOut; // those that could not be visited
 };
 
-// Calls `visit` on each processor in turn, by ascending groups and places, with a reader of that processor. The calling
-// thread (or, `useThreadAffinity` false, the process) is moved there, and at the end back. None when the processors
-// cannot be listed.
-std::optional<ProcessorTour>
-tourProcessors(bool useThreadAffinity,
-               const std::function<void(const ProcessorPlace& place, cpu::CpuidReader& cpuid)>& visit);
+using ProcessorVisit = std::function<void(const ProcessorPlace& place, cpu::CpuidReader& cpuid)>;
+using TourProgress = std::function<void(std::size_t done, std::size_t all)>;
+
+// Calls `visit` on each processor in turn, by ascending groups and places, with a reader of that processor, and
+// `progress`, where there is one, after each. The calling thread (or, `useThreadAffinity` false, the process) is moved
+// there, and at the end back. None when the processors cannot be listed.
+std::optional<ProcessorTour> tourProcessors(bool useThreadAffinity, const ProcessorVisit& visit,
+                                            const TourProgress& progress = {});
 
 } // namespace libQuarrow::topology

@@ -7,7 +7,13 @@
 namespace libQuarrow::topology {
 
 std::optional<Topology> Topology::read(bool useThreadAffinity) {
-    return visitMachine(useThreadAffinity);
+    TopologyRequest request;
+    request.useThreadAffinity = useThreadAffinity;
+    return visitMachine(request);
+}
+
+std::optional<Topology> Topology::read(const TopologyRequest& request) {
+    return visitMachine(request);
 }
 
 const Processor* Topology::find(std::uint32_t number) const {

@@ -6,9 +6,11 @@
 #include <libQuarrow/topology/ProcessorNumbering.h>
 #include <libQuarrow/topology/ProcessorSet.h>
 #include <libQuarrow/topology/Tlb.h>
+#include <libQuarrow/topology/TopologyRequest.h>
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace libQuarrow::topology {
@@ -29,6 +31,8 @@ class QUARROW_EXPORT Topology {
     // Of the current machine. The calling thread (or, `useThreadAffinity` false, the process) is moved to each
     // processor in turn and back. None when the processors cannot be listed. Those that cannot be visited are left out.
     static std::optional<Topology> read(bool useThreadAffinity = true);
+    // The same, with what else is asked of each processor.
+    static std::optional<Topology> read(const TopologyRequest& request);
 
     // Ascending numbers.
     const std::vector<Processor>& processors() const { return m_processors; }
@@ -39,6 +43,9 @@ class QUARROW_EXPORT Topology {
     const std::vector<Cache>& caches() const { return m_caches; }
     const std::vector<Tlb>& tlbs() const { return m_tlbs; }
     const ProcessorNumbering& numbering() const { return m_numbering; }
+    // Why a model-specific register that speeds or limits needed could not be asked for, and what to do, in a line.
+    // Empty where none was needed, and where they are within reach.
+    const std::string& msrRefusal() const { return m_msrRefusal; }
 
     // The objects of each level, by number: set n is of the processors in object n. Empty where the machine does not
     // tell the level.
@@ -76,6 +83,7 @@ class QUARROW_EXPORT Topology {
     std::vector<ProcessorSet> m_cores;
     std::vector<NumaNode> m_numaNodes;
     ProcessorNumbering m_numbering;
+    std::string m_msrRefusal;
 };
 
 } // namespace libQuarrow::topology

@@ -30,7 +30,8 @@ void TopologyBuilder::add(ProcessorFacts facts) {
                 {&known->first, known->first.shifts, std::make_shared<const ProcessorIdentity>(known->first.identity)});
         }
     }
-    m_members.push_back({facts.number, facts.group, facts.bit, facts.place, model});
+    m_members.push_back(
+        {facts.number, facts.group, facts.bit, facts.place, model, std::move(facts.speed), std::move(facts.limits)});
 }
 
 Topology TopologyBuilder::build() && {
@@ -174,6 +175,8 @@ void TopologyBuilder::placeMembers() {
         processor.core = cores[i];
         processor.thread = threads[cores[i]]++;
         processor.identity = modelOf(member).identity;
+        processor.speed = member.speed;
+        processor.limits = member.limits;
     }
 }
 

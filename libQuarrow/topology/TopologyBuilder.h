@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -22,6 +23,7 @@ class TopologyBuilder {
     void add(ProcessorFacts facts);
     void leaveOut(LeftOutProcessor processor) { m_topology.m_leftOut.push_back(std::move(processor)); }
     void setNumaNodes(const os::NumaNodes& nodes) { m_nodes = nodes; }
+    void setMsrRefusal(std::string reason) { m_topology.m_msrRefusal = std::move(reason); }
     Topology build() &&;
 
   private:
@@ -32,6 +34,8 @@ class TopologyBuilder {
         std::uint8_t bit;
         PlaceFacts place;
         std::uint32_t model;
+        std::shared_ptr<const ProcessorSpeed> speed;
+        std::shared_ptr<const ProcessorLimits> limits;
         std::uint64_t id = 0; // differs from all others
     };
     struct Model {

@@ -3,9 +3,12 @@
 #include <libQuarrow/topology/Cache.h>
 #include <libQuarrow/topology/CoreKind.h>
 #include <libQuarrow/topology/ProcessorIdentity.h>
+#include <libQuarrow/topology/ProcessorLimits.h>
+#include <libQuarrow/topology/ProcessorSpeed.h>
 #include <libQuarrow/topology/Tlb.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <tuple>
 #include <vector>
@@ -74,6 +77,9 @@ struct ProcessorFacts {
     std::uint8_t bit = 0;
     PlaceFacts place;
     ModelFacts model;
+    // Null where they were not asked for.
+    std::shared_ptr<const ProcessorSpeed> speed;
+    std::shared_ptr<const ProcessorLimits> limits;
 };
 
 } // namespace libQuarrow::topology
