@@ -10,7 +10,7 @@ namespace libQuarrow::os {
 // cpufreq, whose highest one is with turbo where the driver knows of turbo and it is switched on.
 struct SystemFrequencies {
     std::optional<std::uint64_t> lowestHertz;  // cpuinfo_min_freq
-    std::optional<std::uint64_t> baseHertz;    // base_frequency
+    std::optional<std::uint64_t> baseHertz;    // base_frequency; else acpi_cppc/nominal_freq
     std::optional<std::uint64_t> highestHertz; // cpuinfo_max_freq
 
     bool tellsAny() const { return lowestHertz || baseHertz || highestHertz; }

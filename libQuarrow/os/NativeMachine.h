@@ -16,6 +16,7 @@ class NativeMachine final : public Machine {
     pci::PciBackend& pciFunctions() override { return pci::nativePciBackend(); }
     std::optional<NumaNodes> numaNodes() override;
     MicrocodeRevisions microcodeRevisions() override;
+    SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit) override;
     bool numbersProcessorsByGroup() const override;
 
   private:

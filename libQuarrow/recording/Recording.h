@@ -1,6 +1,7 @@
 #pragma once
 
 #include <libQuarrow/machine/NumaNodes.h>
+#include <libQuarrow/machine/SystemFrequencies.h>
 #include <libQuarrow/machine/cpuid_args.h>
 
 #include <boost/optional.hpp>
@@ -22,10 +23,11 @@ struct RecordedProcessor {
     std::map<std::uint32_t, std::uint64_t> msrs;
     boost::optional<std::uint32_t> microcode; // revision of the microcode; absent: not known
     boost::optional<std::uint64_t> xcr0;      // absent: what leaf 0xD says can be enabled, where OSXSAVE is set
+    SystemFrequencies frequencies;            // each absent where it is not known
 
     friend bool operator==(const RecordedProcessor& a, const RecordedProcessor& b) {
         return a.group == b.group && a.bit == b.bit && a.leaves == b.leaves && a.msrs == b.msrs && a.xcr0 == b.xcr0 &&
-               a.microcode == b.microcode;
+               a.microcode == b.microcode && a.frequencies == b.frequencies;
     }
     friend bool operator!=(const RecordedProcessor& a, const RecordedProcessor& b) { return !(a == b); }
 };

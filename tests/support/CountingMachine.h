@@ -37,6 +37,9 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     libKernelMode::DriverBackend& drivers() override { return m_machine.drivers(); }
     std::optional<libQuarrow::os::NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
     libQuarrow::os::MicrocodeRevisions microcodeRevisions() override { return m_machine.microcodeRevisions(); }
+    libQuarrow::os::SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit) override {
+        return m_machine.frequencies(group, bit);
+    }
     bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
     pci::PciBackend& pciFunctions() override { return m_machine.pciFunctions(); }
 

@@ -1,5 +1,6 @@
 #include <libQuarrow/os/NativeMachine.h>
 
+#include <libQuarrow/os/linux/SystemFrequencyFiles.h>
 #include <libQuarrow/os/linux/SystemMicrocode.h>
 #include <libQuarrow/os/linux/SystemNumaNodes.h>
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
@@ -16,6 +17,10 @@ std::optional<NumaNodes> NativeMachine::numaNodes() {
 
 MicrocodeRevisions NativeMachine::microcodeRevisions() {
     return readMicrocodeRevisions("/sys/devices/system/cpu", "/proc/cpuinfo");
+}
+
+SystemFrequencies NativeMachine::frequencies(std::uint16_t group, std::uint8_t bit) {
+    return readFrequencies("/sys/devices/system/cpu/cpu" + std::to_string(group * 64u + bit));
 }
 
 bool NativeMachine::numbersProcessorsByGroup() const {

@@ -35,6 +35,7 @@ boost::optional<Recording> recordProcessors(bool threadAffinity) {
         while ((where.mask >> recorded.bit & 1) == 0) {
             ++recorded.bit;
         }
+        recorded.frequencies = currentMachine().frequencies(recorded.group, recorded.bit);
         recording.processors.push_back(std::move(recorded));
     }
     return recording;

@@ -21,6 +21,9 @@ class NotingMachine : public Machine, private libKernelMode::DriverBackend, priv
     libKernelMode::DriverBackend& drivers() override { return *this; }
     std::optional<NumaNodes> numaNodes() override { return m_machine.numaNodes(); }
     MicrocodeRevisions microcodeRevisions() override { return m_machine.microcodeRevisions(); }
+    SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit) override {
+        return m_machine.frequencies(group, bit);
+    }
     bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
     pci::PciBackend& pciFunctions() override { return *this; }
 

@@ -48,6 +48,11 @@ MicrocodeRevisions RecordedMachine::microcodeRevisions() {
     return revisions;
 }
 
+SystemFrequencies RecordedMachine::frequencies(std::uint16_t group, std::uint8_t bit) {
+    const auto index = m_state->pins.indexOf(group, bit);
+    return index ? m_state->recording.processors[*index].frequencies : SystemFrequencies();
+}
+
 pci::PciBackend& RecordedMachine::pciFunctions() {
     return *m_pci;
 }

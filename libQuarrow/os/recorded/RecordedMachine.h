@@ -39,6 +39,7 @@ class QUARROW_EXPORT RecordedMachine : public Machine {
     libKernelMode::DriverBackend& drivers() override;
     std::optional<NumaNodes> numaNodes() override;
     MicrocodeRevisions microcodeRevisions() override;
+    SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit) override;
     pci::PciBackend& pciFunctions() override;
 
     // Whether the recording tells the rate of the time-stamp counter, so that a measurement is more than 1 GHz made up.

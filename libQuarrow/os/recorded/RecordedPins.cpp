@@ -123,6 +123,11 @@ cpu::GroupAffinity RecordedPins::thread() const {
     return pin != nullptr ? pin->affinity : wholeGroup();
 }
 
+boost::optional<std::size_t> RecordedPins::indexOf(std::uint16_t group, std::uint8_t bit) const {
+    const auto found = m_indexes.find(position(group, bit));
+    return boost::make_optional(found != m_indexes.end(), found != m_indexes.end() ? found->second : 0);
+}
+
 std::size_t RecordedPins::processor() const {
     const std::lock_guard lock(m_mutex);
     const Pin* pin = threadPin();

@@ -29,6 +29,8 @@ class RecordedPins {
     cpu::GroupAffinity thread() const;
     bool setProcess(const std::vector<cpu::GroupAffinity>& groups);
     bool setThread(const std::vector<cpu::GroupAffinity>& groups);
+    // The processor at that place in that group, by its index in the recording.
+    boost::optional<std::size_t> indexOf(std::uint16_t group, std::uint8_t bit) const;
     // The processor that the calling thread is on, by its index in the recording.
     std::size_t processor() const;
 

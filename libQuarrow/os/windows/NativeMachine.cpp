@@ -25,6 +25,11 @@ MicrocodeRevisions NativeMachine::microcodeRevisions() {
     return {};
 }
 
+// Windows tells of one frequency, without saying of what kind: the registry's, measured at its start.
+SystemFrequencies NativeMachine::frequencies(std::uint16_t /*group*/, std::uint8_t /*bit*/) {
+    return {};
+}
+
 bool NativeMachine::numbersProcessorsByGroup() const {
     return true;
 }

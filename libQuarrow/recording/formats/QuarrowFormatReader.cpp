@@ -29,6 +29,7 @@ class QuarrowFormatReader : public FormatReader {
     LineKind readPort(LineCursor cursor);
     LineKind readNode(LineCursor cursor);
     LineKind readPci(LineCursor cursor);
+    LineKind readFrequencies(LineCursor cursor);
     // The bytes after the address, at that address and those after it. False when they are none, or do not fit.
     template <class Address>
     static bool readBytes(LineCursor cursor, Address address, std::map<Address, std::uint8_t>& bytes);
@@ -74,11 +75,17 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
         LineKind (QuarrowFormatReader::*read)(LineCursor);
     };
     static constexpr Row rows[] = {
-        {"0x", &QuarrowFormatReader::readLeaf},      {"CPU", &QuarrowFormatReader::readProcessor},
-        {"xcr0 0x", &QuarrowFormatReader::readXcr0}, {"msr 0x", &QuarrowFormatReader::readMsr},
-        {"tsc ", &QuarrowFormatReader::readTsc},     {"memory 0x", &QuarrowFormatReader::readMemory},
-        {"port 0x", &QuarrowFormatReader::readPort}, {"node ", &QuarrowFormatReader::readNode},
-        {"pci ", &QuarrowFormatReader::readPci},     {"microcode 0x", &QuarrowFormatReader::readMicrocode},
+        {"0x", &QuarrowFormatReader::readLeaf},
+        {"CPU", &QuarrowFormatReader::readProcessor},
+        {"xcr0 0x", &QuarrowFormatReader::readXcr0},
+        {"msr 0x", &QuarrowFormatReader::readMsr},
+        {"tsc ", &QuarrowFormatReader::readTsc},
+        {"memory 0x", &QuarrowFormatReader::readMemory},
+        {"port 0x", &QuarrowFormatReader::readPort},
+        {"node ", &QuarrowFormatReader::readNode},
+        {"pci ", &QuarrowFormatReader::readPci},
+        {"microcode 0x", &QuarrowFormatReader::readMicrocode},
+        {"frequencies", &QuarrowFormatReader::readFrequencies},
     };
     for (const Row& row : rows) {
         if (cursor.accept(row.keyword)) {
@@ -91,8 +98,8 @@ LineKind QuarrowFormatReader::readKeyword(LineCursor cursor) {
     }
     return m_headed
                ? malformed(
-                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, microcode, msr, tsc, node, memory, port, "
-                     "pci, \"end of recording\") or a comment that begins with #")
+                     "expected a line of a Quarrow recording (CPU, 0x, xcr0, microcode, msr, frequencies, tsc, node, "
+                     "memory, port, pci, \"end of recording\") or a comment that begins with #")
                : LineKind::other;
 }
 
@@ -189,6 +196,31 @@ LineKind QuarrowFormatReader::readMsr(LineCursor cursor) {
                          "processor");
     }
     return accepted();
+}
+
+// frequencies lowest 800000000 base 2500000000 highest 3500000000, what is not known left out
+LineKind QuarrowFormatReader::readFrequencies(LineCursor cursor) {
+    if (!m_headed) {
+        return LineKind::other; // words of another program
+    }
+    SystemFrequencies frequencies;
+    bool matches = builder().hasProcessor() && !builder().processor().frequencies.tellsAny();
+    for (const auto& [name, hertz] :
+         {std::pair(" lowest ", &frequencies.lowestHertz), std::pair(" base ", &frequencies.baseHertz),
+          std::pair(" highest ", &frequencies.highestHertz)}) {
+        std::uint64_t number = 0;
+        if (cursor.accept(name)) {
+            matches = matches && cursor.decimal(number) && number != 0;
+            *hertz = number;
+        }
+    }
+    if (!matches || !frequencies.tellsAny() || !lineEnds(cursor)) {
+        return malformed(
+            "expected \"frequencies lowest HERTZ base HERTZ highest HERTZ\", or some of these in this order, "
+            "in decimal digits above 0, once for each processor");
+    }
+    builder().processor().frequencies = frequencies;
+    return LineKind::decisive;
 }
 
 LineKind QuarrowFormatReader::readTsc(LineCursor cursor) {

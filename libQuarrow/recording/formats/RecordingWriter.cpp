@@ -16,6 +16,22 @@ void write(std::ostream& out, const char* format, Arguments... arguments) {
     out << zel::String::SprintfFormat(format, arguments...).toUtf8();
 }
 
+// What is not known is left out.
+void writeFrequencies(const SystemFrequencies& frequencies, std::ostream& out) {
+    if (!frequencies.tellsAny()) {
+        return;
+    }
+    out << "   frequencies";
+    for (const auto& [name, hertz] :
+         {std::pair("lowest", frequencies.lowestHertz), std::pair("base", frequencies.baseHertz),
+          std::pair("highest", frequencies.highestHertz)}) {
+        if (hertz) {
+            write(out, " %s %I64u", name, *hertz);
+        }
+    }
+    out << '\n';
+}
+
 void writeProcessor(const RecordedProcessor& processor, std::size_t number, std::ostream& out) {
     write(out, "CPU %zu: group %u bit %u\n", number, processor.group, processor.bit);
     for (const auto& [where, registers] : processor.leaves) {
@@ -31,6 +47,7 @@ void writeProcessor(const RecordedProcessor& processor, std::size_t number, std:
     for (const auto& [msr, value] : processor.msrs) {
         write(out, "   msr 0x%08x: 0x%016I64x\n", msr, value);
     }
+    writeFrequencies(processor.frequencies, out);
 }
 
 void writeNodes(const NumaNodes& nodes, std::ostream& out) {
