@@ -1,4 +1,4 @@
-# The libraries that we stand on; all of them are used as headers only.
+# The libraries that we stand on; all that every build needs are used as headers only.
 #
 # A cross build sees the host's headers where its toolchain file says so (QUARROW_HOST_HEADERS), through a folder of links
 # to just these, for it must not see the whole of /usr/include. Any other build finds their packages.
@@ -35,4 +35,45 @@ target_link_libraries(quarrow_logging INTERFACE fmt::fmt-header-only)
 if(QUARROW_BUILD_TOOL)
     quarrow_dependency(CLI11 TARGET CLI11::CLI11 HEADERS CLI)
     quarrow_dependency(nlohmann_json TARGET nlohmann_json::nlohmann_json HEADERS nlohmann)
+elseif(NOT TARGET nlohmann_json::nlohmann_json)
+    find_package(nlohmann_json QUIET)
+endif()
+
+# What compressed recordings and those in XML and JSON are read with. Each may be missing: such a recording is then refused,
+# with the library's name. The shared library links shared libraries; the tool links archives where there are any, since
+# loading shared libraries would be most of what a run costs, and so do Windows' DLLs, which are to need no others.
+#
+# quarrow_readers is what the objects are compiled with, QUARROW_READER_LIBRARIES and QUARROW_READER_ARCHIVES are linked.
+add_library(quarrow_readers INTERFACE)
+set(QUARROW_READER_LIBRARIES "")
+set(QUARROW_READER_ARCHIVES "")
+macro(quarrow_reader_library name header library)
+    find_path(QUARROW_${name}_HEADERS ${header})
+    find_library(QUARROW_${name}_ARCHIVE lib${library}.a)
+    if(WIN32)
+        set(QUARROW_${name}_LIBRARY ${QUARROW_${name}_ARCHIVE})
+    else()
+        find_library(QUARROW_${name}_LIBRARY ${library})
+    endif()
+    mark_as_advanced(QUARROW_${name}_HEADERS QUARROW_${name}_ARCHIVE QUARROW_${name}_LIBRARY)
+    if(QUARROW_${name}_HEADERS AND QUARROW_${name}_LIBRARY)
+        target_include_directories(quarrow_readers SYSTEM INTERFACE ${QUARROW_${name}_HEADERS})
+        target_compile_definitions(quarrow_readers INTERFACE QUARROW_HAS_${name})
+        list(APPEND QUARROW_READER_LIBRARIES ${QUARROW_${name}_LIBRARY})
+        if(QUARROW_${name}_ARCHIVE)
+            list(APPEND QUARROW_READER_ARCHIVES ${QUARROW_${name}_ARCHIVE})
+        else()
+            list(APPEND QUARROW_READER_ARCHIVES ${QUARROW_${name}_LIBRARY})
+        endif()
+    else()
+        message(STATUS "Without lib${library} (${header}): recordings that need it will be refused")
+    endif()
+endmacro()
+quarrow_reader_library(ZLIB zlib.h z)
+quarrow_reader_library(LIBLZMA lzma.h lzma)
+quarrow_reader_library(LIBBZ2 bzlib.h bz2)
+quarrow_reader_library(PUGIXML pugixml.hpp pugixml)
+if(TARGET nlohmann_json::nlohmann_json)
+    target_link_libraries(quarrow_readers INTERFACE nlohmann_json::nlohmann_json)
+    target_compile_definitions(quarrow_readers INTERFACE QUARROW_HAS_JSON)
 endif()

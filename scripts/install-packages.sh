@@ -5,9 +5,11 @@
 # Asks nothing; needs root only when something is missing.
 set -eu
 
-build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev"
+build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
+    zlib1g-dev liblzma-dev libbz2-dev libpugixml-dev"
 clang="clang libclang-rt-14-dev"
-test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix wine64 dpkg-dev file python3-jsonschema chromium chromium-driver $clang"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev file python3-jsonschema
+    chromium chromium-driver cpuid $clang"
 bench="libbenchmark-dev libhwloc-dev"
 fuzz="$clang"
 docs="doxygen"

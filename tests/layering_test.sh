@@ -65,7 +65,7 @@ libQuarrow/os/windows/cpu/x86: zel libQuarrow libQuarrow/cpu
 libQuarrow/os/linux:         zel libKernelMode pci libQuarrow/machine libQuarrow/os libQuarrow/os/linux/cpu/x86
 libQuarrow/os/windows:       zel libKernelMode pci libQuarrow/machine libQuarrow/os libQuarrow/os/windows/cpu/x86
 libQuarrow/recording:        pci libQuarrow/machine
-libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording
+libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording nlohmann
 libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/recording
 $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 libQuarrow/recording
 $x86/decode/fields:

@@ -59,6 +59,37 @@ TEST_F(Corpus, EveryDumpDecodes) {
     }
 }
 
+// Whether this build reads a file that has that name.
+bool isReadHere(const std::filesystem::path& file) {
+#ifndef QUARROW_HAS_PUGIXML
+    return file.extension() != ".xml";
+#else
+    return !file.empty();
+#endif
+}
+
+// The same machine in the format of its collection and as text, where a folder has both.
+TEST_F(Corpus, OtherFormatsSayTheSame) {
+    std::size_t compared = 0;
+    for (const CorpusFolder& folder : folders) {
+        std::error_code none;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path + "/other-formats", none)) {
+            if (!isReadHere(entry.path())) {
+                continue;
+            }
+            RecordingError error;
+            const auto other = readRecording(entry.path().u8string(), error);
+            EXPECT_TRUE(other) << error.message;
+            const std::string name =
+                entry.is_directory() ? entry.path().filename().u8string() : entry.path().stem().u8string();
+            EXPECT_TRUE(other == readRecording(folder.path + "/" + name + ".txt", error))
+                << entry.path() << error.message;
+            ++compared;
+        }
+    }
+    std::cout << compared << " dumps in other formats compared\n";
+}
+
 // Compares one machine. Adds the rows of known differences that apply to `used`; answers how many facts were compared.
 std::size_t compare(const CorpusFolder& folder, const Row& row, const std::vector<Row>& known,
                     std::set<const Row*>& used) {

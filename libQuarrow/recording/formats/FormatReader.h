@@ -7,15 +7,14 @@
 #include <string>
 #include <string_view>
 
-// Private to the library: the formats that a recording may have, one reader for each. docs/recordings.md describes
-// them.
+// Private to the library: the formats that a recording may have, one reader for each of those that are read line by
+// line. docs/recordings.md describes them.
 
 namespace libQuarrow::os {
 
 // How an error ends that says that a file has none of them.
 constexpr const char* formatsRead =
-    "name a Quarrow recording, the output of \"cpuid -r\", a CPUID text report or a raw "
-    "file of libcpuid";
+    "name a Quarrow recording, the output of \"cpuid -r\", or a dump of another format that docs/recordings.md lists";
 
 enum class LineKind {
     other,     // a comment, a heading, a value that other formats have too

@@ -1,5 +1,6 @@
 #include <libQuarrow/recording/formats/RecordingBuilder.h>
 
+#include <algorithm>
 #include <unordered_set>
 
 namespace libQuarrow::os {
@@ -120,6 +121,11 @@ Recording RecordingBuilder::finish() {
         placeMsrs();
     }
     return std::move(m_recording);
+}
+
+bool hasValues(const Recording& recording) {
+    return std::any_of(recording.processors.begin(), recording.processors.end(),
+                       [](const RecordedProcessor& processor) { return !processor.leaves.empty(); });
 }
 
 } // namespace libQuarrow::os

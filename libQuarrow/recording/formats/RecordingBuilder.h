@@ -67,4 +67,7 @@ class RecordingBuilder {
     std::array<OrdinalLeaf, 5> m_ordinals{{{0x4, 0}, {0x7, 0}, {0xB, 0}, {0x1F, 0}, {0x8000001D, 0}}};
 };
 
+// Whether there is a leaf at all.
+bool hasValues(const Recording& recording);
+
 } // namespace libQuarrow::os

@@ -7,8 +7,8 @@
 
 namespace libQuarrow::os {
 
-// Reads a recording in any of the formats of docs/recordings.md from a file, named in UTF-8, or from standard input
-// when `path` is "-". On failure nothing is answered and `error` says why.
+// Reads a recording in any of the formats of docs/recordings.md from a file, named in UTF-8, from a folder of
+// hwloc-gather-cpuid, or from standard input when `path` is "-". On failure nothing is answered and `error` says why.
 QUARROW_EXPORT boost::optional<Recording> readRecording(const std::string& path, RecordingError& error);
 
 } // namespace libQuarrow::os

@@ -1,158 +1,90 @@
 #include <libQuarrow/recording/formats/RecordingParser.h>
 
+#include <libQuarrow/recording/formats/CpuIdWinXml.h>
+#include <libQuarrow/recording/formats/CpuzReportReader.h>
+#include <libQuarrow/recording/formats/Decompression.h>
+#include <libQuarrow/recording/formats/FirecrackerJson.h>
+#include <libQuarrow/recording/formats/HwlocFormatReader.h>
+#include <libQuarrow/recording/formats/KcpuidFormatReader.h>
 #include <libQuarrow/recording/formats/LibcpuidFormatReader.h>
 #include <libQuarrow/recording/formats/LineCursor.h>
+#include <libQuarrow/recording/formats/LinesParser.h>
+#include <libQuarrow/recording/formats/ProcessorFiles.h>
 #include <libQuarrow/recording/formats/QuarrowFormatReader.h>
 #include <libQuarrow/recording/formats/ReportTextReader.h>
+#include <libQuarrow/recording/formats/TarArchive.h>
+
+#include <zel/String.h>
 
 #include <algorithm>
-#include <memory>
-#include <string_view>
-#include <vector>
 
 namespace libQuarrow::os {
 namespace {
 
-constexpr const char* brokenOff = "the file breaks off here: ";
-
-// What is wrong with a text in which no format found a value.
-std::string withoutValues(std::string_view text) {
-    if (startsWith(text, "\xFF\xFE") || startsWith(text, "\xFE\xFF")) {
-        return "it is UTF-16 text, save it as UTF-8";
-    }
-    return text.find('\0') != std::string_view::npos ? "it is no text file" : "there are no CPUID values in it";
+// Whether the text is UTF-16: it begins with the byte order mark, as what PowerShell and Windows' editors write does.
+bool isUtf16(std::string_view bytes) {
+    return startsWith(bytes, "\xFF\xFE") || startsWith(bytes, "\xFE\xFF");
 }
 
-// Every format reads along until one finds a line that only it can have; from then on that one reads alone.
-class RecordingParser {
-  public:
-    RecordingParser(std::string_view text, const std::string& name) : m_text(text), m_rest(text), m_name(name) {
-        for (auto& make : {makeReportTextReader, makeQuarrowFormatReader, makeLibcpuidFormatReader}) {
-            m_candidates.push_back({make(), {}});
-        }
+// Without the mark. A last byte that is half a unit is dropped.
+std::string utf8FromUtf16(std::string_view bytes) {
+    const std::size_t low = bytes.front() == '\xFF' ? 0 : 1;
+    std::u16string units;
+    units.reserve(bytes.size() / 2);
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+        const auto byte = [&](std::size_t place) { return static_cast<unsigned char>(bytes[place]); };
+        units.push_back(static_cast<char16_t>(byte(i + 1 - low) << 8 | byte(i + low)));
     }
-
-    boost::optional<Recording> parse(RecordingError& error);
-
-  private:
-    struct Candidate {
-        std::unique_ptr<FormatReader> reader;
-        std::string mistake; // the first one, while the format is not settled
-    };
-
-    bool readLine(std::string_view line, bool terminated);
-    bool note(Candidate& candidate, const std::string& mistake);
-    bool settle(std::size_t index);
-    boost::optional<Recording> finish();
-    bool fail(const std::string& message) {
-        m_message = message;
-        return false;
-    }
-    std::string atLine(const std::string& message) const {
-        return m_name + ":" + std::to_string(m_lineNumber) + ": " + message;
-    }
-    bool settled() const { return m_candidates.size() == 1; }
-
-    std::string_view m_text;
-    std::string_view m_rest;
-    const std::string& m_name;
-    std::vector<Candidate> m_candidates;
-    std::size_t m_lineNumber = 0;
-    std::string m_message;
-};
-
-bool RecordingParser::readLine(std::string_view line, bool terminated) {
-    ++m_lineNumber;
-    for (std::size_t i = 0; i < m_candidates.size(); ++i) {
-        FormatReader& reader = *m_candidates[i].reader;
-        const bool cut = !terminated && reader.breaksOff(line);
-        const LineKind kind = cut ? LineKind::malformed : reader.read(line);
-        if (reader.builder().tooManyProcessors()) {
-            return fail(atLine("expected no more than " + std::to_string(maxRecordedProcessors) + " processors"));
-        }
-        if (kind == LineKind::decisive && !settled()) {
-            return settle(i);
-        }
-        if (kind == LineKind::malformed && m_candidates[i].mistake.empty()) {
-            const char* expected =
-                cut ? "expected the rest of the line and, after a heading, its values" : reader.expected();
-            if (!note(m_candidates[i], terminated ? expected : std::string(brokenOff) + expected)) {
-                return false;
-            }
-        }
-    }
-    return true;
+    return zel::String(std::move(units)).toUtf8();
 }
 
-// A mistake in the line at hand. It ends the reading once the format is settled; before, the first one is kept.
-bool RecordingParser::note(Candidate& candidate, const std::string& mistake) {
-    if (settled()) {
-        return fail(atLine(mistake));
+FormatReaders lineReaders() {
+    FormatReaders readers;
+    for (auto& make : {makeReportTextReader, makeQuarrowFormatReader, makeLibcpuidFormatReader, makeHwlocFormatReader,
+                       makeKcpuidFormatReader, makeCpuzReportReader}) {
+        readers.push_back(make());
     }
-    candidate.mistake = atLine(mistake);
-    return true;
+    return readers;
 }
 
-bool RecordingParser::settle(std::size_t index) {
-    Candidate chosen = std::move(m_candidates[index]);
-    m_candidates.clear();
-    m_candidates.push_back(std::move(chosen));
-    return m_candidates.front().mistake.empty() || fail(m_candidates.front().mistake);
-}
-
-// After the last line. What a reader drops at the end may have been all that there was.
-boost::optional<Recording> RecordingParser::finish() {
-    if (settled()) {
-        FormatReader& reader = *m_candidates.front().reader;
-        const std::string missing = reader.missing();
-        if (!missing.empty()) {
-            fail(atLine(missing));
-            return boost::none;
-        }
-        Recording recording = reader.finish();
-        if (std::any_of(recording.processors.begin(), recording.processors.end(),
-                        [](const RecordedProcessor& processor) { return !processor.leaves.empty(); })) {
-            return recording;
-        }
+boost::optional<Recording> parseText(std::string_view text, const std::string& name, RecordingError& error) {
+    if (startsWith(text, "\xEF\xBB\xBF")) {
+        text.remove_prefix(3);
     }
-    const auto mistaken = std::find_if(m_candidates.begin(), m_candidates.end(),
-                                       [](const Candidate& candidate) { return !candidate.mistake.empty(); });
-    fail(mistaken != m_candidates.end() ? mistaken->mistake
-                                        : m_name + ": " + withoutValues(m_text) + "; " + formatsRead);
-    return boost::none;
-}
-
-boost::optional<Recording> RecordingParser::parse(RecordingError& error) {
-    if (startsWith(m_rest, "\xEF\xBB\xBF")) {
-        m_rest.remove_prefix(3);
+    const std::string_view beginning = text.substr(std::min(text.size(), text.find_first_not_of(" \t\r\n")));
+    if (startsWith(beginning, "<?xml") || startsWith(beginning, "<cpuid")) {
+        return parseCpuIdWinXml(text, name, error);
     }
-    bool good = true;
-    while (good && !m_rest.empty()) {
-        const std::size_t length = m_rest.find('\n');
-        std::string_view line = m_rest.substr(0, length);
-        m_rest.remove_prefix(length == std::string_view::npos ? m_rest.size() : length + 1);
-        if (!line.empty() && line.back() == '\r') {
-            line.remove_suffix(1);
-        }
-        good = readLine(line, length != std::string_view::npos);
+    if (startsWith(beginning, "{")) {
+        return parseFirecrackerJson(text, name, error);
     }
-    boost::optional<Recording> recording = good ? finish() : boost::none;
-    error.message = m_message;
-    return recording;
+    return parseLines(text, name, lineReaders(), error);
 }
 
 } // namespace
 
-boost::optional<Recording> parseRecording(const std::string& text, const std::string& name, RecordingError& error) {
-    if (text.size() > maxRecordingBytes) {
-        error.message = name + ": it is larger than 64 MiB; " + formatsRead;
+boost::optional<Recording> parseRecording(const std::string& bytes, const std::string& name, RecordingError& error) {
+    const auto failed = [&](const std::string& what) {
+        error.message = name + ": " + what + "; " + formatsRead;
+        return boost::none;
+    };
+    if (bytes.size() > maxRecordingBytes) {
+        return failed("it is larger than 64 MiB");
+    }
+    std::string_view content = bytes;
+    std::string unpacked;
+    const std::string problem = decompress(content, unpacked);
+    if (!problem.empty()) {
+        error.message = name + ": " + problem;
         return boost::none;
     }
-    if (text.empty()) {
-        error.message = name + ": it is empty; " + formatsRead;
-        return boost::none;
+    if (content.empty()) {
+        return failed("it is empty");
     }
-    return RecordingParser(text, name).parse(error);
+    if (isTarArchive(content)) {
+        return parseProcessorArchive(content, name, error);
+    }
+    return isUtf16(content) ? parseText(utf8FromUtf16(content), name, error) : parseText(content, name, error);
 }
 
 } // namespace libQuarrow::os

@@ -45,6 +45,8 @@ class ReportTextReader : public FormatReader {
 
 LineKind ReportTextReader::read(std::string_view line) {
     LineCursor cursor(line);
+    cursor.skipBlanks(); // AIDA64's own reports indent what stands below a heading
+    line = cursor.rest();
     if (cursor.accept("CPUID") && cursor.skipBlanks()) {
         if (numberBegins(cursor.rest())) {
             return readCpuid(cursor);
@@ -73,16 +75,22 @@ LineKind ReportTextReader::readCpuid(LineCursor cursor) {
     if (!cursor.hex(leaf)) {
         return malformed(expectedCpuid);
     }
+    boost::optional<std::uint32_t> subleaf;
+    std::uint8_t labelled = 0;
+    LineCursor label = cursor;
+    if (label.accept(":") && label.hex(labelled) && label.accept(" =")) { // CPUID 00000004:01 = ..., of tycho's cpuid
+        cursor = label;
+        subleaf = labelled;
+    }
     cursor.skipBlanks();
     cursor.accept(":");
     cursor.skipBlanks();
     if (!cursor.fourRegisters(registers, '-', ' ') || (!cursor.atEnd() && isWordCharacter(cursor.rest().front()))) {
         return malformed(expectedCpuid);
     }
-    boost::optional<std::uint32_t> subleaf;
-    const std::size_t label = cursor.rest().find("[SL ");
-    if (label != std::string_view::npos) {
-        LineCursor number(cursor.rest().substr(label + 4));
+    const std::size_t bracket = cursor.rest().find("[SL ");
+    if (bracket != std::string_view::npos) {
+        LineCursor number(cursor.rest().substr(bracket + 4));
         std::uint32_t value = 0;
         if (!number.hex(value, 1, 8) || !number.accept("]")) {
             return malformed(expectedCpuid);
@@ -209,6 +217,9 @@ void ReportTextReader::readTscRate(LineCursor cursor) {
 }
 
 bool ReportTextReader::breaksOff(std::string_view line) const {
+    LineCursor indented(line);
+    indented.skipBlanks();
+    line = indented.rest();
     if (startsWith(line, "---")) {
         const std::string_view heading = afterRuling(line, '-');
         return startsWith(heading, "[") &&
