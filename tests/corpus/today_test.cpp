@@ -22,11 +22,14 @@ topology::Topology topologyOf(const std::string& path) {
     return topology::Topology::read().value();
 }
 
-bool agree(const std::string& fact, const std::string& ours, const std::string& theirs) {
+// The recorder of this one knew two kinds of core; its efficient cores without an L3 are a third.
+const char* const twoKindsTold = "intel-pantherlake-ultra7-355";
+
+bool agree(const std::string& file, const std::string& fact, const std::string& ours, const std::string& theirs) {
     if (theirs == "0" && fact.find("_KB") != std::string::npos) {
         return ours == "none"; // no such cache
     }
-    if (theirs == "efficient" && ours == "low power") { // of which the recorders know nothing
+    if (theirs == "efficient" && ours == "low power" && file.rfind(twoKindsTold, 0) == 0) {
         return true;
     }
     return ours == zel::String::fromUtf8(theirs).normalizeSpaces().toUtf8();
@@ -63,7 +66,7 @@ TEST_F(Corpus, IsUnderstoodAsItIsToday) {
                 const auto found = ours.find(fact);
                 const std::string answer = found == ours.end() ? "none" : found->second;
                 compared += theirs.empty() ? 0 : 1;
-                if (theirs.empty() || agree(fact, answer, theirs)) {
+                if (theirs.empty() || agree(file, fact, answer, theirs)) {
                     continue;
                 }
                 bool listed = false;

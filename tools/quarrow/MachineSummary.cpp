@@ -18,7 +18,6 @@ using libQuarrow::topology::Cache;
 using libQuarrow::topology::CoreKind;
 using libQuarrow::topology::Feature;
 using libQuarrow::topology::FeatureSet;
-using libQuarrow::topology::Hypervisor;
 using libQuarrow::topology::ProcessorNames;
 namespace isa = libQuarrow::topology::isa;
 
@@ -104,11 +103,12 @@ constexpr Extension extensions[] = {
     {"AMX", isa::amx_tile},     {"APX", isa::apx},
 };
 
-std::string extensionsOf(const FeatureSet& usable) {
+std::string extensionsOf(const FeatureSet& usable, std::uint32_t avx10Version) {
     std::vector<std::string> names;
     for (const Extension& extension : extensions) {
         if (usable.contains(extension.feature)) {
-            names.push_back(extension.name);
+            const bool versioned = extension.feature.name == isa::avx10.name && avx10Version != 0;
+            names.push_back(extension.name + (versioned ? "." + std::to_string(avx10Version) : std::string()));
         }
     }
     return joined(names);
@@ -116,6 +116,16 @@ std::string extensionsOf(const FeatureSet& usable) {
 
 std::string levelName(const std::optional<std::uint32_t>& level) {
     return level ? levelText(level) : "no x86-64 level";
+}
+
+// 0 where a processor does not tell one.
+std::uint32_t lowestAvx10(const Topology& topology) {
+    std::uint32_t lowest = ~0U;
+    for (const Processor& processor : topology.processors()) {
+        const auto& avx10 = processor.identity->avx10;
+        lowest = std::min(lowest, avx10 ? avx10->version : 0);
+    }
+    return lowest;
 }
 
 // What every processor runs; where they differ, who holds the others back.
@@ -141,7 +151,7 @@ std::string runs(const Topology& topology) {
     if (lowest != highest) {
         text += " (" + holders.toList() + "; the others " + levelName(highest) + ")";
     }
-    return joined({text, extensionsOf(common)}, "; ");
+    return joined({text, extensionsOf(common, lowestAvx10(topology))}, "; ");
 }
 
 // "8 x 48 KB + 8 x 32 KB" for each name, in the order of levels; in each the caches of the lowest processors first.
@@ -214,8 +224,9 @@ std::vector<SummaryLine> summaryOf(const Topology& topology, bool isRecorded) {
     if (!topology.numaNodes().empty()) {
         lines.push_back({"NUMA", numa(topology)});
     }
-    if (const auto& hypervisor = topology.processors().front().identity->hypervisor) {
-        lines.push_back({"Hypervisor", hypervisorName(*hypervisor)});
+    const std::string hypervisor = hypervisorName(*topology.processors().front().identity);
+    if (!hypervisor.empty()) {
+        lines.push_back({"Hypervisor", hypervisor});
     }
     const auto microcode = libQuarrow::topology::microcodeRevisions(topology.numbering());
     if (!microcode.empty()) {

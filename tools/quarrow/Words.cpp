@@ -3,6 +3,7 @@
 #include <tools/quarrow/Text.h>
 #include <tools/quarrow/os/Console.h>
 
+#include <libQuarrow/topology/features/isa.h>
 #include <libQuarrow/topology/names/HypervisorNames.h>
 
 #include <algorithm>
@@ -33,6 +34,13 @@ std::string quotient(std::uint64_t value, std::uint64_t unit) {
         text.pop_back();
     }
     return text;
+}
+
+std::string nameOfSignature(const std::string& signature) {
+    const std::string_view known = libQuarrow::topology::hypervisorNamed(signature);
+    return !known.empty()      ? std::string(known)
+           : signature.empty() ? "yes, of an unknown maker"
+                               : "\"" + signature + "\"";
 }
 
 } // namespace
@@ -107,14 +115,45 @@ std::string processorName(const ProcessorIdentity& identity) {
                                                          .toUtf8();
 }
 
-std::string hypervisorName(const Hypervisor& hypervisor) {
+// The last of its interfaces is the hypervisor's own: what it imitates comes before, for systems that look no further.
+std::string hypervisorName(const ProcessorIdentity& identity) {
     constexpr std::uint32_t hyperVInterface = 0x31237648; // "Hv#1"
-    const std::string_view known = libQuarrow::topology::hypervisorNamed(hypervisor.signature);
-    const std::string name = !known.empty()                 ? std::string(known)
-                             : hypervisor.signature.empty() ? "yes, of an unknown maker"
-                                                            : "\"" + hypervisor.signature + "\"";
-    const bool asHyperV = hypervisor.interface == hyperVInterface && known != "Hyper-V";
-    return asHyperV ? name + ", with Hyper-V's interface" : name;
+    if (!identity.hypervisor) {
+        return {};
+    }
+    std::vector<Hypervisor> all = identity.furtherHypervisors;
+    all.insert(all.begin(), *identity.hypervisor);
+    const std::string name = nameOfSignature(all.back().signature);
+    std::vector<std::string> imitated;
+    for (const Hypervisor& other : all) {
+        const std::string otherName = other.interface == hyperVInterface ? "Hyper-V" : nameOfSignature(other.signature);
+        if (otherName != name && std::find(imitated.begin(), imitated.end(), otherName) == imitated.end()) {
+            imitated.push_back(otherName);
+        }
+    }
+    return imitated.empty() ? name : name + ", with the interface of " + joined(imitated, " and of ");
+}
+
+std::string avx10Text(const std::optional<libQuarrow::topology::Avx10>& avx10) {
+    if (!avx10) {
+        return {};
+    }
+    std::string widths;
+    for (std::size_t i = 0; i < avx10->vectorBits.size(); ++i) {
+        widths += (i == 0                              ? ""
+                   : i + 1 == avx10->vectorBits.size() ? " and "
+                                                       : ", ") +
+                  std::to_string(avx10->vectorBits[i]);
+    }
+    return "version " + std::to_string(avx10->version) + (widths.empty() ? "" : ", vectors of " + widths + " bits");
+}
+
+std::string permissionText(const libQuarrow::topology::FeatureSet& usable) {
+    return usable.contains(libQuarrow::topology::isa::amx_tile)
+               ? "AMX once the program has asked for it: on Linux with arch_prctl(ARCH_REQ_XCOMP_PERM), on Windows "
+                 "with "
+                 "EnableProcessOptionalXStateFeatures"
+               : std::string();
 }
 
 std::string levelText(const std::optional<std::uint32_t>& level) {

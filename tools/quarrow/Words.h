@@ -31,8 +31,13 @@ std::string tlbName(const libQuarrow::topology::TlbFigures& figures);
 std::string pageSizesText(const libQuarrow::topology::TlbFigures& figures);
 // What a processor is called: its brand string, else its maker and signature.
 std::string processorName(const libQuarrow::topology::ProcessorIdentity& identity);
-// "KVM"; the signature in quotes where it is of an unknown one. With the interface where that is another's.
-std::string hypervisorName(const libQuarrow::topology::Hypervisor& hypervisor);
+// "KVM"; the signature in quotes where it is of an unknown one; "KVM, with Hyper-V's interface" where it imitates others.
+// Empty without a hypervisor.
+std::string hypervisorName(const libQuarrow::topology::ProcessorIdentity& identity);
+// "version 2, vectors of 128, 256 and 512 bits"; empty without AVX10.
+std::string avx10Text(const std::optional<libQuarrow::topology::Avx10>& avx10);
+// What a program has to do before it may use those features; empty where nothing.
+std::string permissionText(const libQuarrow::topology::FeatureSet& usable);
 // "x86-64-v3"; empty below the first level.
 std::string levelText(const std::optional<std::uint32_t>& level);
 // "0x2b000590", as systems write it; empty for a processor whose revision is not known.

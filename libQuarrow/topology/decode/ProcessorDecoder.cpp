@@ -1,11 +1,14 @@
 #include <libQuarrow/topology/decode/ProcessorDecoder.h>
 
+#include <libQuarrow/machine/hypervisor_leaves.h>
 #include <libQuarrow/topology/decode/LeafReader.h>
 #include <libQuarrow/topology/features/FeatureDetection.h>
+#include <libQuarrow/topology/features/isa.h>
 
 #include <array>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace libQuarrow::topology {
 namespace {
@@ -61,21 +64,48 @@ void decodeSignature(std::uint32_t signature, ProcessorIdentity& identity) {
     identity.family = fields.family + (fields.family == 15 ? fields.extFamily : 0);
 }
 
-// The range of leaves that is left to hypervisors. An old one names no highest leaf there (0).
-std::optional<Hypervisor> hypervisorOf(LeafReader& leaves) {
-    constexpr std::uint32_t range = 0x40000000;
-    if (!leaves.get<cpu::VersionLeaf>().hypervisor) {
-        return std::nullopt;
-    }
-    Hypervisor hypervisor;
-    const cpu::cpuid_args first = leaves.readAnyway(range);
-    if (first.eax == 0 || (first.eax >= range && first.eax < range + 0x10000)) {
-        hypervisor.signature = characters<3>({first.ebx, first.ecx, first.edx});
-        if (first.eax > range) {
-            hypervisor.interface = leaves.readAnyway(range + 1).eax;
-        }
+Hypervisor hypervisorAt(std::uint32_t range, const cpu::cpuid_args& first, LeafReader& leaves) {
+    Hypervisor hypervisor{characters<3>({first.ebx, first.ecx, first.edx}), std::nullopt};
+    if (first.eax > range) {
+        hypervisor.interface = leaves.readAnyway(range + 1).eax;
     }
     return hypervisor;
+}
+
+// The ranges of leaves that are left to hypervisors. An old one names no highest leaf in the first of them (0).
+void decodeHypervisor(LeafReader& leaves, ProcessorIdentity& identity) {
+    constexpr std::uint32_t lastLeaf = hypervisorRange + 0xFFFF;
+    if (!leaves.get<cpu::VersionLeaf>().hypervisor) {
+        return;
+    }
+    const cpu::cpuid_args first = leaves.readAnyway(hypervisorRange);
+    if (first.eax != 0 && (first.eax < hypervisorRange || first.eax > lastLeaf)) {
+        identity.hypervisor = Hypervisor();
+        return;
+    }
+    identity.hypervisor = hypervisorAt(hypervisorRange, first, leaves);
+    for (std::uint32_t i = 1; i < mostHypervisorRanges; ++i) {
+        const std::uint32_t range = hypervisorRange + i * hypervisorRangeSize;
+        const cpu::cpuid_args next = leaves.readAnyway(range);
+        if (first.eax >= range || !isHypervisorRange(range, next.eax)) {
+            return;
+        }
+        identity.furtherHypervisors.push_back(hypervisorAt(range, next, leaves));
+    }
+}
+
+std::optional<Avx10> avx10Of(const FeatureSet& features, LeafReader& leaves) {
+    if (!features.contains(isa::avx10) || !leaves.has(cpu::Avx10Leaf::number)) {
+        return std::nullopt;
+    }
+    const auto leaf = leaves.get<cpu::Avx10Leaf>();
+    Avx10 avx10{leaf.version, {}};
+    for (const auto& [has, bits] : {std::pair(leaf.has128, 128U), {leaf.has256, 256U}, {leaf.has512, 512U}}) {
+        if (has) {
+            avx10.vectorBits.push_back(bits);
+        }
+    }
+    return avx10;
 }
 
 } // namespace
@@ -121,7 +151,7 @@ ProcessorIdentity decodeIdentity(LeafReader& leaves) {
         identity.physicalAddressBits = sizes.physicalBits;
         identity.linearAddressBits = sizes.linearBits;
     }
-    identity.hypervisor = hypervisorOf(leaves);
+    decodeHypervisor(leaves, identity);
     return identity;
 }
 
@@ -133,6 +163,7 @@ ProcessorFacts decodeProcessor(cpu::CpuidReader& cpuid) {
     identity.features = featuresOf(cpuid);
     identity.usable = usableOf(identity.features, cpuid);
     identity.level = levelOf(identity.usable);
+    identity.avx10 = avx10Of(identity.features, leaves);
     decodePlace(leaves, facts.place, facts.model);
     facts.model.caches = decodeCaches(leaves, facts.model);
     facts.model.tlbs = decodeTlbs(leaves);

@@ -9,20 +9,28 @@ struct HypervisorRow {
 };
 
 // From the hypervisors' own documents (KVM: Linux, Documentation/virt/kvm/x86/cpuid.rst; Hyper-V: top-level functional
-// reference; Xen: public/arch-x86/cpuid.h) and what Linux and systemd recognise.
+// reference; Xen: public/arch-x86/cpuid.h; FEX-Emu: docs/CPUID.md; the code of those whose code is public) and what Linux
+// and systemd recognise.
 // clang-format off
 constexpr HypervisorRow hypervisors[] = {
     {" QNXQVMBSQG ",  "QNX"},
     {" lrpepyh  vr",  "Parallels"},
     {" lrpepyh vr",   "Parallels"},
+    {" prl hyperv ",  "Parallels"},
     {"ACRNACRNACRN",  "ACRN"},
     {"Apple VZ",      "Virtualization.framework"},
+    {"BHyVE BHyVE ",  "bhyve"},
+    {"Barevisor!",    "Barevisor"},
     {"EVMMEVMMEVMM",  "Intel KGT"},
+    {"FEXIFEXIEMU",   "FEX-Emu"},
     {"HAXMHAXMHAXM",  "HAXM"},
     {"Jailhouse",     "Jailhouse"},
     {"KVMKVMKVM",     "KVM"},
+    {"LKVMLKVMLKVM",  "KVM"},
     {"Linux KVM Hv",  "KVM"},
     {"Microsoft Hv",  "Hyper-V"},
+    {"MiniVisor",     "MiniVisor"},
+    {"NoirVisor ZT",  "NoirVisor"},
     {"OpenBSDVMM58",  "OpenBSD VMM"},
     {"QNXQVMBSQG",    "QNX"},
     {"SRESRESRESRE",  "LMHS"},

@@ -53,21 +53,59 @@ struct HybridRow {
     const char* lowPower;
 };
 
+// What the maker calls a stepping.
+struct SteppingRow {
+    std::uint16_t family;
+    std::uint16_t firstModel;
+    std::uint16_t lastModel;
+    std::uint8_t stepping;
+    const char* name;
+};
+
+// The package that a package type stands for.
+struct PackageRow {
+    std::uint16_t family;
+    std::uint16_t firstModel;
+    std::uint16_t lastModel;
+    std::uint8_t type;
+    const char* name;
+};
+
+// What tells rows of the same models apart: the steppings that a row is for, or its package type.
+constexpr std::uint8_t firstOf(const NameRow& row) {
+    return row.firstStepping;
+}
+constexpr std::uint8_t lastOf(const NameRow& row) {
+    return row.lastStepping;
+}
+constexpr std::uint8_t firstOf(const SteppingRow& row) {
+    return row.stepping;
+}
+constexpr std::uint8_t lastOf(const SteppingRow& row) {
+    return row.stepping;
+}
+constexpr std::uint8_t firstOf(const PackageRow& row) {
+    return row.type;
+}
+constexpr std::uint8_t lastOf(const PackageRow& row) {
+    return row.type;
+}
+
 // Whether rows are in ascending order and none overlaps the next: one signature has one row.
-template <std::size_t count>
-constexpr bool signaturesAscend(const NameRow (&rows)[count]) {
+template <class Row, std::size_t count>
+constexpr bool signaturesAscend(const Row (&rows)[count]) {
     for (std::size_t i = 0; i < count; ++i) {
-        const NameRow& b = rows[i];
-        if (b.firstModel > b.lastModel || b.firstStepping > b.lastStepping || b.lastStepping > 15) {
+        const Row& b = rows[i];
+        if (b.firstModel > b.lastModel || firstOf(b) > lastOf(b) || lastOf(b) > 15) {
             return false;
         }
         if (i == 0) {
             continue;
         }
-        const NameRow& a = rows[i - 1];
+        const Row& a = rows[i - 1];
         const bool sameModel = a.family == b.family && a.firstModel == b.firstModel && a.lastModel == b.lastModel;
         const bool laterModel = a.family < b.family || (a.family == b.family && a.lastModel < b.firstModel);
-        if (!laterModel && !(sameModel && a.lastStepping < b.firstStepping)) {
+        if (!laterModel && !(sameModel && lastOf(a) < firstOf(b))) {
             return false;
         }
     }

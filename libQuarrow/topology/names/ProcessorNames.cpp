@@ -1,8 +1,10 @@
 #include <libQuarrow/topology/names/ProcessorNames.h>
 
 #include <libQuarrow/topology/names/amd_names.h>
+#include <libQuarrow/topology/names/amd_packages.h>
 #include <libQuarrow/topology/names/intel_names.h>
 #include <libQuarrow/topology/names/other_names.h>
+#include <libQuarrow/topology/names/steppings.h>
 
 #include <string>
 
@@ -27,14 +29,16 @@ struct Maker {
     Rows<NameRow> names;
     Rows<BrandRow> brands = {};
     Rows<HybridRow> hybrids = {};
+    Rows<SteppingRow> steppings = {};
+    Rows<PackageRow> packages = {};
 };
 
 const Maker makers[] = {
-    {"GenuineIntel", intelNames, intelBrandNames, intelHybrids},
-    {"AuthenticAMD", amdNames, amdBrandNames, amdHybrids},
+    {"GenuineIntel", intelNames, intelBrandNames, intelHybrids, intelSteppings},
+    {"AuthenticAMD", amdNames, amdBrandNames, amdHybrids, amdSteppings, amdPackages},
     {"AMDisbetter!", amdNames}, // the first K5
     {"AMD ISBETTER", amdNames}, // a later spelling of the same
-    {"HygonGenuine", amdNames},
+    {"HygonGenuine", amdNames, {}, {}, amdSteppings, amdPackages},
     {"CentaurHauls", centaurNames},
     {"  Shanghai  ", centaurNames},
     {"CyrixInstead", cyrixNames},
@@ -49,9 +53,14 @@ const Maker makers[] = {
 };
 
 template <class Row>
+bool hasModel(const Row& row, const NamedProcessor& processor) {
+    return row.family == processor.family && row.firstModel <= processor.model && processor.model <= row.lastModel;
+}
+
+template <class Row>
 bool fits(const Row& row, const NamedProcessor& processor) {
-    return row.family == processor.family && row.firstModel <= processor.model && processor.model <= row.lastModel &&
-           row.firstStepping <= processor.stepping && processor.stepping <= row.lastStepping;
+    return hasModel(row, processor) && row.firstStepping <= processor.stepping &&
+           processor.stepping <= row.lastStepping;
 }
 
 // The brand string with one blank where there are several: makers pad it.
@@ -92,6 +101,30 @@ std::string_view codenameOf(const NameRow& row, const Maker& maker, const NamedP
     return textOf(row.codename);
 }
 
+std::string_view revisionOf(const Maker& maker, const NamedProcessor& processor) {
+    for (const SteppingRow& row : maker.steppings) {
+        if (hasModel(row, processor) && row.stepping == processor.stepping) {
+            return row.name;
+        }
+    }
+    return {};
+}
+
+std::string_view packageOf(const Maker& maker, const NamedProcessor& processor) {
+    if (!processor.packageType) {
+        return {};
+    }
+    constexpr std::uint32_t familyThatTellsByModel = 15;
+    const std::uint32_t type =
+        processor.family == familyThatTellsByModel ? processor.model & 3 : *processor.packageType;
+    for (const PackageRow& row : maker.packages) {
+        if (hasModel(row, processor) && row.type == type) {
+            return row.name;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 ProcessorNames namesOf(const NamedProcessor& processor) {
@@ -102,7 +135,7 @@ ProcessorNames namesOf(const NamedProcessor& processor) {
         for (const NameRow& row : maker.names) {
             if (fits(row, processor)) {
                 return {microarchitectureOf(row, maker, processor), codenameOf(row, maker, processor),
-                        textOf(row.process)};
+                        textOf(row.process), revisionOf(maker, processor), packageOf(maker, processor)};
             }
         }
     }
@@ -116,7 +149,10 @@ ProcessorNames namesOf(const Processor& processor) {
                       : *processor.kind == CoreKind::performance ? Core::performance
                       : *processor.kind == CoreKind::efficient   ? Core::efficient
                                                                  : Core::lowPower;
-    return namesOf({identity.vendor, identity.brand, identity.family, identity.model, identity.stepping, core});
+    // Hypervisors that say nothing of the package leave zeros there.
+    const bool told = !identity.hypervisor || identity.packageType != 0;
+    return namesOf({identity.vendor, identity.brand, identity.family, identity.model, identity.stepping, core,
+                    told ? std::make_optional(identity.packageType) : std::nullopt});
 }
 
 } // namespace libQuarrow::topology

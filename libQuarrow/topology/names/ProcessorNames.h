@@ -4,6 +4,7 @@
 #include <libQuarrow/topology/Processor.h>
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace libQuarrow::topology {
@@ -16,6 +17,8 @@ struct NamedProcessor {
     std::uint32_t model = 0;  // the extended field in front, where the maker uses it
     std::uint32_t stepping = 0;
     enum class Core { only, performance, efficient, lowPower } core = Core::only; // of which kind, on a hybrid
+    std::optional<std::uint32_t> packageType = {}; // AMD and Hygon: leaf 0x80000001 EBX bits 28 to 31; none: its
+                                                   // package is not asked for
 };
 
 // How people call it. Each is empty where no public source tells: there is no nearest row. The texts are constants of
@@ -24,6 +27,9 @@ struct ProcessorNames {
     std::string_view microarchitecture; // of this kind of core, such as "Golden Cove" or "Zen 4"
     std::string_view codename;          // of the product, such as "Alder Lake" or "Genoa"
     std::string_view process;           // that the cores are made in: "45 nm", or as foundries name it, "Intel 7"
+    std::string_view revision; // its stepping as the maker calls it: "D0", "RS-B1"; "C1/M0" where dies of one signature
+                               // have steppings of their own
+    std::string_view package;  // that AMD's processors are in: "AM5", "SP5"
 };
 
 // Looked up in tables of this library by maker, family, model and stepping, then by the brand where products of one

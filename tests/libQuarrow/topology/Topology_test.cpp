@@ -3,6 +3,7 @@
 #include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/ProcessorAffinity.h>
 #include <libQuarrow/topology/Topology.h>
+#include <libQuarrow/topology/names/ProcessorNames.h>
 #include <tests/support/AmdProcessor.h>
 #include <tests/support/IntelProcessor.h>
 #include <tests/support/TopologyInvariants.h>
@@ -276,6 +277,66 @@ TEST(Topology, KnowsWhoAProcessorIs) {
     ASSERT_TRUE(identity.hypervisor);
     EXPECT_EQ(identity.hypervisor->signature, "KVMKVMKVM");
     EXPECT_EQ(identity.hypervisor->interface, 0x01000000U);
+    EXPECT_TRUE(identity.furtherHypervisors.empty());
+    EXPECT_FALSE(identity.avx10);
+}
+
+// Interfaces of hypervisors, up to the first range of leaves that does not name a leaf of its own.
+TEST(Topology, KnowsEachInterfaceOfAHypervisor) {
+    const cpu::cpuid_args hyperV = {0x40000005, 0x7263694D, 0x666F736F, 0x76482074};
+    const cpu::cpuid_args kvm = {0x40000101, 0x4B4D564B, 0x564B4D56, 0x4D};
+    const struct {
+        std::vector<std::pair<std::uint32_t, cpu::cpuid_args>> ranges;
+        const char* signatures;
+    } cases[] = {
+        {{{0x40000000, hyperV}, {0x40000100, kvm}}, "Microsoft Hv, KVMKVMKVM"},
+        {{{0x40000000, hyperV}, {0x40000200, kvm}}, "Microsoft Hv"},
+        {{{0x40000000, hyperV}, {0x40000100, hyperV}}, "Microsoft Hv"}, // answers every range alike
+        {{{0x40000000, {0x40000FFF, 0x41414141, 0, 0}}, {0x40000100, kvm}},
+         "AAAA"},                                              // the leaf is the first range's own
+        {{{0x40000000, {7, 2, 9, 0}}, {0x40000100, kvm}}, ""}, // what a leaf beyond the maximum answers
+    };
+    for (const auto& row : cases) {
+        IntelProcessor guest(0xA06D1);
+        guest.leaf(1, {0xA06D1, 0, 1U << 31, 0});
+        for (const auto& [leaf, registers] : row.ranges) {
+            guest.leaf(leaf, registers);
+        }
+        const ProcessorIdentity identity = *topologyOf(std::vector{guest}).processors()[0].identity;
+        std::string signatures = identity.hypervisor.value().signature;
+        for (const Hypervisor& further : identity.furtherHypervisors) {
+            signatures += ", " + further.signature;
+        }
+        EXPECT_EQ(signatures, row.signatures);
+    }
+}
+
+TEST(Topology, KnowsWhichAvx10) {
+    IntelProcessor processor(0xA06D1);
+    processor.maxLeaf(0x24).leaf(7, {1, 0, 0, 0}).leaf(0x24, {0, 0x50102, 0, 0});
+    EXPECT_FALSE(topologyOf(std::vector{processor}).processors()[0].identity->avx10) << "leaf 7 says no";
+    processor.leaf(7, {0, 0, 0, 1U << 19}, 1);
+    EXPECT_EQ(topologyOf(std::vector{processor}).processors()[0].identity->avx10, (Avx10{2, {128, 512}}));
+    processor.maxLeaf(0x23);
+    EXPECT_FALSE(topologyOf(std::vector{processor}).processors()[0].identity->avx10) << "no such leaf";
+}
+
+// The package of family 0Fh follows from its model. Whether a hypervisor's zeros are a package nobody knows.
+TEST(ProcessorNames, TellThePackageWhereItIsTold) {
+    NamedProcessor processor{"AuthenticAMD", "", 0x19, 0x61, 2};
+    EXPECT_EQ(namesOf(processor).package, "");
+    processor.packageType = 0;
+    EXPECT_EQ(namesOf(processor).package, "AM5");
+    processor.packageType = 9;
+    EXPECT_EQ(namesOf(processor).package, "");
+    EXPECT_EQ(namesOf({"AuthenticAMD", "", 0x0F, 0x0C, 0, {}, 0}).package, "Socket 754");
+    EXPECT_EQ(namesOf({"GenuineIntel", "", 0x06, 0x2A, 7, {}, 0}).package, "");
+    AmdProcessor real(0xA60F12);
+    real.maxExtendedLeaf(0x80000001).leaf(0x80000001, {0xA60F12, 0, 0, 0});
+    AmdProcessor guest = real;
+    guest.leaf(1, {0xA60F12, 0, 1U << 31, 0});
+    EXPECT_EQ(namesOf(topologyOf(std::vector{real}).processors()[0]).package, "AM5");
+    EXPECT_EQ(namesOf(topologyOf(std::vector{guest}).processors()[0]).package, "");
 }
 
 } // namespace

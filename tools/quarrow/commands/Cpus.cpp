@@ -46,9 +46,9 @@ std::string signature(const ProcessorIdentity& identity) {
     if (identity.signature == 0) {
         return {};
     }
-    return zel::String::SprintfFormat("%08Xh: family %u (%Xh), model %u (%Xh), stepping %u", identity.signature,
-                                      identity.family, identity.family, identity.model, identity.model,
-                                      identity.stepping)
+    return zel::String::SprintfFormat("%08Xh: family %Xh (%X+%X), model %Xh (%X:%X), stepping %u", identity.signature,
+                                      identity.family, identity.baseFamily(), identity.extendedFamily(), identity.model,
+                                      identity.extendedModel(), identity.baseModel(), identity.stepping)
         .toUtf8();
 }
 
@@ -87,6 +87,8 @@ std::string described(const Topology& topology, const std::map<std::uint32_t, st
     report.add("Process", std::string(known.process));
     report.add("Kind", processor.kind ? nameOf(*processor.kind) : "");
     report.add("Signature", signature(identity));
+    report.add("Revision", std::string(known.revision));
+    report.add("Package", std::string(known.package));
     report.add("Microcode", microcodeText(microcode, processor.number));
     report.add("Affinity", affinityText(processor));
     report.add("APIC ID", processor.apicId
@@ -95,10 +97,12 @@ std::string described(const Topology& topology, const std::map<std::uint32_t, st
     report.add("Place", place(processor));
     report.add("Caches", caches(topology, processor));
     report.add("Addresses", addresses(identity));
-    report.add("Hypervisor", identity.hypervisor ? hypervisorName(*identity.hypervisor) : std::string());
+    report.add("Hypervisor", hypervisorName(identity));
     report.add("Level", levelText(identity.level));
+    report.add("AVX10", avx10Text(identity.avx10));
     report.add("Features", featureNames(identity.features));
     report.add("Programs can use", featureNames(identity.usable));
+    report.add("  after asking", permissionText(identity.usable));
     return report.text();
 }
 

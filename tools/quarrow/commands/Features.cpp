@@ -10,6 +10,10 @@ std::string orNone(const std::string& text) {
     return text.empty() ? "none" : text;
 }
 
+std::string ifAny(const char* label, const std::string& value, std::size_t columns) {
+    return value.empty() ? std::string() : paragraph(label, value, columns);
+}
+
 } // namespace
 
 std::string featuresCommand(const Request& request) {
@@ -23,8 +27,10 @@ std::string featuresCommand(const Request& request) {
          alikeProcessors(namedProcessors(topology, {}), [columns](const Processor& processor) {
              const auto& identity = *processor.identity;
              return paragraph("Level", orNone(levelText(identity.level)), columns) +
+                    ifAny("AVX10", avx10Text(identity.avx10), columns) +
                     paragraph("Has", orNone(featureNames(identity.features)), columns) +
-                    paragraph("Programs can use", orNone(featureNames(identity.usable)), columns);
+                    paragraph("Programs can use", orNone(featureNames(identity.usable)), columns) +
+                    ifAny("  after asking", permissionText(identity.usable), columns);
          })) {
         text +=
             (text.empty() ? "" : "\n") + paragraph("Logical CPUs", group.numbers.toList(), columns) + group.description;

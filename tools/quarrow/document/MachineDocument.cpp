@@ -16,6 +16,7 @@ namespace quarrow {
 using libQuarrow::topology::Cache;
 using libQuarrow::topology::CoreKind;
 using libQuarrow::topology::FeatureSet;
+using libQuarrow::topology::Hypervisor;
 using libQuarrow::topology::ProcessorIdentity;
 using libQuarrow::topology::ProcessorNames;
 using libQuarrow::topology::Tlb;
@@ -81,8 +82,16 @@ ordered_json hypervisorJson(const ProcessorIdentity& identity) {
     if (!identity.hypervisor) {
         return nullptr;
     }
-    return {{"signature", orNull(std::string_view(identity.hypervisor->signature))},
-            {"name", orNull(libQuarrow::topology::hypervisorNamed(identity.hypervisor->signature))}};
+    const auto named = [](const Hypervisor& hypervisor) {
+        return ordered_json{{"signature", orNull(std::string_view(hypervisor.signature))},
+                            {"name", orNull(libQuarrow::topology::hypervisorNamed(hypervisor.signature))}};
+    };
+    ordered_json json = named(*identity.hypervisor);
+    json["interfaces"] = ordered_json::array({json});
+    for (const Hypervisor& further : identity.furtherHypervisors) {
+        json["interfaces"].push_back(named(further));
+    }
+    return json;
 }
 
 ordered_json leftOutJson(const Topology& topology) {
@@ -113,6 +122,20 @@ ordered_json microcodeJson(const Microcode& revisions, std::uint32_t number) {
     return revision != revisions.end() ? ordered_json(revision->second) : ordered_json();
 }
 
+ordered_json signatureFieldsJson(const ProcessorIdentity& identity) {
+    return {{"family", identity.baseFamily()},
+            {"extFamily", identity.extendedFamily()},
+            {"model", identity.baseModel()},
+            {"extModel", identity.extendedModel()},
+            {"stepping", identity.stepping}};
+}
+
+ordered_json avx10Json(const ProcessorIdentity& identity) {
+    return identity.avx10
+               ? ordered_json{{"version", identity.avx10->version}, {"vectorBits", identity.avx10->vectorBits}}
+               : ordered_json();
+}
+
 ordered_json processorJson(const Processor& processor, const Microcode& microcode) {
     const ProcessorIdentity& identity = *processor.identity;
     const ProcessorNames names = namesOf(processor);
@@ -137,11 +160,15 @@ ordered_json processorJson(const Processor& processor, const Microcode& microcod
             {"model", identity.model},
             {"stepping", identity.stepping},
             {"signature", identity.signature},
+            {"signatureFields", signatureFieldsJson(identity)},
+            {"revision", orNull(names.revision)},
+            {"packageName", orNull(names.package)},
             {"microcode", microcodeJson(microcode, processor.number)},
             {"microarchitecture", orNull(names.microarchitecture)},
             {"codename", orNull(names.codename)},
             {"process", orNull(names.process)},
             {"level", orNull(identity.level)},
+            {"avx10", avx10Json(identity)},
             {"features", identity.features.names()},
             {"usable", identity.usable.names()},
             {"physicalAddressBits", orNull(identity.physicalAddressBits)},

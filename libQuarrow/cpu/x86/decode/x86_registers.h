@@ -104,6 +104,18 @@ struct CoreTypeLeaf {
     std::uint32_t type; // EAX bits 31 to 24
 };
 
+// Leaf 0x24, sub-leaf 0: AVX10. Intel ("Intel Advanced Vector Extensions 10.2 Architecture Specification", 361050).
+struct Avx10Leaf {
+    static constexpr std::uint32_t number = 0x24;
+    explicit constexpr Avx10Leaf(const cpuid_args& r)
+        : version(bits(r.ebx, 7, 0)), has128(bit(r.ebx, 16)), has256(bit(r.ebx, 17)), has512(bit(r.ebx, 18)) {}
+
+    std::uint32_t version; // EBX bits 7 to 0
+    bool has128;           // EBX bits 16 to 18: vectors of that many bits
+    bool has256;
+    bool has512;
+};
+
 // Leaf 0x18: one translation lookaside buffer per sub-leaf, up to the one that sub-leaf 0 names. Intel.
 struct TlbLeaf {
     static constexpr std::uint32_t number = 0x18;

@@ -144,6 +144,19 @@ TEST(MachineRecorder, KeepsWhatTheSystemTellsOfTheMicrocode) {
     EXPECT_EQ(result.processors.at(1).microcode, 0xA601209U);
 }
 
+TEST(MachineRecorder, KeepsEveryInterfaceOfAHypervisor) {
+    Recording recording = machine();
+    auto& leaves = recording.processors[0].leaves;
+    leaves[{1, 0}].ecx = 1U << 31;
+    leaves[{0x40000000, 0}] = {0x40000001, 1, 2, 3};
+    leaves[{0x40000100, 0}] = {0x40000102, 1, 2, 3};
+    leaves[{0x40000102, 0}].edx = 7;
+    leaves[{0x40000300, 0}] = {0x40000300, 1, 2, 3}; // behind a range that is not there
+    EXPECT_EQ(counted(recording, 0xFFFFFF00).at(0x40000000), 1U);
+    EXPECT_EQ(counted(recording, 0xFFFFFF00).at(0x40000100), 2U);
+    EXPECT_EQ(counted(recording, 0xFFFFFF00).count(0x40000300), 0U);
+}
+
 // Each register of the processor that it was read from, and no others.
 TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
     const auto skylake = [](std::uint64_t number) {
