@@ -3,7 +3,6 @@
 #include <tools/quarrow/Text.h>
 #include <tools/quarrow/os/Console.h>
 
-#include <libQuarrow/topology/features/isa.h>
 #include <libQuarrow/topology/names/HypervisorNames.h>
 
 #include <algorithm>
@@ -149,7 +148,7 @@ std::string avx10Text(const std::optional<libQuarrow::topology::Avx10>& avx10) {
 }
 
 std::string permissionText(const libQuarrow::topology::FeatureSet& usable) {
-    return usable.contains(libQuarrow::topology::isa::amx_tile)
+    return usable.contains("amx_tile")
                ? "AMX once the program has asked for it: on Linux with arch_prctl(ARCH_REQ_XCOMP_PERM), on Windows "
                  "with "
                  "EnableProcessOptionalXStateFeatures"

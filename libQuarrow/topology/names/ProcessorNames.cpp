@@ -45,7 +45,7 @@ const Maker makers[] = {
     {"Geode by NSC", cyrixNames},
     {"GenuineTMx86", transmetaNames},
     {"TransmetaCPU", transmetaNames},
-    {"Vortex86 SoC", vortexNames},
+    {"Vortex86 SoC", vortexNames, vortexBrandNames},
     {"SiS SiS SiS ", sisNames},
     {"RiseRiseRise", riseNames},
     {"NexGenDriven", nexGenNames},

@@ -12,7 +12,7 @@ namespace libQuarrow::topology {
 constexpr NameRow amdNames[] = {
     {0x04, 0x03, 0x09, 0, 15, "486",         "Am486",          "500 nm", NameSource::DataSheet},
     {0x04, 0x0E, 0x0F, 0, 15, "486",         "X5",             "350 nm", NameSource::DataSheet}, // Am5x86
-    {0x05, 0x00, 0x00, 0, 15, "K5",          "SSA/5",          "350 nm", NameSource::DataSheet},
+    {0x05, 0x00, 0x00, 0, 15, "K5",          "SSA/5",          nullptr,  NameSource::DataSheet},
     {0x05, 0x01, 0x03, 0, 15, "K5",          "5k86",           "350 nm", NameSource::DataSheet},
     {0x05, 0x06, 0x06, 0, 15, "K6",          "K6",             "350 nm", NameSource::DataSheet},
     {0x05, 0x07, 0x07, 0, 15, "K6",          "Little Foot",    "250 nm", NameSource::DataSheet},
@@ -114,7 +114,7 @@ constexpr NameRow amdNames[] = {
     {0x1A, 0x68, 0x6F, 0, 15, "Zen 5",       "Krackan Point",  "4 nm",   NameSource::KernelModels},
     {0x1A, 0x70, 0x7F, 0, 15, "Zen 5",       "Strix Halo",     "4 nm",   NameSource::KernelModels},
     {0x1A, 0x80, 0xAF, 0, 15, "Zen 6",       nullptr,          nullptr,  NameSource::KernelModels},
-    {0x1A, 0xC0, 0xCF, 0, 15, "Zen 6",       nullptr,          nullptr,  NameSource::KernelModels},
+    {0x1A, 0xC0, 0xEF, 0, 15, "Zen 6",       nullptr,          nullptr,  NameSource::KernelModels},
 };
 static_assert(signaturesAscend(amdNames));
 

@@ -10,22 +10,25 @@ namespace libQuarrow::topology {
 // clang-format off
 //   family, models, steppings, microarchitecture, codename, process, source
 constexpr NameRow intelNames[] = {
-    {0x04, 0x00, 0x01, 0, 15, "486",           "P4",               "1000 nm",  NameSource::DataSheet},
-    {0x04, 0x02, 0x02, 0, 15, "486",           "P23",              "1000 nm",  NameSource::DataSheet},
+    {0x04, 0x00, 0x00, 0, 15, "486",           "P4",               "1000 nm",  NameSource::DataSheet},
+    {0x04, 0x01, 0x01, 0, 15, "486",           "P4",               "800 nm",   NameSource::DataSheet}, // 50 MHz
+    {0x04, 0x02, 0x02, 0, 15, "486",           "P23",              nullptr,    NameSource::DataSheet}, // 1000 and 800 nm
     {0x04, 0x03, 0x03, 0, 15, "486",           "P24",              "800 nm",   NameSource::DataSheet},
-    {0x04, 0x04, 0x04, 0, 15, "486",           "P24C",             "800 nm",   NameSource::DataSheet}, // 486 SL
-    {0x04, 0x05, 0x05, 0, 15, "486",           "P23",              "800 nm",   NameSource::DataSheet}, // 486 SX2
+    {0x04, 0x04, 0x04, 0, 15, "486",           nullptr,            "800 nm",   NameSource::DataSheet}, // 486 SL
+    {0x04, 0x05, 0x05, 0, 15, "486",           nullptr,            "800 nm",   NameSource::DataSheet}, // 486 SX2
     {0x04, 0x07, 0x07, 0, 15, "486",           "P24D",             "800 nm",   NameSource::DataSheet},
     {0x04, 0x08, 0x09, 0, 15, "486",           "P24C",             "600 nm",   NameSource::DataSheet},
     {0x05, 0x00, 0x01, 0, 15, "P5",            "P5",               "800 nm",   NameSource::SpecUpdate},
-    {0x05, 0x02, 0x02, 0,  5, "P5",            "P54C",             "600 nm",   NameSource::SpecUpdate},
-    {0x05, 0x02, 0x02, 6, 15, "P5",            "P54CS",            "350 nm",   NameSource::SpecUpdate},
+    {0x05, 0x02, 0x02, 0, 10, "P5",            "P54C",             "600 nm",   NameSource::SpecUpdate}, // up to E0
+    {0x05, 0x02, 0x02,11, 15, "P5",            "P54CS",            "350 nm",   NameSource::SpecUpdate}, // cB1, cC0
     {0x05, 0x03, 0x03, 0, 15, "P5",            "P24T",             "600 nm",   NameSource::SpecUpdate},
     {0x05, 0x04, 0x04, 0, 15, "P5",            "P55C",             "350 nm",   NameSource::SpecUpdate},
     {0x05, 0x07, 0x07, 0, 15, "P5",            "P54C",             "350 nm",   NameSource::SpecUpdate},
     {0x05, 0x08, 0x08, 0, 15, "P5",            "Tillamook",        "250 nm",   NameSource::SpecUpdate},
-    {0x05, 0x09, 0x0A, 0, 15, "P5",            "Lakemont",         "32 nm",    NameSource::DataSheet},
-    {0x06, 0x00, 0x01, 0, 15, "P6",            "P6",               "350 nm",   NameSource::SdmModels},
+    {0x05, 0x09, 0x09, 0, 15, "P5",            "Lakemont",         "32 nm",    NameSource::DataSheet},
+    {0x06, 0x00, 0x00, 0, 15, "P6",            "P6",               nullptr,    NameSource::SpecUpdate}, // samples
+    {0x06, 0x01, 0x01, 0,  5, "P6",            "P6",               nullptr,    NameSource::SpecUpdate}, // B0 and C0: 500 and 350 nm
+    {0x06, 0x01, 0x01, 6, 15, "P6",            "P6",               "350 nm",   NameSource::SpecUpdate}, // sA0 to sB1
     {0x06, 0x03, 0x03, 0, 15, "P6",            "Klamath",          "350 nm",   NameSource::SdmModels},
     {0x06, 0x05, 0x05, 0, 15, "P6",            "Deschutes",        "250 nm",   NameSource::SdmModels},
     {0x06, 0x06, 0x06, 0,  9, "P6",            "Mendocino",        "250 nm",   NameSource::SpecUpdate},
@@ -109,7 +112,7 @@ constexpr NameRow intelNames[] = {
     {0x06, 0xAD, 0xAE, 0, 15, "Redwood Cove",  "Granite Rapids",   "Intel 3",  NameSource::SdmModels},
     {0x06, 0xAF, 0xAF, 0, 15, "Crestmont",     "Sierra Forest",    "Intel 3",  NameSource::SdmModels},
     {0x06, 0xB5, 0xB5, 0, 15, "Redwood Cove",  "Arrow Lake-U",     "Intel 3",  NameSource::SdmModels},
-    {0x06, 0xB6, 0xB6, 0, 15, "Crestmont",     "Grand Ridge",      "Intel 4",  NameSource::SdmModels},
+    {0x06, 0xB6, 0xB6, 0, 15, "Crestmont",     "Grand Ridge",      nullptr,    NameSource::SdmModels},
     {0x06, 0xB7, 0xB7, 0, 15, "Raptor Cove",   "Raptor Lake",      "Intel 7",  NameSource::SdmModels},
     {0x06, 0xBA, 0xBA, 0, 15, "Raptor Cove",   "Raptor Lake-P",    "Intel 7",  NameSource::SdmModels},
     {0x06, 0xBD, 0xBD, 0, 15, "Lion Cove",     "Lunar Lake",       "TSMC N3B", NameSource::SdmModels},
@@ -122,6 +125,7 @@ constexpr NameRow intelNames[] = {
     {0x06, 0xD5, 0xD5, 0, 15, "Cougar Cove",   "Wildcat Lake",     "Intel 18A", NameSource::LinuxFamilies},
     {0x06, 0xD7, 0xD7, 0, 15, "Raptor Cove",   "Bartlett Lake",    "Intel 7",  NameSource::LinuxFamilies},
     {0x06, 0xDD, 0xDD, 0, 15, "Darkmont",      "Clearwater Forest", "Intel 18A", NameSource::SdmModels},
+    {0x06, 0xE5, 0xE5, 0, 15, "Cougar Cove",   "Panther Lake",     "Intel 18A", NameSource::LinuxFamilies},
     {0x0B, 0x00, 0x00, 0, 15, "Knights Ferry", "Knights Ferry",    "45 nm",    NameSource::DataSheet},
     {0x0B, 0x01, 0x01, 0, 15, "Knights Corner", "Knights Corner",  "22 nm",    NameSource::DataSheet},
     {0x0F, 0x00, 0x01, 0, 15, "NetBurst",      "Willamette",       "180 nm",   NameSource::SdmModels},
@@ -241,6 +245,7 @@ constexpr HybridRow intelHybrids[] = {
     {0x06, 0xC6, "Skymont",    nullptr},
     {0x06, 0xCC, "Darkmont",   "Darkmont"},
     {0x06, 0xD5, nullptr,      "Darkmont"},
+    {0x06, 0xE5, "Darkmont",   "Darkmont"},
     {0x12, 0x01, "Arctic Wolf", "Arctic Wolf"},
     {0x12, 0x03, "Arctic Wolf", "Arctic Wolf"},
 };

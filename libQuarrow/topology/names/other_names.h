@@ -37,8 +37,8 @@ static_assert(signaturesAscend(centaurNames));
 constexpr NameRow cyrixNames[] = {
     {0x04, 0x04, 0x04, 0, 15, "5x86",  "MediaGX",  "500 nm", NameSource::DataSheet},
     {0x04, 0x09, 0x09, 0, 15, "5x86",  "M1sc",     "650 nm", NameSource::DataSheet},
-    {0x05, 0x02, 0x02, 0, 15, "6x86",  "M1",       "650 nm", NameSource::DataSheet},
-    {0x05, 0x04, 0x04, 0, 15, "5x86",  "GXm",      "350 nm", NameSource::DataSheet},
+    {0x05, 0x02, 0x02, 0, 15, "6x86",  "M1",       nullptr,  NameSource::DataSheet}, // 650 nm; the 6x86L 350 nm
+    {0x05, 0x04, 0x04, 0, 15, "5x86",  nullptr,    nullptr,  NameSource::DataSheet}, // GXm, GXLV, Geode GX1
     {0x05, 0x05, 0x05, 0, 15, "Geode", "Geode GX2", "150 nm", NameSource::DataSheet},
     {0x06, 0x00, 0x00, 0, 15, "6x86",  "M2",       nullptr,  NameSource::DataSheet},
 };
@@ -57,9 +57,13 @@ constexpr NameRow vortexNames[] = {
     {0x05, 0x02, 0x02, 0, 15, "Vortex86", "Vortex86DX",  "90 nm", NameSource::DataSheet},
     {0x05, 0x08, 0x08, 0, 15, "Vortex86", "Vortex86MX",  "90 nm", NameSource::DataSheet},
     {0x06, 0x00, 0x00, 0, 15, "Vortex86", "Vortex86EX",  nullptr, NameSource::KernelModels},
-    {0x06, 0x01, 0x01, 0, 15, "Vortex86", "Vortex86EX2", nullptr, NameSource::KernelModels},
+    {0x06, 0x01, 0x01, 0, 15, "Vortex86", "Vortex86DX3", nullptr, NameSource::KernelModels},
 };
 static_assert(signaturesAscend(vortexNames));
+//   family, models, steppings, word, codename
+constexpr BrandRow vortexBrandNames[] = {
+    {0x06, 0x00, 0x00, 0, 15, "EX2", "Vortex86EX2"}, // the EX has no brand string
+};
 
 constexpr NameRow sisNames[] = {
     {0x05, 0x00, 0x00, 0, 15, "mP6", "SiS 55x", "180 nm", NameSource::DataSheet},
