@@ -6,9 +6,9 @@
 #include <cstdint>
 
 // Private to the library: the descriptor bytes of CPUID leaf 2. Intel's manual, volume 2, CPUID, "Encoding of CPUID
-// Leaf 2 Descriptors"; 0x39 to 0x3F: Intel's application note 485, "Descriptor Decode Values". Prefetch sizes (0xF0,
-// 0xF1), the null descriptor, 0x40 (no L2, or no L3) and the references to other leaves (0xFE, 0xFF) name neither a
-// cache nor a TLB.
+// Leaf 2 Descriptors"; 0x39 to 0x3E: Intel's application note 485, "Descriptor Decode Values"; 0x3F: Linux,
+// cpu/cpuid_0x2_table.c. Prefetch sizes (0xF0, 0xF1), the null descriptor, 0x40 (no L2, or no L3) and the references to
+// other leaves (0xFE, 0xFF) name neither a cache nor a TLB.
 
 namespace libQuarrow::topology {
 

@@ -9,8 +9,8 @@ struct HypervisorRow {
 };
 
 // From the hypervisors' own documents (KVM: Linux, Documentation/virt/kvm/x86/cpuid.rst; Hyper-V: top-level functional
-// reference; Xen: public/arch-x86/cpuid.h; FEX-Emu: docs/CPUID.md; the code of those whose code is public) and what Linux
-// and systemd recognise.
+// reference; Xen: public/arch-x86/cpuid.h; FEX-Emu: docs/CPUID.md; the code of those whose code is public) and what
+// Linux and systemd recognise.
 // clang-format off
 constexpr HypervisorRow hypervisors[] = {
     {" QNXQVMBSQG ",  "QNX"},

@@ -46,6 +46,7 @@ const Maker makers[] = {
     {"GenuineTMx86", transmetaNames},
     {"TransmetaCPU", transmetaNames},
     {"Vortex86 SoC", vortexNames, vortexBrandNames},
+    {"Genuine  RDC", rdcNames},
     {"SiS SiS SiS ", sisNames},
     {"RiseRiseRise", riseNames},
     {"NexGenDriven", nexGenNames},

@@ -57,12 +57,17 @@ constexpr NameRow vortexNames[] = {
     {0x05, 0x02, 0x02, 0, 15, "Vortex86", "Vortex86DX",  "90 nm", NameSource::DataSheet},
     {0x05, 0x08, 0x08, 0, 15, "Vortex86", "Vortex86MX",  "90 nm", NameSource::DataSheet},
     {0x06, 0x00, 0x00, 0, 15, "Vortex86", "Vortex86EX",  nullptr, NameSource::KernelModels},
-    {0x06, 0x01, 0x01, 0, 15, "Vortex86", "Vortex86DX3", nullptr, NameSource::KernelModels},
+    {0x06, 0x01, 0x01, 0, 15, "Vortex86", "Vortex86DX3", nullptr, NameSource::DataSheet}, // by its brand string
 };
 static_assert(signaturesAscend(vortexNames));
 //   family, models, steppings, word, codename
 constexpr BrandRow vortexBrandNames[] = {
     {0x06, 0x00, 0x00, 0, 15, "EX2", "Vortex86EX2"}, // the EX has no brand string
+};
+
+// "Genuine  RDC": its collectors' dumps have the signature of the Vortex86MX.
+constexpr NameRow rdcNames[] = {
+    {0x05, 0x08, 0x08, 0, 15, nullptr, "IAD", nullptr, NameSource::DataSheet},
 };
 
 constexpr NameRow sisNames[] = {
