@@ -149,9 +149,7 @@ std::string avx10Text(const std::optional<libQuarrow::topology::Avx10>& avx10) {
 
 std::string permissionText(const libQuarrow::topology::FeatureSet& usable) {
     return usable.contains("amx_tile")
-               ? "AMX once the program has asked for it: on Linux with arch_prctl(ARCH_REQ_XCOMP_PERM), on Windows "
-                 "with "
-                 "EnableProcessOptionalXStateFeatures"
+               ? "AMX: arch_prctl(ARCH_REQ_XCOMP_PERM) on Linux, EnableProcessOptionalXStateFeatures on Windows"
                : std::string();
 }
 
