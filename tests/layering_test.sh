@@ -81,7 +81,7 @@ libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/de
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
-tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
+tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/leaves libQuarrow/topology/names libQuarrow/topology/features
                              tools/quarrow/os nlohmann
 tools/quarrow/picture:       zel libQuarrow/topology tools/quarrow
 tools/quarrow/page:          zel libQuarrow/topology tools/quarrow tools/quarrow/picture

@@ -21,39 +21,47 @@ std::string advice(const Request& request) {
 }
 
 // "quarrow: left out 2 of 8 logical processors, 3,5: they cannot be visited". Once, however often they are read.
-void sayWhoIsLeftOut(const Request& request, const Topology& topology) {
+void sayWhoIsLeftOut(const Request& request, const std::vector<LeftOutProcessor>& leftOut, std::size_t visited) {
     static bool said = false;
     if (said) {
         return;
     }
-    said = !topology.leftOut().empty();
+    said = !leftOut.empty();
     std::map<std::string, ProcessorSet> byReason;
-    for (const LeftOutProcessor& processor : topology.leftOut()) {
+    for (const LeftOutProcessor& processor : leftOut) {
         byReason[processor.reason].insert(processor.number);
     }
     for (const auto& [reason, numbers] : byReason) {
         std::fprintf(stderr, "quarrow: left out %zu of %zu logical processors, %s: %s%s\n", numbers.count(),
-                     topology.processors().size() + topology.leftOut().size(), numbers.toList().c_str(), reason.c_str(),
-                     advice(request).c_str());
+                     visited + leftOut.size(), numbers.toList().c_str(), reason.c_str(), advice(request).c_str());
     }
+}
+
+// What was read of a machine that told its processors, some of which could be visited.
+template <class Machine>
+Machine checked(const Request& request, std::optional<Machine> machine) {
+    if (!machine) {
+        throw Failure(Failure::CannotAnswer, "no logical processor could be read: the operating system does not tell "
+                                             "which there are");
+    }
+    if (machine->processors().empty()) {
+        const auto& leftOut = machine->leftOut();
+        throw Failure(Failure::CannotAnswer,
+                      "no logical processor could be read: " +
+                          (leftOut.empty() ? std::string("there is none") : leftOut.front().reason + advice(request)));
+    }
+    sayWhoIsLeftOut(request, machine->leftOut(), machine->processors().size());
+    return std::move(*machine);
 }
 
 } // namespace
 
 Topology readTopology(const Request& request) {
-    std::optional<Topology> topology = Topology::read(request.threadAffinity);
-    if (!topology) {
-        throw Failure(Failure::CannotAnswer, "no logical processor could be read: the operating system does not tell "
-                                             "which there are");
-    }
-    if (topology->processors().empty()) {
-        const auto& leftOut = topology->leftOut();
-        throw Failure(Failure::CannotAnswer,
-                      "no logical processor could be read: " +
-                          (leftOut.empty() ? std::string("there is none") : leftOut.front().reason + advice(request)));
-    }
-    sayWhoIsLeftOut(request, *topology);
-    return std::move(*topology);
+    return checked(request, Topology::read(request.threadAffinity));
+}
+
+MachineLeaves readLeaves(const Request& request) {
+    return checked(request, MachineLeaves::read(request.threadAffinity));
 }
 
 ProcessorSet numbersIn(const std::string& operand) {

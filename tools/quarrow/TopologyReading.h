@@ -3,6 +3,7 @@
 #include <tools/quarrow/Request.h>
 
 #include <libQuarrow/topology/Topology.h>
+#include <libQuarrow/topology/leaves/MachineLeaves.h>
 
 #include <functional>
 #include <string>
@@ -12,6 +13,7 @@
 
 namespace quarrow {
 
+using libQuarrow::topology::MachineLeaves;
 using libQuarrow::topology::Processor;
 using libQuarrow::topology::ProcessorSet;
 using libQuarrow::topology::Topology;
@@ -19,6 +21,8 @@ using libQuarrow::topology::Topology;
 // Visits each logical processor once. Throws Failure when there is none to be had; says on standard error which ones
 // were left out.
 Topology readTopology(const Request& request);
+// The same for the CPUID leaves.
+MachineLeaves readLeaves(const Request& request);
 
 // The processors that the operands name, each as numbersIn() takes it; all without operands. Throws Failure for any
 // other operand and for a number that no processor has.

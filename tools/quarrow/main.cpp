@@ -45,8 +45,13 @@ void describe(CLI::App& subcommand, const Command& command, Request& request) {
     }
     for (const Option& option : command.options) {
         const auto keep = [&request, name = option.name](const std::string& value) { request.options[name] = value; };
-        subcommand.add_option_function<std::string>(std::string("--") + option.name, keep, option.meaning)
-            ->type_name(option.value);
+        const std::string name = std::string("--") + option.name;
+        if (*option.value == '\0') {
+            subcommand.add_flag_callback(
+                name, [keep] { keep(""); }, option.meaning);
+        } else {
+            subcommand.add_option_function<std::string>(name, keep, option.meaning)->type_name(option.value);
+        }
     }
 }
 

@@ -14,6 +14,7 @@ std::string treeCommand(const Request& request);
 std::string cpusCommand(const Request& request);
 std::string featuresCommand(const Request& request);
 std::string cachesCommand(const Request& request);
+std::string leavesCommand(const Request& request);
 std::string pictureCommand(const Request& request);
 std::string limitsCommand(const Request& request);
 std::string speedCommand(const Request& request); // shows its progress on standard error, where that is a terminal
@@ -36,7 +37,7 @@ struct Operand {
 // An option of a single command.
 struct Option {
     const char* name; // without the dashes
-    const char* value;
+    const char* value; // empty for an option that is just there or not
     const char* meaning;
 };
 
