@@ -155,12 +155,13 @@ std::size_t askEverything(const os::Recording& recording) {
     for (const auto command :
          {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
           quarrow::cachesCommand, quarrow::affinityCommand, quarrow::limitsCommand, quarrow::speedCommand,
-          quarrow::pictureCommand, quarrow::recordCommand, quarrow::classicTreeCommand, quarrow::classicCpusCommand,
-          quarrow::classicFeaturesCommand, quarrow::classicCachesCommand}) {
+          quarrow::pictureCommand, quarrow::recordCommand, quarrow::leavesCommand, quarrow::classicTreeCommand,
+          quarrow::classicCpusCommand, quarrow::classicFeaturesCommand, quarrow::classicCachesCommand}) {
         ask(command, false);
     }
     // The documents with everything.
     ask(quarrow::treeCommand, true);
+    ask(quarrow::leavesCommand, true);
     ask(quarrow::classicTreeCommand, true);
     if (const auto topology = topology::Topology::read()) {
         const std::string wrong = testing_support::contradictionIn(*topology);

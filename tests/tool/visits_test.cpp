@@ -44,8 +44,9 @@ TEST(Commands, VisitEachProcessorOnce) {
             expectVisits(*recording, command, {"0:1", "0:3", "0:2", "0:3"});
         }
         // From one to the next, and back at the end.
-        for (const auto command : {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand,
-                                   quarrow::featuresCommand, quarrow::cachesCommand, quarrow::pictureCommand}) {
+        for (const auto command :
+             {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
+              quarrow::cachesCommand, quarrow::pictureCommand, quarrow::leavesCommand}) {
             expectVisits(*recording, command, {"0:1", "0:2", "0:3"});
         }
     }
