@@ -161,7 +161,6 @@ std::size_t askEverything(const os::Recording& recording) {
     }
     // The documents with everything.
     ask(quarrow::treeCommand, true);
-    ask(quarrow::leavesCommand, true);
     ask(quarrow::classicTreeCommand, true);
     if (const auto topology = topology::Topology::read()) {
         const std::string wrong = testing_support::contradictionIn(*topology);
