@@ -293,6 +293,22 @@ TEST(Tool, RecordsReplaysAndRecordsTheSame) {
     }
 }
 
+// What it writes for the cpuid program is the same machine, but for what that format does not hold, and the program
+// reads it as it stands.
+TEST(Tool, RecordsForTheCpuidProgram) {
+    const std::string path = scratch("raw.txt");
+    EXPECT_EQ(runTool(of(amd, "record --format cpuid-r " + quoted(path))).status, 0);
+    EXPECT_EQ(runTool("record --machine " + quoted(path)).out, runTool(of(amd, "record --format quarrow")).out);
+    EXPECT_EQ(runTool("cpus --machine " + quoted(path)).out, runTool(of(amd, "cpus")).out);
+    EXPECT_THAT(runTool("record --format cpuid-r --machine " + quoted(machine(unknownMaker))).out,
+                HasSubstr("CPU 65:"));
+    if (std::filesystem::exists("/usr/bin/cpuid") && std::system("cpuid --version > /dev/null") == 0) {
+        const std::string back = scratch("back.txt");
+        ASSERT_EQ(std::system(("cpuid -r -f " + quoted(path) + " > " + quoted(back)).c_str()), 0);
+        EXPECT_EQ(contentOf(back), contentOf(path));
+    }
+}
+
 TEST(Tool, WritesARecordingWholeOrNotAtAll) {
     const std::string folder = scratch("recordings");
     std::filesystem::create_directories(folder);

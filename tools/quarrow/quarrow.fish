@@ -32,6 +32,7 @@ complete -c quarrow -n "$none" -a port -d "Read or write an I/O port"
 complete -c quarrow -n "__fish_seen_subcommand_from cpus speed" -a "(__quarrow_processors)" -d "Logical processor"
 complete -c quarrow -n "__fish_seen_subcommand_from record" -F
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l html -r -F -d "Make a page for a browser"
+complete -c quarrow -n "__fish_seen_subcommand_from record" -l format -x -a "quarrow cpuid-r" -d "How to write it"
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l svg -r -F -d "Draw a picture into a file"
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l width -x -d "Width of the text, in columns"
 complete -c quarrow -n "__fish_seen_subcommand_from msr" -l cpu -x -a "(__quarrow_processors)" -d "Of that logical processor"

@@ -26,7 +26,9 @@ boost::optional<Recording> parseProcessorFiles(const ProcessorFiles& files, cons
         return boost::none;
     };
     if (files.empty()) {
-        return failed(std::string("it has no files pu0, pu1 ... of hwloc-gather-cpuid; ") + formatsRead);
+        return failed(
+            std::string("it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid; ") +
+            formatsRead);
     }
     if (files.size() > maxRecordedProcessors || files.rbegin()->first / 64 > 0xFFFF) {
         return failed("expected no more than " + std::to_string(maxRecordedProcessors) +

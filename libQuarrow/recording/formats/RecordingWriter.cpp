@@ -32,12 +32,16 @@ void writeFrequencies(const SystemFrequencies& frequencies, std::ostream& out) {
     out << '\n';
 }
 
-void writeProcessor(const RecordedProcessor& processor, std::size_t number, std::ostream& out) {
-    write(out, "CPU %zu: group %u bit %u\n", number, processor.group, processor.bit);
+void writeLeaves(const RecordedProcessor& processor, std::ostream& out) {
     for (const auto& [where, registers] : processor.leaves) {
         write(out, "   0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", where.first, where.second,
               registers.eax, registers.ebx, registers.ecx, registers.edx);
     }
+}
+
+void writeProcessor(const RecordedProcessor& processor, std::size_t number, std::ostream& out) {
+    write(out, "CPU %zu: group %u bit %u\n", number, processor.group, processor.bit);
+    writeLeaves(processor, out);
     if (processor.xcr0) {
         write(out, "   xcr0 0x%016I64x\n", *processor.xcr0);
     }
@@ -96,6 +100,13 @@ void writeRecording(const Recording& recording, std::ostream& out) {
               where.second, value);
     }
     out << quarrowClosingLine << '\n';
+}
+
+void writeCpuidRaw(const Recording& recording, std::ostream& out) {
+    for (const RecordedProcessor& processor : recording.processors) {
+        write(out, "CPU %u:\n", processor.group * 64U + processor.bit);
+        writeLeaves(processor, out);
+    }
 }
 
 } // namespace libQuarrow::os

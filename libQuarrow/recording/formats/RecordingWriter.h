@@ -11,4 +11,8 @@ namespace libQuarrow::os {
 // recording with no leaf at all can be written but not read back.)
 QUARROW_EXPORT void writeRecording(const Recording& recording, std::ostream& out);
 
+// Writes the leaves alone, as the raw output of the cpuid program, which "cpuid -f" and many other programs read.
+// Processor n is bit n % 64 of group n / 64.
+QUARROW_EXPORT void writeCpuidRaw(const Recording& recording, std::ostream& out);
+
 } // namespace libQuarrow::os

@@ -27,8 +27,13 @@ std::string recordCommand(const Request& request) {
     if (request.json) {
         throw Failure(Failure::WrongInput, "record writes a recording, not JSON; leave out --json");
     }
+    const auto format = request.options.find("format");
+    const std::string name = format == request.options.end() ? "quarrow" : format->second;
+    if (name != "quarrow" && name != "cpuid-r") {
+        throw Failure(Failure::WrongInput, "--format takes quarrow or cpuid-r, not '" + name + "'");
+    }
     std::ostringstream text;
-    os::writeRecording(recordMachine(request), text);
+    (name == "quarrow" ? os::writeRecording : os::writeCpuidRaw)(recordMachine(request), text);
     if (request.operands.empty() || request.operands.front() == "-") {
         return text.str();
     }
