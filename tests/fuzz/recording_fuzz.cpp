@@ -1,33 +1,10 @@
-// Any bytes as a recording: what is read must round-trip, and what is not must be refused with one line.
+// Any bytes as a recording.
 
-#include <libQuarrow/recording/formats/RecordingParser.h>
-#include <tests/fuzz/Require.h>
-#include <tests/support/Recordings.h>
+#include <tests/fuzz/RecordingCheck.h>
 
 #include <cstdint>
 
-using namespace libQuarrow::os;
-using namespace testing_support;
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(bytes), size);
-    RecordingError error;
-    const auto recording = parseRecording(text, "file", error);
-    if (!recording) {
-        require(error.message.substr(0, 5) == "file:", "an error names the file");
-        require(error.message.find('\n') == std::string::npos, "an error is one line");
-        return 0;
-    }
-    const std::string once = written(*recording);
-    const auto again = parseRecording(once, "again", error);
-    require(again && *again == *recording, "what was written reads back the same");
-    require(written(*again) == once, "and gives the same text");
-    if (recording->processors.size() == 1) {
-        const Recording first = recorded(*recording);
-        require(first.tscHertz.value_or(1) != 0, "a rate is never 0");
-        Recording second = recorded(first);
-        second.tscHertz = first.tscHertz; // a measurement rounds what no real counter runs at
-        require(second == first, "recording a replay changes nothing");
-    }
+    checkRecording(std::string(reinterpret_cast<const char*>(bytes), size));
     return 0;
 }

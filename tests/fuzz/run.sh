@@ -14,6 +14,7 @@ for target in "$build"/bin/*_fuzz; do
         cp "$here"/../machines/*.txt "$corpus"
         for folder in "$@"; do
             cp "$folder"/*.txt "$corpus"
+            find "$folder/other-formats" -name '*.*' -type f -exec cp {} "$corpus" ';' 2>/dev/null || true
         done
     fi
     echo "$name: $seconds s"

@@ -50,6 +50,9 @@ class LinesParser {
 
 bool LinesParser::readLine(std::string_view line, bool terminated) {
     ++m_lineNumber;
+    if (line.empty()) { // in every format
+        return true;
+    }
     for (std::size_t i = 0; i < m_candidates.size(); ++i) {
         FormatReader& reader = *m_candidates[i].reader;
         const bool cut = !terminated && reader.breaksOff(line);

@@ -5,6 +5,7 @@
 #include <libQuarrow/recording/formats/LinesParser.h>
 #include <libQuarrow/recording/formats/TarArchive.h>
 
+#include <algorithm>
 #include <iterator>
 
 namespace libQuarrow::os {
@@ -67,7 +68,9 @@ boost::optional<Recording> parseProcessorArchive(std::string_view archive, const
         const std::size_t slash = file.path.rfind('/');
         const std::size_t nameBegins = slash == std::string::npos ? 0 : slash + 1;
         if (const auto number = processorFileNumber(std::string_view(file.path).substr(nameBegins))) {
-            folders[file.path.substr(0, nameBegins)][*number] = std::string(file.contents);
+            std::string folder = file.path.substr(0, nameBegins);
+            std::replace_if(folder.begin(), folder.end(), [](char c) { return c >= 0 && c < ' '; }, '?');
+            folders[folder][*number] = std::string(file.contents); // named in messages, which are one line
         }
     }
     if (folders.size() > 1) {

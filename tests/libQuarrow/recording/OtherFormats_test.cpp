@@ -285,7 +285,7 @@ TEST(OtherFormats, ReadsArchivesOfFolders) {
          "file/a: expected no more than 262144 files, the last one no higher than pu4194303"},
         {folder + tarMember("a/pu0", '0', one + one) + end,
          "file/a/pu0: expected the values of one processor, with leaf 0 once"},
-        {folder + tarMember("a/pu0", '0', "") + end, "file/a/pu0: there are no CPUID values in it" + listed},
+        {folder + tarMember("a/\n/pu0", '0', "") + end, "file/a/?/pu0: there are no CPUID values in it" + listed},
         {folder + tarMember("a/pu0", '0', one + "1 1 =>\n") + end,
          "file/a/pu0:2: expected \"MASK EAX EBX ECX EDX => EAX EBX ECX EDX\" in hexadecimal digits, with mask 1 or 5"},
         {folder + tarMember("a/pu0", '0', one), damaged},
