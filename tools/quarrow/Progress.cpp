@@ -2,6 +2,7 @@
 
 #include <tools/quarrow/os/Console.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -19,14 +20,21 @@ Progress::~Progress() {
 }
 
 void Progress::step() {
-    ++m_done;
-    draw();
+    reach(m_done + 1);
+}
+
+void Progress::reach(std::size_t done) {
+    m_done = std::min(done, m_steps);
+    if (m_steps != 0 && m_done * 1000 / m_steps != m_shown) { // writing to a terminal takes longer than many a step
+        draw();
+    }
 }
 
 void Progress::draw() {
     if (!m_visible || m_steps == 0) {
         return;
     }
+    m_shown = m_done * 1000 / m_steps;
     constexpr std::size_t width = 30;
     const std::size_t filled = width * m_done / m_steps;
     const std::string text = m_doing + (" [" + std::string(filled, '#')) + std::string(width - filled, '.') + "] " +

@@ -14,6 +14,7 @@ class Progress {
     Progress& operator=(const Progress&) = delete;
 
     void step(); // one more is done
+    void reach(std::size_t done);
 
   private:
     void draw();
@@ -22,6 +23,7 @@ class Progress {
     std::size_t m_steps;
     std::size_t m_done = 0;
     std::size_t m_drawn = 0; // columns
+    std::size_t m_shown = 0; // thousandths done, when it was drawn
     bool m_visible;
 };
 

@@ -60,4 +60,31 @@ std::string oneLine(std::string text) {
     return text;
 }
 
+std::string markup(const zel::String& text) {
+    std::u16string units = text.units();
+    std::replace_if(
+        units.begin(), units.end(), [](char16_t unit) { return unit >= 0xFFFE; },
+        u'\uFFFD'); // XML has no such character
+    std::string xml;
+    for (const char c : oneLine(printable(zel::String(std::move(units))))) {
+        switch (c) {
+        case '&':
+            xml += "&amp;";
+            break;
+        case '<':
+            xml += "&lt;";
+            break;
+        case '>':
+            xml += "&gt;";
+            break;
+        case '"':
+            xml += "&quot;";
+            break;
+        default:
+            xml += c;
+        }
+    }
+    return xml;
+}
+
 } // namespace quarrow

@@ -20,6 +20,9 @@ std::string limitsCommand(const Request& request);
 std::string speedCommand(const Request& request); // shows its progress on standard error, where that is a terminal
 std::string affinityCommand(const Request& request);
 std::string recordCommand(const Request& request);
+std::string exportCommand(const Request& request);
+std::string fleetCommand(const Request& request);    // shows its progress as speed does
+std::string baselineCommand(const Request& request); // says on standard error what was left out of a folder
 // With --write these say on standard error what they are about to do.
 std::string msrCommand(const Request& request);
 std::string memCommand(const Request& request);

@@ -16,26 +16,6 @@ constexpr Measures measures = {1040, 7, 8, 18, 22, 8, 8, 8, 8, 6, false};
 constexpr std::size_t margin = 8;
 constexpr std::size_t baseline = 5; // of a text, below its middle
 
-std::string escaped(const zel::String& text) {
-    std::string xml;
-    for (const char c : oneLine(printable(text))) {
-        switch (c) {
-        case '&':
-            xml += "&amp;";
-            break;
-        case '<':
-            xml += "&lt;";
-            break;
-        case '>':
-            xml += "&gt;";
-            break;
-        default:
-            xml += c;
-        }
-    }
-    return xml;
-}
-
 // name="value"
 std::string attribute(const char* name, std::size_t value) {
     return std::string(" ") + name + "=\"" + std::to_string(value) + "\"";
@@ -43,7 +23,7 @@ std::string attribute(const char* name, std::size_t value) {
 
 std::string textAt(const char* kind, std::size_t x, const Shape& shape) {
     return std::string("<text class=\"") + kind + "\"" + attribute("x", margin + x) +
-           attribute("y", margin + shape.y + shape.height / 2 + baseline) + ">" + escaped(shape.text) + "</text>\n";
+           attribute("y", margin + shape.y + shape.height / 2 + baseline) + ">" + markup(shape.text) + "</text>\n";
 }
 
 std::string rectangle(const std::string& kind, const Shape& shape) {

@@ -1,0 +1,55 @@
+#include <tools/quarrow/fleet/FleetPage.h>
+
+#include <tools/quarrow/Words.h>
+#include <tools/quarrow/html/HtmlPage.h>
+
+namespace quarrow {
+namespace {
+
+std::string folded(const std::string& title, const std::string& body) {
+    return htmlElement("details", "", htmlElement("summary", "", htmlText(title)) + htmlElement("div", "names", body));
+}
+
+std::string namesOfGroup(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += htmlText(name) + "<br>";
+    }
+    return text;
+}
+
+std::string groupRow(const FleetGroups::Group& group) {
+    const FleetMachine& machine = *group.machine;
+    const std::string kinds = fleetKinds(machine);
+    const std::string what = joined({machine.codename, kinds == machine.codename ? "" : kinds, machine.hypervisor});
+    return "<tr class=\"row\">" + htmlElement("td", "number", std::to_string(group.names->size())) +
+           htmlElement(
+               "td", "",
+               htmlText(fleetName(machine)) + "<br>" + htmlElement("span", "faint", htmlText(what)) +
+                   folded(group.names->size() == 1 ? "its name" : "their names", namesOfGroup(*group.names)) +
+                   folded(counted(machine.usable.count(), "usable feature"), htmlText(featureNames(machine.usable)))) +
+           htmlElement("td", "", htmlText(fleetBuild(machine))) +
+           htmlElement("td", "", htmlText(fleetCaches(machine))) +
+           htmlElement("td", "", htmlText(machine.level ? levelText(machine.level) : "none")) + "</tr>\n";
+}
+
+} // namespace
+
+std::string fleetPage(const FleetGroups& groups, std::size_t leftOut) {
+    std::string rows;
+    const std::vector<FleetGroups::Group> sorted = groups.bySize();
+    for (const FleetGroups::Group& group : sorted) {
+        rows += groupRow(group);
+    }
+    const std::string title = counted(groups.machines(), "machine") + " in " + counted(sorted.size(), "group");
+    const std::string more = leftOut == 0 ? "" : "; left out what could not be read: " + std::to_string(leftOut);
+    return htmlPage(title,
+                    htmlElement("h1", "", htmlText(title)) + "\n" +
+                        htmlElement("p", "", "Machines of a group are alike in all that is shown here" + more + ".") +
+                        "\n<input class=\"filter\" type=\"search\" placeholder=\"Filter by name, feature, cache ...\" "
+                        "aria-label=\"Filter\">\n<table>\n<thead><tr><th class=\"number\">Machines</th>"
+                        "<th>Processor</th><th>Built as</th><th>Caches</th><th>Level</th></tr></thead>\n<tbody>\n" +
+                        rows + "</tbody>\n</table>\n");
+}
+
+} // namespace quarrow
