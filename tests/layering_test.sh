@@ -87,9 +87,8 @@ tools/quarrow/picture:       zel libQuarrow/topology tools/quarrow
 tools/quarrow/page:          zel libQuarrow/topology tools/quarrow tools/quarrow/picture
 tools/quarrow/classic:       zel libQuarrow/cpu $x86 $x86/caches libQuarrow/topology tools/quarrow tools/quarrow/picture nlohmann
 tools/quarrow/document:      zel libQuarrow/topology libQuarrow/topology/names $x86 tools/quarrow tools/quarrow/classic nlohmann
-tools/quarrow/html:          zel tools/quarrow
 tools/quarrow/fleet:         zel libQuarrow/recording libQuarrow/recording/formats libQuarrow/os/recorded libQuarrow/topology
-                             libQuarrow/topology/names tools/quarrow tools/quarrow/html nlohmann
+                             libQuarrow/topology/names tools/quarrow tools/quarrow/page nlohmann
 tools/quarrow/export:        zel libQuarrow/topology libQuarrow/topology/features tools/quarrow tools/quarrow/fleet nlohmann
 tools/quarrow/commands:      zel libKernelMode pci libQuarrow/machine libQuarrow/cpu $x86 $x86/caches libQuarrow/recording libQuarrow/recording/formats
                              libQuarrow/os/recorded libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features

@@ -1,7 +1,7 @@
 #include <tools/quarrow/fleet/FleetPage.h>
 
 #include <tools/quarrow/Words.h>
-#include <tools/quarrow/html/HtmlPage.h>
+#include <tools/quarrow/page/Page.h>
 
 namespace quarrow {
 namespace {
@@ -25,7 +25,7 @@ std::string groupRow(const FleetGroups::Group& group) {
     return "<tr class=\"row\">" + htmlElement("td", "number", std::to_string(group.names->size())) +
            htmlElement(
                "td", "",
-               htmlText(fleetName(machine)) + "<br>" + htmlElement("span", "faint", htmlText(what)) +
+               htmlText(fleetName(machine)) + "<br>" + htmlElement("span", "soft", htmlText(what)) +
                    folded(group.names->size() == 1 ? "its name" : "their names", namesOfGroup(*group.names)) +
                    folded(counted(machine.usable.count(), "usable feature"), htmlText(featureNames(machine.usable)))) +
            htmlElement("td", "", htmlText(fleetBuild(machine))) +
@@ -44,12 +44,11 @@ std::string fleetPage(const FleetGroups& groups, std::size_t leftOut) {
     const std::string title = counted(groups.machines(), "machine") + " in " + counted(sorted.size(), "group");
     const std::string more = leftOut == 0 ? "" : "; left out what could not be read: " + std::to_string(leftOut);
     return htmlPage(title,
-                    htmlElement("h1", "", htmlText(title)) + "\n" +
-                        htmlElement("p", "", "Machines of a group are alike in all that is shown here" + more + ".") +
-                        "\n<input class=\"filter\" type=\"search\" placeholder=\"Filter by name, feature, cache ...\" "
-                        "aria-label=\"Filter\">\n<table>\n<thead><tr><th class=\"number\">Machines</th>"
-                        "<th>Processor</th><th>Built as</th><th>Caches</th><th>Level</th></tr></thead>\n<tbody>\n" +
-                        rows + "</tbody>\n</table>\n");
+                    htmlElement("p", "soft", "Machines of a group are alike in all that is shown here" + more + ".") +
+                        "\n" + htmlSearch("Search by name, feature, cache ...", ".row") +
+                        "<div class=\"wide\"><table>\n<thead><tr><th class=\"number\">Machines</th><th>Processor</th>"
+                        "<th>Built as</th><th>Caches</th><th>Level</th></tr></thead>\n<tbody>\n" +
+                        rows + "</tbody>\n</table></div>\n");
 }
 
 } // namespace quarrow

@@ -23,7 +23,7 @@ bool isTold(const std::vector<std::vector<std::string>>& rows, std::size_t colum
 }
 
 std::string cell(const char* tag, bool numeric, const std::string& text) {
-    return std::string("<") + tag + (numeric ? " class=\"number\">" : ">") + htmlText(text) + "</" + tag + ">";
+    return htmlElement(tag, numeric ? "number" : "", htmlText(text));
 }
 
 // Links to the sections of the body, by their headings.
@@ -43,26 +43,11 @@ std::string contents(const std::string& body) {
 } // namespace
 
 std::string htmlText(const std::string& text) {
-    std::string html;
-    for (const char c : oneLine(printable(zel::String::fromUtf8(text)))) {
-        switch (c) {
-        case '&':
-            html += "&amp;";
-            break;
-        case '<':
-            html += "&lt;";
-            break;
-        case '>':
-            html += "&gt;";
-            break;
-        case '"':
-            html += "&quot;";
-            break;
-        default:
-            html += c;
-        }
-    }
-    return html;
+    return markup(zel::String::fromUtf8(text));
+}
+
+std::string htmlElement(const std::string& name, const std::string& kind, const std::string& body) {
+    return "<" + name + (kind.empty() ? "" : " class=\"" + kind + "\"") + ">" + body + "</" + name + ">";
 }
 
 std::string htmlPage(const std::string& title, const std::string& body) {

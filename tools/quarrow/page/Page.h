@@ -9,8 +9,11 @@
 
 namespace quarrow {
 
-// `text` as it stands between tags and within quotes; control characters become blanks.
+// `text` as it stands between tags and within quotes; on one line.
 std::string htmlText(const std::string& text);
+
+// <NAME class="KIND">BODY</NAME>, of a body that is HTML; without a class where `kind` is empty.
+std::string htmlElement(const std::string& name, const std::string& kind, const std::string& body);
 
 // A whole page. `body` is HTML: sections with headings of the second level, which the page lists at its top.
 std::string htmlPage(const std::string& title, const std::string& body);

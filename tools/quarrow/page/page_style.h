@@ -27,6 +27,7 @@ details { border-bottom: 1px solid var(--line); padding: .3rem 0 }
 summary { cursor: pointer }
 summary code { margin-right: .8rem }
 details table { margin: .4rem 0 .6rem 1.1rem }
+.names { max-height: 20rem; overflow: auto; overflow-wrap: anywhere }
 .chips { display: flex; flex-wrap: wrap; gap: .35rem; padding: 0; margin: .5rem 0; list-style: none }
 .chips li { border: 1px solid var(--line); border-radius: .35rem; padding: .05rem .5rem; background: var(--panel) }
 .chips li.usable { background: var(--mark) }
@@ -62,11 +63,12 @@ td:first-child { white-space: pre }
   nav, .search { display: none }
   h2, summary, tr { break-after: avoid }
   table, svg { break-inside: avoid-page }
-  .wide { overflow: visible }
+  .wide, .names { overflow: visible; max-height: none }
 }
 )";
 
-// Each search field shows the elements that hold all its words, tells how many, and opens what they are folded in.
+// Each search field shows the elements that hold all its words, tells how many, and opens what they are folded in. What
+// is folded is not printed.
 constexpr const char* pageScript = R"(
 for (const search of document.querySelectorAll('.search')) {
   const input = search.querySelector('input'), output = search.querySelector('output');
@@ -89,7 +91,6 @@ for (const search of document.querySelectorAll('.search')) {
     output.textContent = words.length ? shown + ' of ' + rows.length : '';
   });
 }
-addEventListener('beforeprint', () => document.querySelectorAll('details').forEach(folded => { folded.open = true }));
 )";
 
 } // namespace quarrow
