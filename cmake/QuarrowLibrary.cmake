@@ -2,9 +2,9 @@ include(GenerateExportHeader)
 include(GNUInstallDirs)
 
 # quarrow_library(NAME <file name> ALIAS <alias> MACRO <prefix> HEADER <export header> [LINK <targets>]
-#                 [PRIVATE_LINK <targets>] PUBLIC <folders and headers> [PRIVATE <headers>])
+#                 [PRIVATE_LINK <targets>] PUBLIC <folders and headers> [PRIVATE <headers>] [WITHOUT <folders>])
 #
-# A shared library of the current folder: its sources and those of os/<platform>, hidden visibility, an export header in
+# A shared library of the current folder, less the folders WITHOUT: its sources and those of os/<platform>, hidden visibility, an export header in
 # the build tree. The objects are a target of their own, <file name>_objects, which tests of internals link.
 #
 # PUBLIC are the folders whose headers are installed, less those that PRIVATE names, and single headers of other folders.
@@ -12,12 +12,16 @@ include(GNUInstallDirs)
 # The global property QUARROW_LIBRARIES lists the libraries, each after those that it needs: what installs, packages or
 # links all of them goes by it, so a new one needs no more than this call.
 function(quarrow_library)
-    cmake_parse_arguments(ARG "" "NAME;ALIAS;MACRO;HEADER" "LINK;PRIVATE_LINK;PUBLIC;PRIVATE" ${ARGN})
+    cmake_parse_arguments(ARG "" "NAME;ALIAS;MACRO;HEADER" "LINK;PRIVATE_LINK;PUBLIC;PRIVATE;WITHOUT" ${ARGN})
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.h)
     foreach(other windows linux)
         if(NOT other STREQUAL QUARROW_OS)
             list(FILTER sources EXCLUDE REGEX "/os/${other}/")
         endif()
+    endforeach()
+
+    foreach(folder ${ARG_WITHOUT})
+        list(FILTER sources EXCLUDE REGEX "^${CMAKE_CURRENT_SOURCE_DIR}/${folder}/")
     endforeach()
 
     add_library(${ARG_NAME}_objects OBJECT ${sources})

@@ -79,14 +79,15 @@ libQuarrow/topology/speed:   libQuarrow/topology/features libKernelMode zel libQ
                              libQuarrow/topology libQuarrow/topology/decode
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
+libQuarrow/document:         zel libQuarrow/topology libQuarrow/topology/names nlohmann
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
-tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/leaves libQuarrow/topology/names libQuarrow/topology/features
+tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/leaves libQuarrow/topology/names libQuarrow/topology/features libQuarrow/document
                              tools/quarrow/os nlohmann
 tools/quarrow/picture:       zel libQuarrow/topology tools/quarrow
 tools/quarrow/page:          zel libQuarrow/topology tools/quarrow tools/quarrow/picture
 tools/quarrow/classic:       zel libQuarrow/cpu $x86 $x86/caches libQuarrow/topology tools/quarrow tools/quarrow/picture nlohmann
-tools/quarrow/document:      zel libQuarrow/topology libQuarrow/topology/names $x86 tools/quarrow tools/quarrow/classic nlohmann
+tools/quarrow/document:      libQuarrow/topology libQuarrow/document $x86 tools/quarrow tools/quarrow/classic nlohmann
 tools/quarrow/fleet:         zel libQuarrow/recording libQuarrow/recording/formats libQuarrow/os/recorded libQuarrow/topology
                              libQuarrow/topology/names tools/quarrow tools/quarrow/page nlohmann
 tools/quarrow/export:        zel libQuarrow/topology libQuarrow/topology/features tools/quarrow tools/quarrow/fleet nlohmann

@@ -68,6 +68,9 @@ std::optional<Topology> visitMachine(const TopologyRequest& request) {
         builder.leaveOut(std::move(processor));
     }
     builder.setMsrRefusal(std::move(refusal));
+    if (request.microcode) {
+        builder.setMicrocode(os::currentMachine().microcodeRevisions());
+    }
     if (const auto nodes = os::currentMachine().numaNodes()) {
         builder.setNumaNodes(*nodes);
     }

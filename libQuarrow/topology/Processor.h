@@ -33,6 +33,9 @@ struct Processor {
     std::uint32_t core = 0;
     std::uint32_t thread = 0;                          // from 0 within the core, by number
     std::optional<std::uint32_t> numaNode;             // the operating system's own number
+    // Revision of the microcode, where TopologyRequest asked for it and the operating system tells it: Linux does to any
+    // user, Windows does not. In a guest it is what the hypervisor makes up.
+    std::optional<std::uint32_t> microcode;
     std::optional<CoreKind> kind;                      // none on a machine with one kind of core
     std::shared_ptr<const ProcessorIdentity> identity; // never null; like processors share one
     std::vector<CacheUse> caches;                      // ascending

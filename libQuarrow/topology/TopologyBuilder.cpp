@@ -177,6 +177,8 @@ void TopologyBuilder::placeMembers() {
         processor.identity = modelOf(member).identity;
         processor.speed = member.speed;
         processor.limits = member.limits;
+        const auto revision = m_microcode.find({member.group, member.bit});
+        processor.microcode = revision != m_microcode.end() ? std::make_optional(revision->second) : std::nullopt;
     }
 }
 

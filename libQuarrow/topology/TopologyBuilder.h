@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/machine/MicrocodeRevisions.h>
 #include <libQuarrow/machine/NumaNodes.h>
 #include <libQuarrow/topology/Numberer.h>
 #include <libQuarrow/topology/Topology.h>
@@ -23,6 +24,7 @@ class TopologyBuilder {
     void add(ProcessorFacts facts);
     void leaveOut(LeftOutProcessor processor) { m_topology.m_leftOut.push_back(std::move(processor)); }
     void setNumaNodes(const os::NumaNodes& nodes) { m_nodes = nodes; }
+    void setMicrocode(os::MicrocodeRevisions revisions) { m_microcode = std::move(revisions); }
     void setMsrRefusal(std::string reason) { m_topology.m_msrRefusal = std::move(reason); }
     Topology build() &&;
 
@@ -79,6 +81,7 @@ class TopologyBuilder {
     std::map<ModelFacts, std::uint32_t> m_models;
     std::vector<Model> m_modelOf; // by a member's number of it
     os::NumaNodes m_nodes;
+    os::MicrocodeRevisions m_microcode;
     Topology m_topology;
 };
 

@@ -13,6 +13,9 @@ struct TopologyRequest {
     bool useThreadAffinity = true; // move the calling thread; false: the whole process
     bool speeds = false;           // Processor::speed; measuring takes 25 milliseconds for each processor
     bool limits = false;           // Processor::limits
+    // Processor::microcode. The files of the system that tell it take longer than all of CPUID: some 2 microseconds for
+    // each processor, more in a guest.
+    bool microcode = false;
     // Whose speeds and limits, by number; without it, all processors'.
     std::optional<ProcessorSet> whose;
     // Called after each processor, those left out included, by the calling thread while it is still there: how many are

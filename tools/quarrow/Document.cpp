@@ -2,19 +2,12 @@
 
 namespace quarrow {
 
-using nlohmann::ordered_json;
-
-ordered_json emptyDocument(const Request& request) {
-    const std::string native = "native"; // this machine, which is no recording
-    ordered_json document = {{"quarrow", QUARROW_VERSION}, {"machine", request.machineFile.value_or(native)}};
-    if (request.machineFile == native) {
-        document["recorded"] = true; // a file of that name
-    }
-    return document;
+std::optional<std::string> machineName(const Request& request) {
+    return request.machineFile ? std::make_optional(*request.machineFile) : std::nullopt;
 }
 
-std::string documentText(const ordered_json& document) {
-    return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+nlohmann::ordered_json emptyDocument(const Request& request) {
+    return libQuarrow::document::emptyDocument(machineName(request));
 }
 
 } // namespace quarrow

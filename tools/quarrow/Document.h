@@ -2,8 +2,11 @@
 
 #include <tools/quarrow/Request.h>
 
+#include <libQuarrow/document/MachineDocument.h>
+
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <string>
 
 // What all JSON documents have in common. docs/json.md describes them. What is not known is null.
@@ -12,7 +15,9 @@ namespace quarrow {
 
 // A document with just the version of the tool and the machine.
 nlohmann::ordered_json emptyDocument(const Request& request);
-// Indented, with a line feed at the end. Bytes that are not UTF-8 become U+FFFD.
-std::string documentText(const nlohmann::ordered_json& document);
+using libQuarrow::document::documentText;
+
+// The file that the machine was read from, as it was given; none for this one.
+std::optional<std::string> machineName(const Request& request);
 
 } // namespace quarrow

@@ -4,7 +4,6 @@
 #include <tools/quarrow/Words.h>
 
 #include <libQuarrow/cpu/AffinityMask.h>
-#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/ProcessorAffinity.h>
 #include <libQuarrow/topology/features/isa.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
@@ -228,10 +227,9 @@ std::vector<SummaryLine> summaryOf(const Topology& topology, bool isRecorded) {
     if (!hypervisor.empty()) {
         lines.push_back({"Hypervisor", hypervisor});
     }
-    const auto microcode = libQuarrow::topology::microcodeRevisions(topology.numbering());
+    const std::string microcode = toldBySet(topology, [](const Processor& p) { return microcodeText(p.microcode); });
     if (!microcode.empty()) {
-        lines.push_back(
-            {"Microcode", toldBySet(topology, [&](const Processor& p) { return microcodeText(microcode, p.number); })});
+        lines.push_back({"Microcode", microcode});
     }
     if (!isRecorded) {
         lines.push_back({"Allowed", allowed(topology)});

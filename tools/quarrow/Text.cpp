@@ -5,20 +5,6 @@
 #include <algorithm>
 
 namespace quarrow {
-namespace {
-
-bool isControl(char16_t unit) {
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
-}
-
-} // namespace
-
-std::string printable(const zel::String& text) {
-    std::u16string units = text.units();
-    std::replace_if(
-        units.begin(), units.end(), [](char16_t unit) { return unit != u'\n' && isControl(unit); }, u'\uFFFD');
-    return zel::String(std::move(units)).toUtf8();
-}
 
 std::string printable(const zel::String& report, const zel::String& text) {
     std::u16string units = report.units();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/document/ProcessorWords.h>
 #include <zel/String.h>
 
 #include <string>
@@ -7,9 +8,7 @@
 
 namespace quarrow {
 
-// UTF-8 for people. Texts that come from registers can hold anything, so control characters other than the line feed
-// become U+FFFD: a recording must not steer the terminal it is shown on.
-std::string printable(const zel::String& text);
+using libQuarrow::document::printable;
 // The same, of a report one of whose lines holds `text`, which stays on that line.
 std::string printable(const zel::String& report, const zel::String& text);
 // "Label               : value" and a line feed, in the columns of the processor report.

@@ -57,7 +57,10 @@ Machine checked(const Request& request, std::optional<Machine> machine) {
 } // namespace
 
 Topology readTopology(const Request& request) {
-    return checked(request, Topology::read(request.threadAffinity));
+    libQuarrow::topology::TopologyRequest wanted;
+    wanted.useThreadAffinity = request.threadAffinity;
+    wanted.microcode = true;
+    return checked(request, Topology::read(wanted));
 }
 
 MachineLeaves readLeaves(const Request& request) {

@@ -103,17 +103,6 @@ std::string pageSizesText(const TlbFigures& figures) {
     return joined(pages, " or ");
 }
 
-std::string processorName(const ProcessorIdentity& identity) {
-    if (!identity.brand.empty()) {
-        return printable(zel::String::fromUtf8(identity.brand).normalizeSpaces());
-    }
-    const std::string maker = identity.vendor.empty() ? "unknown maker" : identity.vendor;
-    return printable(zel::String::fromUtf8(maker)) + zel::String::SprintfFormat(" family %u model %u stepping %u",
-                                                                                identity.family, identity.model,
-                                                                                identity.stepping)
-                                                         .toUtf8();
-}
-
 // The last of its interfaces is the hypervisor's own: what it imitates comes before, for systems that look no further.
 std::string hypervisorName(const ProcessorIdentity& identity) {
     constexpr std::uint32_t hyperVInterface = 0x31237648; // "Hv#1"
@@ -157,9 +146,8 @@ std::string levelText(const std::optional<std::uint32_t>& level) {
     return level ? "x86-64-v" + std::to_string(*level) : std::string();
 }
 
-std::string microcodeText(const std::map<std::uint32_t, std::uint32_t>& revisions, std::uint32_t number) {
-    const auto revision = revisions.find(number);
-    return revision != revisions.end() ? zel::String::SprintfFormat("0x%x", revision->second).toUtf8() : std::string();
+std::string microcodeText(const std::optional<std::uint32_t>& revision) {
+    return revision ? zel::String::SprintfFormat("0x%08x", *revision).toUtf8() : std::string();
 }
 
 std::string featureNames(const libQuarrow::topology::FeatureSet& features) {
@@ -168,11 +156,6 @@ std::string featureNames(const libQuarrow::topology::FeatureSet& features) {
         text += (text.empty() ? "" : " ") + std::string(name);
     }
     return text;
-}
-
-std::string affinityText(const libQuarrow::topology::Processor& processor) {
-    return zel::String::SprintfFormat("%u:%016I64Xh", unsigned{processor.group}, std::uint64_t{1} << processor.bit)
-        .toUtf8();
 }
 
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {

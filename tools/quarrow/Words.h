@@ -1,9 +1,9 @@
 #pragma once
 
+#include <libQuarrow/document/ProcessorWords.h>
 #include <libQuarrow/topology/Topology.h>
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,8 +29,8 @@ std::string sharersText(const libQuarrow::topology::Cache& cache);
 std::string tlbName(const libQuarrow::topology::TlbFigures& figures);
 // "2 MB or 4 MB"
 std::string pageSizesText(const libQuarrow::topology::TlbFigures& figures);
-// What a processor is called: its brand string, else its maker and signature.
-std::string processorName(const libQuarrow::topology::ProcessorIdentity& identity);
+using libQuarrow::document::affinityText;
+using libQuarrow::document::processorName;
 // "KVM"; the signature in quotes where it is of an unknown one; "KVM, with Hyper-V's interface" where it imitates others.
 // Empty without a hypervisor.
 std::string hypervisorName(const libQuarrow::topology::ProcessorIdentity& identity);
@@ -41,11 +41,9 @@ std::string permissionText(const libQuarrow::topology::FeatureSet& usable);
 // "x86-64-v3"; empty below the first level.
 std::string levelText(const std::optional<std::uint32_t>& level);
 // "0x2b000590", as systems write it; empty for a processor whose revision is not known.
-std::string microcodeText(const std::map<std::uint32_t, std::uint32_t>& revisions, std::uint32_t number);
+std::string microcodeText(const std::optional<std::uint32_t>& revision);
 // The names, blanks between them.
 std::string featureNames(const libQuarrow::topology::FeatureSet& features);
-// The affinity text that selects the processor.
-std::string affinityText(const libQuarrow::topology::Processor& processor);
 // "a, b, c" of those that are not empty.
 std::string joined(const std::vector<std::string>& texts, std::string_view separator = ", ");
 

@@ -1,6 +1,5 @@
 // How the topology is taken, and the rules that no machine of the corpus shows alone.
 
-#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/ProcessorAffinity.h>
 #include <libQuarrow/topology/Topology.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
@@ -255,7 +254,11 @@ TEST(Topology, KnowsTheSystemsNodesAndNumbers) {
     EXPECT_EQ(topology.ofNumaNode(2), (ProcessorSet{2, 67})) << "1 is in the node that named it first";
     EXPECT_TRUE(topology.ofNumaNode(5).empty() && topology.ofNumaNode(1).empty());
     EXPECT_EQ(topology.find(67)->numaNode, 2U);
-    EXPECT_EQ(microcodeRevisions(topology.numbering()), (std::map<std::uint32_t, std::uint32_t>{{67, 0x2B000590}}));
+    EXPECT_EQ(topology.find(67)->microcode, std::nullopt) << "nobody asked for it";
+    TopologyRequest request;
+    request.microcode = true;
+    EXPECT_EQ(Topology::read(request)->find(67)->microcode, 0x2B000590U);
+    EXPECT_EQ(Topology::read(request)->find(2)->microcode, std::nullopt);
     EXPECT_EQ(affinityOf(topology.ofNumaNode(2), topology.numbering()).toString(),
               "0:0000000000000004h/1:0000000000000008h");
 }

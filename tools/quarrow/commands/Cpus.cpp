@@ -3,7 +3,6 @@
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/document/MachineDocument.h>
 
-#include <libQuarrow/topology/Microcode.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
 #include <zel/String.h>
 
@@ -74,8 +73,7 @@ std::string addresses(const ProcessorIdentity& identity) {
     return joined({told(identity.physicalAddressBits, "physical"), told(identity.linearAddressBits, "linear")});
 }
 
-std::string described(const Topology& topology, const std::map<std::uint32_t, std::uint32_t>& microcode,
-                      const Processor& processor, std::size_t columns) {
+std::string described(const Topology& topology, const Processor& processor, std::size_t columns) {
     const ProcessorIdentity& identity = *processor.identity;
     const ProcessorNames known = libQuarrow::topology::namesOf(processor);
     Report report(columns);
@@ -89,7 +87,7 @@ std::string described(const Topology& topology, const std::map<std::uint32_t, st
     report.add("Signature", signature(identity));
     report.add("Revision", std::string(known.revision));
     report.add("Package", std::string(known.package));
-    report.add("Microcode", microcodeText(microcode, processor.number));
+    report.add("Microcode", microcodeText(processor.microcode));
     report.add("Affinity", affinityText(processor));
     report.add("APIC ID", processor.apicId
                               ? zel::String::SprintfFormat("%u (%Xh)", *processor.apicId, *processor.apicId).toUtf8()
@@ -114,10 +112,9 @@ std::string cpusCommand(const Request& request) {
     }
     const Topology topology = readTopology(request);
     const std::size_t columns = outputColumns();
-    const auto microcode = libQuarrow::topology::microcodeRevisions(topology.numbering());
     std::string text;
     for (const Processor* processor : namedProcessors(topology, request.operands)) {
-        text += (text.empty() ? "" : "\n") + described(topology, microcode, *processor, columns);
+        text += (text.empty() ? "" : "\n") + described(topology, *processor, columns);
     }
     return text;
 }
