@@ -80,6 +80,9 @@ libQuarrow/topology/speed:   libQuarrow/topology/features libKernelMode zel libQ
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
 libQuarrow/document:         zel libQuarrow/topology libQuarrow/topology/names nlohmann
+libQuarrow/c:                zel libQuarrow/cpu libQuarrow/recording/formats
+                             libQuarrow/os/recorded libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
+                             libQuarrow/document
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
 tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/leaves libQuarrow/topology/names libQuarrow/topology/features libQuarrow/document

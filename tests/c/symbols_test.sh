@@ -1,0 +1,46 @@
+#!/bin/sh
+# What the C interface declares, what libQuarrow/c/functions.txt lists and what the library exports are the same functions, and
+# the library needs nothing but the system's own libraries. The header compiles as the languages that it promises.
+# Usage: symbols_test.sh SOURCE_FOLDER LIBRARY
+set -eu
+source=$1 library=$2
+failed=0
+header=$source/libQuarrow/c/quarrow.h
+# same WHAT: standard input is what the list says.
+same() {
+    if ! difference=$(grep -v '^#' "$source/libQuarrow/c/functions.txt" | sort | diff - "$2"); then
+        printf '%s (>) is not what functions.txt lists (<):\n%s\n' "$1" "$difference"
+        failed=1
+    fi
+}
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+gcc -fpreprocessed -dD -E -P -x c "$header" | grep -oE '\bquarrow_[a-z0-9_]+\(' | tr -d '(' | sort -u >"$folder/declared"
+same "what quarrow.h declares" "$folder/declared"
+case $library in
+    *.dll)
+        objdump -p "$library" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/s/.*\] //p' | sort >"$folder/exported"
+        needed=$(objdump -p "$library" | sed -n 's/.*DLL Name: //p' | grep -viE '^(kernel32|msvcrt|advapi32|user32|ntdll|api-ms-win-.*|ucrtbase)\.dll$' || true)
+        ;;
+    *)
+        nm -D --defined-only "$library" | sed -n 's/.* T \([^@]*\).*/\1/p' | sort >"$folder/exported"
+        needed=$(nm -D --defined-only "$library" | grep -vE ' T quarrow_| A QUARROW_' || true)
+        needed=$needed$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -vE '^(libc|libm|ld-linux-x86-64|libdl|libpthread)\.so' || true)
+        ;;
+esac
+same "what $library exports" "$folder/exported"
+if [ -n "$needed" ]; then
+    echo "$library exports or needs what no program in C has: $needed"
+    failed=1
+fi
+
+for language in 'gcc -std=c99 -x c' 'gcc -std=c11 -x c' 'g++ -std=c++98 -x c++' 'g++ -std=c++17 -x c++' \
+    'clang -std=c99 -x c' 'clang++ -std=c++98 -x c++'; do
+    # shellcheck disable=SC2086 # a list of words
+    echo '#include "libQuarrow/c/quarrow.h"' | $language -Wall -Wextra -pedantic -Werror -fsyntax-only -I"$source" - || {
+        echo "the header does not compile with $language"
+        failed=1
+    }
+done
+exit $failed
