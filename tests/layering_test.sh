@@ -67,7 +67,6 @@ libQuarrow/os/windows:       zel libKernelMode pci libQuarrow/machine libQuarrow
 libQuarrow/recording:        pci libQuarrow/machine
 libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording nlohmann
 libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/recording
-$recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 libQuarrow/recording
 $x86/decode/fields:
 libQuarrow/topology/features/*.h: libQuarrow $x86/decode/fields
 libQuarrow/topology/features: libQuarrow/machine $x86/decode $x86/decode/fields
@@ -79,6 +78,7 @@ libQuarrow/topology/speed:   libQuarrow/topology/features libKernelMode zel libQ
                              libQuarrow/topology libQuarrow/topology/decode
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
+$recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 $x86/decode libQuarrow/recording libQuarrow/topology
 libQuarrow/document:         zel libQuarrow/topology libQuarrow/topology/names nlohmann
 libQuarrow/c:                zel libQuarrow/cpu libQuarrow/recording/formats
                              libQuarrow/os/recorded libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
@@ -89,8 +89,8 @@ tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/t
                              tools/quarrow/os nlohmann
 tools/quarrow/picture:       zel libQuarrow/topology tools/quarrow
 tools/quarrow/page:          zel libQuarrow/topology tools/quarrow tools/quarrow/picture
-tools/quarrow/classic:       zel libQuarrow/cpu $x86 $x86/caches libQuarrow/topology tools/quarrow tools/quarrow/picture nlohmann
-tools/quarrow/document:      libQuarrow/topology libQuarrow/document $x86 tools/quarrow tools/quarrow/classic nlohmann
+tools/quarrow/classic:       zel libKernelMode libQuarrow/machine libQuarrow/cpu $x86 $x86/caches libQuarrow/topology tools/quarrow tools/quarrow/picture nlohmann
+tools/quarrow/document:      libQuarrow/topology libQuarrow/document tools/quarrow nlohmann
 tools/quarrow/fleet:         zel libQuarrow/recording libQuarrow/recording/formats libQuarrow/os/recorded libQuarrow/topology
                              libQuarrow/topology/names tools/quarrow tools/quarrow/page nlohmann
 tools/quarrow/export:        zel libQuarrow/topology libQuarrow/topology/features tools/quarrow tools/quarrow/fleet nlohmann

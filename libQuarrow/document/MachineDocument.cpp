@@ -15,8 +15,10 @@ using topology::CoreKind;
 using topology::Hypervisor;
 using topology::Processor;
 using topology::ProcessorIdentity;
+using topology::ProcessorLimits;
 using topology::ProcessorNames;
 using topology::ProcessorSet;
+using topology::ProcessorSpeed;
 using topology::Tlb;
 using topology::Topology;
 
@@ -118,6 +120,49 @@ ordered_json avx10Json(const ProcessorIdentity& identity) {
                : ordered_json();
 }
 
+ordered_json speedJson(const ProcessorSpeed& speed) {
+    ordered_json states = ordered_json::array();
+    for (const auto& state : speed.performanceStates) {
+        states.push_back({{"state", state.number}, {"hertz", state.hertz}});
+    }
+    return {{"tscHertz", orNull(speed.tscHertz)},
+            {"busClockHertz", orNull(speed.busClockHertz)},
+            {"multiplier",
+             {{"current", orNull(speed.current.multiplier)},
+              {"effective", orNull(speed.effective.multiplier)},
+              {"lowest", orNull(speed.lowest.multiplier)},
+              {"highest", orNull(speed.base.multiplier)}}},
+            {"hertz",
+             {{"current", orNull(speed.current.hertz)},
+              {"effective", orNull(speed.effective.hertz)},
+              {"lowest", orNull(speed.lowest.hertz)},
+              {"highest", orNull(speed.base.hertz)}}},
+            {"turbo", {{"ratio", orNull(speed.turbo.multiplier)}, {"hertz", orNull(speed.turbo.hertz)}}},
+            {"performanceStates", states.empty() ? ordered_json() : states},
+            {"system",
+             {{"lowestHertz", orNull(speed.system.lowestHertz)},
+              {"baseHertz", orNull(speed.system.baseHertz)},
+              {"highestHertz", orNull(speed.system.highestHertz)}}}};
+}
+
+ordered_json limitsJson(const ProcessorLimits& limits) {
+    ordered_json ratios;
+    for (const auto& turbo : limits.turboRatios) {
+        ratios.push_back({{"activeCores", turbo.activeCores}, {"ratio", turbo.ratio}});
+    }
+    ordered_json levels;
+    if (limits.levels) {
+        levels = {{"highest", limits.levels->highest},
+                  {"guaranteed", limits.levels->guaranteed},
+                  {"efficient", limits.levels->efficient},
+                  {"lowest", limits.levels->lowest}};
+    }
+    return {{"tccActivationCelsius", orNull(limits.throttleCelsius)},
+            {"tccOffsetCelsius", orNull(limits.throttleOffsetCelsius)},
+            {"turboRatios", ratios},
+            {"performanceLevels", levels}};
+}
+
 ordered_json processorJson(const Processor& processor) {
     const ProcessorIdentity& identity = *processor.identity;
     const ProcessorNames names = namesOf(processor);
@@ -125,37 +170,44 @@ ordered_json processorJson(const Processor& processor) {
     for (const Processor::CacheUse& use : processor.caches) {
         caches.push_back(use.cache);
     }
-    return {{"logicalCpuNumber", processor.number},
-            {"affinity", affinityText(processor)},
-            {"apicId", orNull(processor.apicId)},
-            {"package", processor.package},
-            {"die", orNull(processor.die)},
-            {"complex", orNull(processor.complex)},
-            {"module", orNull(processor.module)},
-            {"core", processor.core},
-            {"thread", processor.thread},
-            {"numaNode", orNull(processor.numaNode)},
-            {"kind", kindJson(processor.kind)},
-            {"vendor", identity.vendor},
-            {"name", brandJson(identity)},
-            {"family", identity.family},
-            {"model", identity.model},
-            {"stepping", identity.stepping},
-            {"signature", identity.signature},
-            {"signatureFields", signatureFieldsJson(identity)},
-            {"revision", orNull(names.revision)},
-            {"packageName", orNull(names.package)},
-            {"microcode", orNull(processor.microcode)},
-            {"microarchitecture", orNull(names.microarchitecture)},
-            {"codename", orNull(names.codename)},
-            {"process", orNull(names.process)},
-            {"level", orNull(identity.level)},
-            {"avx10", avx10Json(identity)},
-            {"features", identity.features.names()},
-            {"usable", identity.usable.names()},
-            {"physicalAddressBits", orNull(identity.physicalAddressBits)},
-            {"linearAddressBits", orNull(identity.linearAddressBits)},
-            {"caches", caches}};
+    ordered_json element = {{"logicalCpuNumber", processor.number},
+                            {"affinity", affinityText(processor)},
+                            {"apicId", orNull(processor.apicId)},
+                            {"package", processor.package},
+                            {"die", orNull(processor.die)},
+                            {"complex", orNull(processor.complex)},
+                            {"module", orNull(processor.module)},
+                            {"core", processor.core},
+                            {"thread", processor.thread},
+                            {"numaNode", orNull(processor.numaNode)},
+                            {"kind", kindJson(processor.kind)},
+                            {"vendor", identity.vendor},
+                            {"name", brandJson(identity)},
+                            {"family", identity.family},
+                            {"model", identity.model},
+                            {"stepping", identity.stepping},
+                            {"signature", identity.signature},
+                            {"signatureFields", signatureFieldsJson(identity)},
+                            {"revision", orNull(names.revision)},
+                            {"packageName", orNull(names.package)},
+                            {"microcode", orNull(processor.microcode)},
+                            {"microarchitecture", orNull(names.microarchitecture)},
+                            {"codename", orNull(names.codename)},
+                            {"process", orNull(names.process)},
+                            {"level", orNull(identity.level)},
+                            {"avx10", avx10Json(identity)},
+                            {"features", identity.features.names()},
+                            {"usable", identity.usable.names()},
+                            {"physicalAddressBits", orNull(identity.physicalAddressBits)},
+                            {"linearAddressBits", orNull(identity.linearAddressBits)},
+                            {"caches", caches}};
+    if (processor.speed != nullptr) {
+        element["speed"] = speedJson(*processor.speed);
+    }
+    if (processor.limits != nullptr) {
+        element["limits"] = limitsJson(*processor.limits);
+    }
+    return element;
 }
 
 ordered_json sharedByJson(const Cache& cache) {

@@ -24,8 +24,8 @@ std::string askMore(const TopologyRequest& request, cpu::CpuidReader& cpuid, Pro
     const SpeedSources sources{cpuid, readMsr, facts.model};
     if (request.speeds) {
         const os::SystemFrequencies system = os::currentMachine().frequencies(facts.group, facts.bit);
-        facts.speed =
-            std::make_shared<const ProcessorSpeed>(decodeSpeed(sources, measureSpeed(features, readMsr), system));
+        const MeasuredSpeed measured = request.measure ? measureSpeed(features, readMsr) : MeasuredSpeed();
+        facts.speed = std::make_shared<const ProcessorSpeed>(decodeSpeed(sources, measured, system));
     }
     if (request.limits) {
         facts.limits = std::make_shared<const ProcessorLimits>(decodeLimits(sources));

@@ -11,7 +11,8 @@ namespace libQuarrow::topology {
 // What Topology::read() asks each processor for, all of it in the same visit.
 struct TopologyRequest {
     bool useThreadAffinity = true; // move the calling thread; false: the whole process
-    bool speeds = false;           // Processor::speed; measuring takes 25 milliseconds for each processor
+    bool speeds = false;           // Processor::speed, and
+    bool measure = true;           // of that what must be measured, 25 milliseconds for each processor
     bool limits = false;           // Processor::limits
     // Processor::microcode. The files of the system that tell it take longer than all of CPUID: some 2 microseconds for
     // each processor, more in a guest.

@@ -156,12 +156,15 @@ std::size_t askEverything(const os::Recording& recording) {
          {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
           quarrow::cachesCommand, quarrow::affinityCommand, quarrow::limitsCommand, quarrow::speedCommand,
           quarrow::pictureCommand, quarrow::recordCommand, quarrow::leavesCommand, quarrow::classicTreeCommand,
-          quarrow::classicCpusCommand, quarrow::classicFeaturesCommand, quarrow::classicCachesCommand}) {
+          quarrow::classicCpusCommand, quarrow::classicFeaturesCommand, quarrow::classicCachesCommand,
+          quarrow::classicLimitsCommand, quarrow::classicSpeedCommand}) {
         ask(command, false);
     }
     // The documents with everything.
     ask(quarrow::treeCommand, true);
     ask(quarrow::classicTreeCommand, true);
+    ask(quarrow::speedCommand, true);
+    ask(quarrow::limitsCommand, true);
     if (const auto topology = topology::Topology::read()) {
         const std::string wrong = testing_support::contradictionIn(*topology);
         if (!wrong.empty()) {

@@ -116,7 +116,8 @@ TEST(Tool, ShowsNoProgressButOnATerminal) {
     const ToolRun run = runTool("speed");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
-    EXPECT_THAT(run.out, StartsWith("Speeds in MHz.\n\nCPU     TSC"));
+    EXPECT_THAT(run.out, StartsWith("Logical CPUs        : "));
+    EXPECT_THAT(run.out, HasSubstr("\nTime-stamp counter  : "));
 }
 
 TEST(Tool, KeepsTheControlCharactersOfARecordingFromTheTerminal) {
@@ -152,12 +153,24 @@ TEST(Tool, TellsAffinitiesSpeedsAndLimitsInJson) {
         {"tscHertz": 3696000000, "busClockHertz": 100000000,
          "multiplier": {"current": 8, "effective": null, "lowest": 8, "highest": 37},
          "hertz": {"current": 800000000, "effective": null, "lowest": 800000000, "highest": 3700000000},
-         "turbo": {"ratio": 40, "hertz": 4000000000}})"));
+         "turbo": {"ratio": 40, "hertz": 4000000000}, "performanceStates": null,
+         "system": {"lowestHertz": 800000000, "baseHertz": null, "highestHertz": 4000000000}})"));
     EXPECT_EQ(runToolForJson(of(rich, "limits --json"))["processors"][1]["limits"], json::parse(R"(
-        {"tccActivationCelsius": 100, "turboRatios": [{"activeCores": 1, "ratio": 40}, {"activeCores": 2, "ratio": 39}]})"));
+        {"tccActivationCelsius": 100, "tccOffsetCelsius": null, "performanceLevels": null,
+         "turboRatios": [{"activeCores": 1, "ratio": 40}, {"activeCores": 2, "ratio": 39}]})"));
+    for (const char* section : {"speed", "limits"}) {
+        json classic = runToolForJson(of(rich, std::string("--classic --json ") + section))["processors"][1][section];
+        json today = runToolForJson(of(rich, std::string("--json ") + section))["processors"][1][section];
+        for (const char* added : {"performanceStates", "system", "tccOffsetCelsius", "performanceLevels"}) {
+            EXPECT_FALSE(classic.contains(added)) << section;
+            today.erase(added);
+        }
+        EXPECT_EQ(today, classic);
+    }
     EXPECT_EQ(runToolForJson(of(amd, "speed 0 --json"))["processors"][0]["speed"]["tscHertz"], nullptr);
     EXPECT_EQ(runToolForJson(of(amd, "limits --json"))["processors"][0]["limits"],
-              json::parse(R"({"tccActivationCelsius": null, "turboRatios": null})"));
+              json::parse(R"({"tccActivationCelsius": null, "tccOffsetCelsius": null, "turboRatios": null,
+                               "performanceLevels": null})"));
 }
 
 TEST(Tool, SaysNullForWhatIsNotKnown) {
@@ -217,7 +230,7 @@ TEST(Tool, AdvisesWhereFollowingItTellsMore) {
         EXPECT_THAT(limits, HasSubstr(std::string("Throttles at        : ") + row.throttles + "\n"));
         EXPECT_EQ(limits.find("MSRs might tell more") != std::string::npos, row.advice) << limits;
         const std::string speed = runTool("speed --machine " + quoted(path)).out;
-        EXPECT_THAT(speed, HasSubstr("Not known: "));
+        EXPECT_THAT(speed, HasSubstr("Not known           : "));
         EXPECT_EQ(speed.find("MSRs might tell more") != std::string::npos, row.advice) << speed;
     }
 }

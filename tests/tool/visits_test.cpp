@@ -21,7 +21,6 @@ void expectVisits(const os::Recording& recording, std::string (*command)(const q
         const os::ScopedMachine scope(counting);
         quarrow::Request request;
         request.json = json && command != quarrow::pictureCommand;
-        request.classic = command != quarrow::pictureCommand; // limits and speed visit once more for document 2
         request.threadAffinity = !json;
         EXPECT_NE(command(request), "");
         std::vector<std::string> expected;
@@ -40,13 +39,13 @@ TEST(Commands, VisitEachProcessorOnce) {
         ASSERT_TRUE(recording) << error.message;
         for (const auto command :
              {quarrow::classicTreeCommand, quarrow::classicCpusCommand, quarrow::classicFeaturesCommand,
-              quarrow::classicCachesCommand, quarrow::limitsCommand, quarrow::speedCommand}) {
+              quarrow::classicCachesCommand, quarrow::classicLimitsCommand, quarrow::classicSpeedCommand}) {
             expectVisits(*recording, command, {"0:1", "0:3", "0:2", "0:3"});
         }
         // From one to the next, and back at the end.
-        for (const auto command :
-             {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand, quarrow::featuresCommand,
-              quarrow::cachesCommand, quarrow::pictureCommand, quarrow::leavesCommand}) {
+        for (const auto command : {quarrow::summaryCommand, quarrow::treeCommand, quarrow::cpusCommand,
+                                   quarrow::featuresCommand, quarrow::cachesCommand, quarrow::pictureCommand,
+                                   quarrow::limitsCommand, quarrow::speedCommand, quarrow::leavesCommand}) {
             expectVisits(*recording, command, {"0:1", "0:2", "0:3"});
         }
     }

@@ -1,15 +1,19 @@
 #include <tools/quarrow/TopologyReading.h>
 
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/Progress.h>
+#include <tools/quarrow/Text.h>
 
 #include <zel/String.h>
 
 #include <cstdio>
 #include <map>
+#include <memory>
 
 namespace quarrow {
 
 using libQuarrow::topology::LeftOutProcessor;
+using libQuarrow::topology::TopologyRequest;
 
 namespace {
 
@@ -20,13 +24,8 @@ std::string advice(const Request& request) {
     return request.isRecorded() ? "; record it anew with 'quarrow record' or 'cpuid -r'" : "";
 }
 
-// "quarrow: left out 2 of 8 logical processors, 3,5: they cannot be visited". Once, however often they are read.
+// "quarrow: left out 2 of 8 logical processors, 3,5: they cannot be visited".
 void sayWhoIsLeftOut(const Request& request, const std::vector<LeftOutProcessor>& leftOut, std::size_t visited) {
-    static bool said = false;
-    if (said) {
-        return;
-    }
-    said = !leftOut.empty();
     std::map<std::string, ProcessorSet> byReason;
     for (const LeftOutProcessor& processor : leftOut) {
         byReason[processor.reason].insert(processor.number);
@@ -54,17 +53,51 @@ Machine checked(const Request& request, std::optional<Machine> machine) {
     return std::move(*machine);
 }
 
+TopologyRequest requestOfNamed(const Request& request) {
+    TopologyRequest asked;
+    if (!request.operands.empty()) {
+        asked.whose.emplace();
+        for (const std::string& operand : request.operands) {
+            *asked.whose |= numbersIn(operand);
+        }
+    }
+    return asked;
+}
+
 } // namespace
 
-Topology readTopology(const Request& request) {
-    libQuarrow::topology::TopologyRequest wanted;
-    wanted.useThreadAffinity = request.threadAffinity;
-    wanted.microcode = true;
-    return checked(request, Topology::read(wanted));
+Topology readTopology(const Request& request, TopologyRequest asked) {
+    asked.useThreadAffinity = request.threadAffinity;
+    asked.microcode = true;
+    return checked(request, Topology::read(asked));
 }
 
 MachineLeaves readLeaves(const Request& request) {
     return checked(request, MachineLeaves::read(request.threadAffinity));
+}
+
+Topology readSpeeds(const Request& request) {
+    TopologyRequest asked = requestOfNamed(request);
+    asked.speeds = true;
+    std::unique_ptr<Progress> progress;
+    asked.progress = [&progress](std::size_t /*done*/, std::size_t all) {
+        if (progress == nullptr) {
+            progress = std::make_unique<Progress>("Measuring", all);
+        }
+        progress->step();
+    };
+    return readTopology(request, asked);
+}
+
+Topology readLimits(const Request& request) {
+    TopologyRequest asked = requestOfNamed(request);
+    asked.limits = true;
+    return readTopology(request, asked);
+}
+
+std::string whyNoMsrs(const Topology& topology) {
+    return topology.msrRefusal().empty() ? std::string()
+                                         : "MSRs might tell more: " + oneLine(topology.msrRefusal()) + ".\n";
 }
 
 ProcessorSet numbersIn(const std::string& operand) {

@@ -18,11 +18,18 @@ using libQuarrow::topology::Processor;
 using libQuarrow::topology::ProcessorSet;
 using libQuarrow::topology::Topology;
 
-// Visits each logical processor once. Throws Failure when there is none to be had; says on standard error which ones
-// were left out.
-Topology readTopology(const Request& request);
+// Visits each logical processor once, and asks it for what else is wanted. Throws Failure when there is none to be had;
+// says on standard error which ones were left out.
+Topology readTopology(const Request& request, libQuarrow::topology::TopologyRequest asked = {});
 // The same for the CPUID leaves.
 MachineLeaves readLeaves(const Request& request);
+// Of the processors that the operands name their speeds, which are measured under a progress bar, or their limits.
+Topology readSpeeds(const Request& request);
+Topology readLimits(const Request& request);
+
+// For the end of a report that may leave something unknown: why MSRs did not tell it, in a line. Empty where they are
+// within reach, or have no part in it.
+std::string whyNoMsrs(const Topology& topology);
 
 // The processors that the operands name, each as numbersIn() takes it; all without operands. Throws Failure for any
 // other operand and for a number that no processor has.

@@ -9,6 +9,7 @@
 #include <libQuarrow/os/recorded/NotingMachine.h>
 #include <libQuarrow/os/recorded/ProcessorRecorder.h>
 #include <libQuarrow/os/recorded/RecordedMachine.h>
+#include <libQuarrow/topology/Topology.h>
 
 #include <libKernelMode/MsrDriver.h>
 
@@ -79,6 +80,12 @@ void addRateAndMsrs(bool threadAffinity, Recording& recording) {
         for (const x86_cpu& cpu : processors) {
             askWhatMsrsTell(cpu);
         }
+        topology::TopologyRequest request;
+        request.useThreadAffinity = threadAffinity;
+        request.speeds = true;
+        request.measure = false;
+        request.limits = true;
+        topology::Topology::read(request);
     }
 }
 

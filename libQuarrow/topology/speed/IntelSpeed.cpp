@@ -13,22 +13,26 @@
 namespace libQuarrow::topology {
 namespace {
 
-using Type = cpu::x86_intel_info;
-
 constexpr std::uint32_t msrPlatformInfo = 0xCE;       // bit 30: the offset in MSR 0x1A2 is there
 constexpr std::uint32_t msrTemperatureTarget = 0x1A2; // bits 23 to 16 degrees Celsius, above them the offset
 constexpr std::uint32_t msrHwpCapabilities = 0x771;   // IA32_HWP_CAPABILITIES; a fault while HWP is switched off
+
+// Reads all through another reader, also what ask() has to know of the highest leaf: that one remembers what it read.
+class PassingReader final : public cpu::CpuidReader {
+  public:
+    explicit PassingReader(cpu::CpuidReader& source) : m_source(source) {}
+    cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf) override { return m_source.read(leaf, subleaf); }
+    std::uint64_t xcr0() override { return m_source.xcr0(); }
+    bool hasCpuid() override { return m_source.hasCpuid(); }
+
+  private:
+    cpu::CpuidReader& m_source;
+};
 
 cpu::IntelIdentity identityOf(const SpeedSources& sources) {
     cpu::x86_cpu_signature signature;
     cpu::decodeSignature(sources.cpuid, signature);
     return {signature, cpu::decodeCpuName(sources.cpuid), sources.readMsr};
-}
-
-// Parts before Nehalem and the Atoms before Silvermont, of which no MSR tells a temperature or a turbo table alike.
-bool isBeforeNehalem(const cpu::IntelIdentity& intel) {
-    return intel.signature().displayFamily == 15 ||
-           intel.isType(Type::CoreDuoSoloFamily | Type::Core2Family | Type::Atom | Type::CloverTrail);
 }
 
 SpeedFigure figureOf(double multiplier, const boost::optional<std::uint64_t>& hertz) {
@@ -42,22 +46,21 @@ SpeedFigure figureOf(double multiplier, const boost::optional<std::uint64_t>& he
     return figure;
 }
 
-void readThrottling(const SpeedSources& sources, const cpu::IntelIdentity& intel, ProcessorLimits& limits) {
+void readThrottling(const SpeedSources& sources, ProcessorLimits& limits) {
+    const ProcessorIdentity& identity = sources.model.identity;
     std::uint32_t celsius = 0;
-    if (isBeforeNehalem(intel)) {
-        if (cpu::intelTccTemperature(intel, sources.readMsr, celsius) && celsius != 0) {
+    if (isIntelBeforeNehalem(identity.family, identity.model)) {
+        if (cpu::intelTccTemperature(identityOf(sources), sources.readMsr, celsius) && celsius != 0) {
             limits.throttleCelsius = celsius;
         }
         return;
     }
     std::uint64_t target = 0;
-    // Digital thermal sensor: what MSR 0x1A2 came with. 0: a register that was left empty.
-    if (!sources.model.identity.features.contains("dtherm") || !sources.readMsr(msrTemperatureTarget, target) ||
-        cpu::bits(target, 23, 16) == 0) {
-        return;
+    if (!sources.readMsr(msrTemperatureTarget, target) || cpu::bits(target, 23, 16) == 0) {
+        return; // 0: a register that was left empty
     }
     limits.throttleCelsius = cpu::bits(target, 23, 16);
-    const IntelModelRow model = intelModelRow(intel.signature().displayFamily, intel.signature().displayModel);
+    const IntelModelRow model = intelModelRow(identity.family, identity.model);
     std::uint64_t platform = 0;
     const bool told =
         model.offset == IntelOffset::always || (sources.readMsr(msrPlatformInfo, platform) && cpu::bit(platform, 30));
@@ -75,7 +78,8 @@ bool isEfficientIntelCore(const SpeedSources& sources) {
 void readIntelSpeed(const SpeedSources& sources, ProcessorSpeed& speed) {
     cpu::IntelIdentity intel = identityOf(sources);
     cpu::x86_speed_metrics metrics;
-    cpu::readIntelSpeed(intel, intelCoresOfPackage(sources), sources.cpuid, sources.readMsr, metrics);
+    PassingReader cpuid(sources.cpuid);
+    cpu::readIntelSpeed(intel, intelCoresOfPackage(sources), cpuid, sources.readMsr, metrics);
     // Processors newer than the product classes. Where they have ratios, these are of 100 MHz.
     if (!metrics.busClock && intel.type() == 0 && (metrics.maxMultiplier != 0 || metrics.currentMultiplier != 0)) {
         cpu::setBusClock(100, metrics);
@@ -88,7 +92,8 @@ void readIntelSpeed(const SpeedSources& sources, ProcessorSpeed& speed) {
         speed.lowest = figureOf(metrics.minMultiplier, metrics.lowestSpeed);
         speed.base = figureOf(metrics.maxMultiplier, metrics.highestSpeed);
     }
-    if (isBeforeNehalem(intel)) {
+    const ProcessorIdentity& identity = sources.model.identity;
+    if (isIntelBeforeNehalem(identity.family, identity.model)) {
         speed.turbo = figureOf(metrics.turboRatio.value_or(0), metrics.turboSpeed);
         return;
     }
@@ -109,14 +114,14 @@ std::uint64_t intelNamedHertz(const SpeedSources& sources) {
 }
 
 void readIntelLimits(const SpeedSources& sources, ProcessorLimits& limits) {
-    const cpu::IntelIdentity intel = identityOf(sources);
-    readThrottling(sources, intel, limits);
-    if (isBeforeNehalem(intel)) {
+    const ProcessorIdentity& identity = sources.model.identity;
+    readThrottling(sources, limits);
+    if (isIntelBeforeNehalem(identity.family, identity.model)) {
         return;
     }
     limits.turboRatios = readIntelTurbo(sources);
     std::uint64_t levels = 0;
-    if (sources.model.identity.features.contains("hwp") && sources.readMsr(msrHwpCapabilities, levels) && levels != 0) {
+    if (identity.features.contains("hwp") && sources.readMsr(msrHwpCapabilities, levels) && levels != 0) {
         limits.levels = {cpu::bits(levels, 7, 0), cpu::bits(levels, 15, 8), cpu::bits(levels, 23, 16),
                          cpu::bits(levels, 31, 24)};
     }

@@ -9,6 +9,14 @@
 
 namespace libQuarrow::topology {
 
+// Whether no MSR 0x1A2 or 0x1AD is documented of it: parts before Nehalem, and Atoms before Silvermont. Families from
+// 12h on are newer than family 6.
+constexpr bool isIntelBeforeNehalem(std::uint32_t family, std::uint32_t model) {
+    const bool old = model < 0x1A || model == 0x1C || model == 0x1D || model == 0x26 || model == 0x27 ||
+                     model == 0x35 || model == 0x36;
+    return family == 6 ? old : family < 0x12;
+}
+
 // What MSR_TURBO_RATIO_LIMIT (0x1AD) and those after it hold, a byte each, the lowest first.
 enum class IntelTurboTable : std::uint8_t {
     none,           // nothing, or nothing that is documented so

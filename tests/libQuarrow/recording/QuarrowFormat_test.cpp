@@ -23,7 +23,9 @@ CPU 0: group 0 bit 63
    microcode 0x2b000590
    msr 0x00000017: 0x0004000000000000
    msr 0xc0010064: 0xffffffffffffffff
+   frequencies lowest 800000000 base 2900000000 highest 18446744073709551615
 CPU 1: group 65535 bit 0
+   frequencies highest 3800000000
 memory 0x00000000000f000e: 5f 53
 memory 0x00000000000f0010: 4d
 memory 0xffffffffffffffff: 00
@@ -70,6 +72,7 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
         {"\"microcode 0xREVISION\"", {"microcode 0x1"}},
         {"\"msr 0xNUMBER: 0xVALUE\"", {"msr 0x00000017: 0x1"}},
         {"\"tsc HERTZ\" once", {"tsc 1"}},
+        {"\"frequencies lowest HERTZ base HERTZ highest HERTZ\"", {"frequencies base 1"}},
         {"\"node NUMBER: group GROUP mask 0xMASK\"",
          {"node 0: group 0 mask 0x0000000000000001", "node 1: group 0 mask 0x0000000000000000",
           "node 0:", "node 1: group 0", "node 4294967296:"}},
@@ -83,16 +86,20 @@ TEST(QuarrowFormat, RefusesWhatItDoesNotMean) {
     for (const auto& [expected, lines] : mistakes) {
         for (const std::string line : lines) {
             expectRefused(everything.substr(0, everything.find("end of")) + line + "\n",
-                          std::string("own:22: expected ") + expected);
+                          std::string("own:24: expected ") + expected);
         }
     }
     const std::string header = "Quarrow recording 1\n";
     const std::string leaf = "0x00000000 0x00: eax=0x00000001 ebx=0x00000000 ecx=0x00000000 edx=0x00000000\n";
     const std::pair<std::string, const char*> texts[] = {
-        {everything + "tsc 1\n", "own:23: expected nothing after \"end of recording\""},
+        {everything + "tsc 1\n", "own:25: expected nothing after \"end of recording\""},
         {"Quarrow recording 2\n", "own:1: expected \"Quarrow recording 1\""},
         {header + "end of recording\n", "own: there are no CPUID values in it"},
         {header + "tsc 0\n", "own:2: expected \"tsc HERTZ\""},
+        {header + "frequencies base 1\n", "own:2: expected \"frequencies lowest"},
+        {header + "CPU 0:\nfrequencies base 0\n", "own:3: expected \"frequencies lowest"},
+        {header + "CPU 0:\nfrequencies\n", "own:3: expected \"frequencies lowest"},
+        {header + "CPU 0:\nfrequencies base 1 lowest 1\n", "own:3: expected \"frequencies lowest"},
         {header + "xcr0 0x0000000000000000\n", "own:2: expected \"xcr0"},
         {header + "CPU 0:\nmicrocode 0x00000001\nmicrocode 0x00000002\n", "own:4: expected \"microcode 0xREVISION\""},
         {header + leaf, "own:2: expected \"CPU 0:\" before the values of a processor"},

@@ -11,5 +11,7 @@ std::string classicTreeCommand(const Request& request);
 std::string classicCpusCommand(const Request& request);
 std::string classicFeaturesCommand(const Request& request);
 std::string classicCachesCommand(const Request& request);
+std::string classicLimitsCommand(const Request& request);
+std::string classicSpeedCommand(const Request& request);
 
 } // namespace quarrow

@@ -1,100 +1,109 @@
-#include <tools/quarrow/Text.h>
-#include <tools/quarrow/classic/ClassicDocument.h>
-#include <tools/quarrow/classic/Processors.h>
+#include <tools/quarrow/TopologyReading.h>
+#include <tools/quarrow/Words.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/commands/MsrReach.h>
 #include <tools/quarrow/document/MachineDocument.h>
 
-#include <libQuarrow/cpu/x86/x86_intel_info.h>
 #include <zel/Temperature.h>
 
-#include <map>
+#include <algorithm>
 
 namespace quarrow {
 
-using libQuarrow::cpu::IntelTurboRatioLimit;
-using libQuarrow::cpu::x86_cpu;
-using nlohmann::ordered_json;
+using libQuarrow::topology::PerformanceLevels;
+using libQuarrow::topology::ProcessorIdentity;
+using libQuarrow::topology::ProcessorLimits;
+using libQuarrow::topology::TurboRatio;
 
 namespace {
 
-// What an Intel processor tells of its limits.
-struct Limits {
-    boost::optional<std::uint32_t> celsius;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> turbo; // active cores, ratio; empty: not known
+constexpr const char* notKnown = "not known";
 
-    bool isComplete() const { return celsius && !turbo.empty(); }
-};
-
-// None for other makers, whose limits are not read.
-boost::optional<Limits> limitsOf(const x86_cpu& cpu) {
-    const auto* intel = dynamic_cast<const libQuarrow::cpu::x86_intel_info*>(cpu.vendorInfo());
-    if (intel == nullptr) {
-        return boost::none;
-    }
-    Limits limits;
-    std::uint32_t celsius = 0;
-    if (intel->getTCCActivationTemperature(celsius) && celsius != 0) { // 0: a register that was left empty
-        limits.celsius = celsius;
-    }
-    zel::Array<IntelTurboRatioLimit> ratios;
-    if (intel->getTurboRatioLimits(ratios)) {
-        for (const IntelTurboRatioLimit& limit : ratios) {
-            limits.turbo.emplace_back(limit.activeCores, limit.ratio);
-        }
-    }
-    return limits;
+bool isIntel(const ProcessorIdentity& identity) {
+    return identity.vendor == "GenuineIntel";
 }
 
-std::string described(const boost::optional<Limits>& limits) {
-    if (!limits) {
-        return line("Limits", "not known: they are read on Intel processors only");
+// "100 °C", or where it is set to throttle earlier "90 °C, 14 below its 104 °C".
+std::string throttlingText(const ProcessorLimits& limits) {
+    if (!limits.throttleCelsius) {
+        return notKnown;
     }
-    std::string text =
-        line("Throttles at", limits->celsius ? zel::Temperature(static_cast<int>(*limits->celsius)).toString()
-                                             : zel::String("not known"));
-    if (limits->turbo.empty()) {
-        text += line("Turbo ratio", "not known");
+    const auto degrees = [](std::uint32_t celsius) {
+        return zel::Temperature(static_cast<int>(celsius)).toString().toUtf8();
+    };
+    const std::uint32_t offset = limits.throttleOffsetCelsius.value_or(0);
+    return offset == 0 || offset > *limits.throttleCelsius
+               ? degrees(*limits.throttleCelsius)
+               : degrees(*limits.throttleCelsius - offset) + ", " + std::to_string(offset) + " below its " +
+                     degrees(*limits.throttleCelsius);
+}
+
+// "x 40 (1 active core), x 39 (up to 4)": the highest number of cores of each ratio.
+std::string turboText(const ProcessorIdentity& identity, const std::vector<TurboRatio>& ratios) {
+    if (ratios.empty()) {
+        const bool saysNone = !identity.hypervisor && identity.maxLeaf >= 6 && !identity.features.contains("ida");
+        return saysNone ? "none, or switched off" : notKnown;
     }
-    for (const auto& [cores, ratio] : limits->turbo) {
-        text += line(zel::String::SprintfFormat("Turbo, %u core%s", cores, cores == 1 ? "" : "s"),
-                     zel::String::SprintfFormat("x %u", ratio));
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < ratios.size(); ++i) {
+        if (i + 1 < ratios.size() && ratios[i + 1].ratio == ratios[i].ratio) {
+            continue;
+        }
+        const std::string cores =
+            texts.empty() ? counted(ratios[i].activeCores, "active core") : std::to_string(ratios[i].activeCores);
+        texts.push_back("x " + std::to_string(ratios[i].ratio) + " (" + (ratios[i].activeCores == 1 ? "" : "up to ") +
+                        cores + ")");
+    }
+    return joined(texts);
+}
+
+std::string levelsText(const PerformanceLevels& levels) {
+    return "highest " + std::to_string(levels.highest) + ", guaranteed " + std::to_string(levels.guaranteed) +
+           ", efficient " + std::to_string(levels.efficient) + ", lowest " + std::to_string(levels.lowest);
+}
+
+// Whether no register could tell more. Where turbo is not there, or switched off, none tells its ratios.
+bool isComplete(const Processor& processor) {
+    const ProcessorLimits& limits = *processor.limits;
+    const bool hasTurbo = processor.identity->features.contains("ida");
+    return isIntel(*processor.identity) ? limits.throttleCelsius && (!hasTurbo || !limits.turboRatios.empty())
+                                        : limits.levels.has_value();
+}
+
+std::string described(const Processor& processor, std::size_t columns) {
+    const ProcessorLimits& limits = *processor.limits;
+    std::string text = processor.kind ? paragraph("Kind", nameOf(*processor.kind), columns) : std::string();
+    if (isIntel(*processor.identity)) {
+        text += paragraph("Throttles at", throttlingText(limits), columns);
+        text += paragraph("Turbo", turboText(*processor.identity, limits.turboRatios), columns);
+    }
+    if (limits.levels) {
+        text += paragraph("Performance levels", levelsText(*limits.levels), columns);
+    } else if (!isIntel(*processor.identity)) {
+        text += paragraph("Limits", notKnown, columns);
     }
     return text;
 }
 
-ordered_json limitsJson(const x86_cpu& cpu) {
-    const Limits limits = limitsOf(cpu).value_or(Limits());
-    ordered_json ratios;
-    for (const auto& [cores, ratio] : limits.turbo) {
-        ratios.push_back({{"activeCores", cores}, {"ratio", ratio}});
+std::string report(const Topology& topology) {
+    const std::size_t columns = outputColumns();
+    const std::vector<const Processor*> processors = namedProcessors(topology, {});
+    std::string text;
+    for (const AlikeProcessors& group :
+         alikeProcessors(processors, [columns](const Processor& processor) { return described(processor, columns); })) {
+        text +=
+            (text.empty() ? "" : "\n") + paragraph("Logical CPUs", group.numbers.toList(), columns) + group.description;
     }
-    return {{"tccActivationCelsius", limits.celsius ? ordered_json(*limits.celsius) : ordered_json()},
-            {"turboRatios", ratios}};
+    const bool complete = std::all_of(processors.begin(), processors.end(),
+                                      [](const Processor* processor) { return isComplete(*processor); });
+    const std::string whyNot = complete ? std::string() : whyNoMsrs(topology);
+    return whyNot.empty() ? text : text + "\n" + whyNot;
 }
 
 } // namespace
 
 std::string limitsCommand(const Request& request) {
-    if (request.json) {
-        const Section section = {
-            [](const x86_cpu& cpu, ordered_json& element) { element["limits"] = limitsJson(cpu); }};
-        return request.classic ? classicDocument(request, section) : machineDocument(request, section);
-    }
-    MsrReach msrs;
-    std::string whyNot;
-    std::map<const x86_cpu*, std::string> descriptions;
-    const Machine machine = readMachine(request, [&](const x86_cpu& cpu) {
-        msrs.forget();
-        const boost::optional<Limits> limits = limitsOf(cpu);
-        if (whyNot.empty() && limits && !limits->isComplete()) {
-            whyNot = msrs.whyNot();
-        }
-        descriptions[&cpu] = described(limits);
-    });
-    const std::string text =
-        describedTogether(machine.processors, [&](const x86_cpu& cpu) { return descriptions.at(&cpu); });
-    return whyNot.empty() ? text : text + "\n" + whyNot;
+    const Topology topology = readLimits(request);
+    return request.json ? machineDocument(request, topology) : report(topology);
 }
 
 } // namespace quarrow

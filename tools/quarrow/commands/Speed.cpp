@@ -1,179 +1,183 @@
-#include <tools/quarrow/classic/ClassicDocument.h>
-#include <tools/quarrow/classic/Processors.h>
+#include <tools/quarrow/TopologyReading.h>
+#include <tools/quarrow/Words.h>
 #include <tools/quarrow/commands/Commands.h>
-#include <tools/quarrow/commands/MsrReach.h>
 #include <tools/quarrow/document/MachineDocument.h>
 
-#include <libQuarrow/cpu/x86/x86_speed_metrics.h>
+#include <zel/String.h>
 
 #include <algorithm>
-#include <map>
 
 namespace quarrow {
 
-using boost::optional;
-using libQuarrow::cpu::x86_cpu;
-using libQuarrow::cpu::x86_speed_metrics;
-using nlohmann::ordered_json;
+using libQuarrow::os::SystemFrequencies;
+using libQuarrow::topology::PerformanceState;
+using libQuarrow::topology::ProcessorSpeed;
+using libQuarrow::topology::SpeedFigure;
 
 namespace {
 
-constexpr const char* doing = "Measuring"; // beside the progress bar
-
-struct Speed {
-    optional<std::uint64_t> tsc;
-    x86_speed_metrics metrics;
-};
-
-// Asked while the thread is on the processor. A replay runs the counter at a rate of its own where the recording does
-// not tell it: then nothing is known that was measured.
-Speed measure(const Request& request, const x86_cpu& cpu) {
-    Speed speed;
-    std::uint64_t hertz = 0;
-    if (request.tscRateKnown && cpu.calculateSpeedTSC(hertz)) {
-        speed.tsc = hertz;
+// "133.3", "2500": as many of `decimals` as it needs.
+std::string trimmedNumber(double value, unsigned int decimals) {
+    std::string text = zel::String::SprintfFormat("%.*f", static_cast<int>(decimals), value).toUtf8();
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.back() == '.') {
+        text.pop_back();
     }
-    cpu.getSpeedMetrics(speed.metrics); // where it fails, nothing is known
-    if (!request.tscRateKnown && speed.metrics.currentMultiplier == 0) {
-        speed.metrics.currentSpeed = boost::none;
-    }
-    return speed;
-}
-
-zel::String megahertz(const optional<std::uint64_t>& hertz) {
-    return hertz ? zel::String::SprintfFormat("%.1f", static_cast<double>(*hertz) / 1e6) : zel::String();
-}
-
-zel::String multiplier(const x86_speed_metrics& metrics) {
-    zel::String text;
-    metrics.getCurrentMultiplierString(text, true);
     return text;
 }
 
-zel::String turboRatio(const x86_speed_metrics& metrics) {
-    return metrics.turboRatio ? "x " + x86_speed_metrics::getMultiplierString(*metrics.turboRatio,
-                                                                              x86_speed_metrics::trimmedPrecision, 0)
-                              : zel::String();
+std::string megahertzNumber(std::uint64_t hertz) {
+    return trimmedNumber(static_cast<double>(hertz) / 1e6, 1);
 }
 
-// A column of the table; its cells are empty where nothing is known.
-struct Column {
-    const char* heading;
-    zel::String (*cell)(const Speed&);
-};
-
-constexpr Column columns[] = {
-    {"TSC", [](const Speed& speed) { return megahertz(speed.tsc); }},
-    {"Bus", [](const Speed& speed) { return megahertz(speed.metrics.busClock); }},
-    {"Multiplier", [](const Speed& speed) { return multiplier(speed.metrics); }},
-    {"Set to", [](const Speed& speed) { return megahertz(speed.metrics.currentSpeed); }},
-    {"Ran at", [](const Speed& speed) { return megahertz(speed.metrics.effectiveSpeed); }},
-    {"Lowest", [](const Speed& speed) { return megahertz(speed.metrics.lowestSpeed); }},
-    {"Highest", [](const Speed& speed) { return megahertz(speed.metrics.highestSpeed); }},
-    {"Turbo", [](const Speed& speed) { return megahertz(speed.metrics.turboSpeed); }},
-    {"Turbo ratio", [](const Speed& speed) { return turboRatio(speed.metrics); }},
-};
-
-// Cells below their heading, on the right; "-" where nothing is known.
-using Cells = std::vector<zel::String>;
-
-Cells padded(Cells cells) {
-    std::size_t width = 0;
-    for (zel::String& cell : cells) {
-        cell = cell.isEmpty() ? zel::String("-") : cell;
-        width = std::max(width, cell.size());
-    }
-    for (zel::String& cell : cells) {
-        cell = zel::String::repeat(" ", width - cell.size()) + cell;
-    }
-    return cells;
+std::string megahertz(std::uint64_t hertz) {
+    return megahertzNumber(hertz) + " MHz";
 }
 
-std::string table(const Processors& processors, const std::vector<Speed>& speeds, const std::string& whyNoMsrs) {
-    Cells numbers{"CPU"};
-    for (const x86_cpu* cpu : processors) {
-        numbers.push_back(numberRanges({cpu}));
-    }
-    std::vector<Cells> columnsKnown{padded(numbers)};
-    zel::Array<zel::String> unknown;
-    for (const Column& column : columns) {
-        Cells cells{column.heading};
-        std::transform(speeds.begin(), speeds.end(), std::back_inserter(cells), column.cell);
-        if (std::all_of(cells.begin() + 1, cells.end(), [](const zel::String& cell) { return cell.isEmpty(); })) {
-            unknown.append(column.heading);
-        } else {
-            columnsKnown.push_back(padded(cells));
-        }
-    }
-    const bool anyKnown = columnsKnown.size() > 1;
-    std::string text = anyKnown ? "Speeds in MHz.\n\n" : "";
-    for (std::size_t row = 0; anyKnown && row <= processors.size(); ++row) {
-        for (const Cells& cells : columnsKnown) {
-            text += (&cells == &columnsKnown.front() ? "" : "  ") + cells[row].toUtf8();
-        }
-        text += "\n";
-    }
-    if (unknown.isEmpty()) {
-        return text;
-    }
-    text += anyKnown ? "\n" : "";
-    text += "Not known: " + zel::String::join(unknown, ", ").toUtf8() + ".\n";
-    return text + whyNoMsrs;
+std::string multiplierText(double multiplier) {
+    return "x " + trimmedNumber(multiplier, 2);
 }
 
-std::string report(const Request& request) {
-    MsrReach msrs;
-    std::string whyNoMsrs;
-    std::map<const x86_cpu*, Speed> measured;
-    const auto visit = [&](const x86_cpu& cpu) {
-        if (isNamed(cpu, request.operands)) {
-            msrs.forget();
-            measured[&cpu] = measure(request, cpu);
-            whyNoMsrs = msrs.whyNot().empty() ? whyNoMsrs : msrs.whyNot();
-        }
+// "3700 MHz (x 37)"; empty for what is not known.
+std::string figureText(const SpeedFigure& figure) {
+    const std::string multiplier = figure.multiplier ? multiplierText(*figure.multiplier) : std::string();
+    return !figure.hertz        ? multiplier
+           : multiplier.empty() ? megahertz(*figure.hertz)
+                                : megahertz(*figure.hertz) + " (" + multiplier + ")";
+}
+
+std::string statesText(const std::vector<PerformanceState>& states) {
+    std::vector<std::string> texts;
+    for (const PerformanceState& state : states) {
+        texts.push_back("P" + std::to_string(state.number) + " " + megahertz(state.hertz));
+    }
+    return joined(texts);
+}
+
+std::string systemText(const SystemFrequencies& system) {
+    const auto told = [](const char* what, const std::optional<std::uint64_t>& hertz) {
+        return hertz ? what + megahertz(*hertz) : std::string();
     };
-    const Machine machine = readMachine(request, visit, doing);
-    const Processors named = namedProcessors(machine.processors, request.operands);
-    std::vector<Speed> speeds;
-    for (const x86_cpu* cpu : named) {
-        speeds.push_back(measured.at(cpu));
+    return joined(
+        {told("lowest ", system.lowestHertz), told("base ", system.baseHertz), told("highest ", system.highestHertz)});
+}
+
+// What like processors have in common. What is of the moment differs even between those, and is told as a range.
+struct StandingFigure {
+    const char* label;
+    std::string (*text)(const ProcessorSpeed&);
+    bool alwaysKnowable = true; // else only some processors have it, and that it is not known is no news
+};
+constexpr StandingFigure standingFigures[] = {
+    {"Bus clock",
+     [](const ProcessorSpeed& s) { return s.busClockHertz ? megahertz(*s.busClockHertz) : std::string(); }},
+    {"Lowest", [](const ProcessorSpeed& s) { return figureText(s.lowest); }},
+    {"Base", [](const ProcessorSpeed& s) { return figureText(s.base); }},
+    {"Turbo", [](const ProcessorSpeed& s) { return figureText(s.turbo); }},
+    {"P-states", [](const ProcessorSpeed& s) { return statesText(s.performanceStates); }, false},
+    {"Operating system", [](const ProcessorSpeed& s) { return systemText(s.system); }, false},
+};
+
+struct MomentaryFigure {
+    const char* label;
+    SpeedFigure (*figure)(const ProcessorSpeed&);
+};
+constexpr MomentaryFigure momentaryFigures[] = {
+    {"Time-stamp counter",
+     [](const ProcessorSpeed& s) {
+         return SpeedFigure{std::nullopt, s.tscHertz};
+     }},
+    {"Set to", [](const ProcessorSpeed& s) { return s.current; }},
+    {"Ran at",
+     [](const ProcessorSpeed& s) {
+         return SpeedFigure{std::nullopt, s.effective.hertz};
+     }},
+};
+
+// "800 to 3000 MHz (x 8 to 30)" over those that tell it.
+std::string rangeText(const std::vector<const Processor*>& processors, SpeedFigure (*figureOf)(const ProcessorSpeed&)) {
+    std::vector<double> multipliers;
+    std::vector<std::uint64_t> speeds;
+    for (const Processor* processor : processors) {
+        const SpeedFigure figure = figureOf(*processor->speed);
+        if (figure.hertz) {
+            speeds.push_back(*figure.hertz);
+        }
+        if (figure.multiplier) {
+            multipliers.push_back(*figure.multiplier);
+        }
     }
-    return table(named, speeds, whyNoMsrs);
+    const auto range = [](const auto& values, auto textOf) {
+        if (values.empty()) {
+            return std::string();
+        }
+        const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
+        const std::string first = textOf(*lowest);
+        const std::string last = textOf(*highest);
+        return first == last ? first : first + " to " + last;
+    };
+    const std::string hertz = range(speeds, megahertzNumber) + (speeds.empty() ? "" : " MHz");
+    const std::string multiplier =
+        multipliers.empty() ? "" : "x " + range(multipliers, [](double value) { return trimmedNumber(value, 2); });
+    return hertz.empty() || multiplier.empty() ? hertz + multiplier : hertz + " (" + multiplier + ")";
 }
 
-template <class Number>
-ordered_json numberOrNull(const optional<Number>& number) {
-    return number && *number != 0 ? ordered_json(*number) : ordered_json();
+std::string kindText(const Processor& processor, std::size_t columns) {
+    return processor.kind ? paragraph("Kind", nameOf(*processor.kind), columns) : std::string();
 }
 
-ordered_json speedJson(const Speed& speed) {
-    const x86_speed_metrics& metrics = speed.metrics;
-    return {{"tscHertz", numberOrNull(speed.tsc)},
-            {"busClockHertz", numberOrNull(metrics.busClock)},
-            {"multiplier",
-             {{"current", numberOrNull<double>(metrics.currentMultiplier)},
-              {"effective", numberOrNull<double>(metrics.effectiveMultiplier)},
-              {"lowest", numberOrNull<double>(metrics.minMultiplier)},
-              {"highest", numberOrNull<double>(metrics.maxMultiplier)}}},
-            {"hertz",
-             {{"current", numberOrNull(metrics.currentSpeed)},
-              {"effective", numberOrNull(metrics.effectiveSpeed)},
-              {"lowest", numberOrNull(metrics.lowestSpeed)},
-              {"highest", numberOrNull(metrics.highestSpeed)}}},
-            {"turbo", {{"ratio", numberOrNull(metrics.turboRatio)}, {"hertz", numberOrNull(metrics.turboSpeed)}}}};
+std::string described(const Processor& processor, std::size_t columns, std::vector<std::string>& unknown) {
+    std::string text;
+    for (const StandingFigure& figure : standingFigures) {
+        const std::string value = figure.text(*processor.speed);
+        if (!value.empty()) {
+            text += paragraph(figure.label, value, columns);
+        } else if (figure.alwaysKnowable) {
+            unknown.emplace_back(figure.label);
+        }
+    }
+    return text;
+}
+
+std::string report(const Topology& topology, const std::vector<const Processor*>& processors) {
+    const std::size_t columns = outputColumns();
+    const auto describe = [columns](const Processor& processor) {
+        std::vector<std::string> unknown;
+        return described(processor, columns, unknown) + kindText(processor, columns);
+    };
+    std::string text;
+    bool complete = true;
+    for (const AlikeProcessors& group : alikeProcessors(processors, describe)) {
+        std::vector<const Processor*> members;
+        std::copy_if(processors.begin(), processors.end(), std::back_inserter(members),
+                     [&group](const Processor* processor) { return group.numbers.contains(processor->number); });
+        text += (text.empty() ? "" : "\n") + paragraph("Logical CPUs", group.numbers.toList(), columns) +
+                kindText(*members.front(), columns);
+        std::vector<std::string> unknown;
+        for (const MomentaryFigure& figure : momentaryFigures) {
+            const std::string range = rangeText(members, figure.figure);
+            if (range.empty()) {
+                unknown.emplace_back(figure.label);
+            } else {
+                text += paragraph(figure.label, range, columns);
+            }
+        }
+        text += described(*members.front(), columns, unknown);
+        if (!unknown.empty()) {
+            complete = false;
+            text += paragraph("Not known", joined(unknown), columns);
+        }
+    }
+    const std::string whyNot = complete ? std::string() : whyNoMsrs(topology);
+    return whyNot.empty() ? text : text + "\n" + whyNot;
 }
 
 } // namespace
 
 std::string speedCommand(const Request& request) {
-    if (!request.json) {
-        return report(request);
-    }
-    const auto addSpeed = [&request](const x86_cpu& cpu, ordered_json& element) {
-        element["speed"] = speedJson(measure(request, cpu));
-    };
-    const Section section = {addSpeed, doing};
-    return request.classic ? classicDocument(request, section) : machineDocument(request, section);
+    const Topology topology = readSpeeds(request);
+    return request.json ? machineDocument(request, topology)
+                        : report(topology, namedProcessors(topology, request.operands));
 }
 
 } // namespace quarrow

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <tools/quarrow/Request.h>
-#include <tools/quarrow/classic/ClassicDocument.h>
+#include <tools/quarrow/TopologyReading.h>
 
 #include <string>
 
@@ -9,8 +9,10 @@
 
 namespace quarrow {
 
-// The whole machine, or of its processors those that the request's operands name. With a section the processors are
-// visited once more for it.
-std::string machineDocument(const Request& request, const Section& section = {});
+// The whole machine, or of its processors those that the request's operands name, with their speeds and limits where
+// the topology has them.
+std::string machineDocument(const Request& request, const Topology& topology);
+// The same, of the machine as it is read for nothing else.
+std::string machineDocument(const Request& request);
 
 } // namespace quarrow

@@ -166,11 +166,13 @@ TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
             .msr(0xCE, 0x2800 + number)
             .msr(0x1A2, number << 16)
             .msr(0x1AD, 0x2A)
+            .msr(0x1AE, 0x4) // by groups, as the topology asks for it
             .msr(0x10A, 7);
     };
     Recording both = CurrentMachine::recording(std::vector{skylake(100), skylake(90)});
     both.processors[1].group = 1;
     both.processors[1].bit = 0; // the same place in another group
+    both.processors[1].frequencies.baseHertz = 4'000'000'000;
     RecordedMachine machine(both);
     CountingMachine live(machine); // no replay, whose registers are known already
     const ScopedMachine scope(live);
@@ -180,9 +182,10 @@ TEST(MachineRecorder, NotesTheRegistersThatTheAnswersComeFrom) {
     EXPECT_EQ(recording->tscHertz, std::uint64_t{1000000000}) << "measured on a clock that runs at 1 GHz";
     for (const std::uint64_t number : {100U, 90U}) {
         const std::map<std::uint32_t, std::uint64_t> expected = {
-            {0xCE, 0x2800 + number}, {0x1A2, number << 16}, {0x1AD, 0x2A}};
+            {0xCE, 0x2800 + number}, {0x1A2, number << 16}, {0x1AD, 0x2A}, {0x1AE, 0x4}};
         EXPECT_EQ(recording->processors[number == 100 ? 0 : 1].msrs, expected);
     }
+    EXPECT_EQ(recording->processors[1].frequencies, both.processors[1].frequencies);
     machine.faults().noMsrDriver = true;
     EXPECT_TRUE(recordCurrentMachine(error)->processors[0].msrs.empty());
 }

@@ -1,4 +1,4 @@
-#include <tools/quarrow/commands/MsrReach.h>
+#include <tools/quarrow/classic/MsrReach.h>
 
 #include <tools/quarrow/Text.h>
 
