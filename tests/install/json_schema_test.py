@@ -60,12 +60,12 @@ def check_that_changes_are_noticed(document):
 
 
 commands = [[], ["cpus", "0"], ["limits"], ["speed"], ["--classic"], ["--classic", "cpus", "0"],
-            ["--classic", "limits"], ["--classic", "speed"], ["affinity"], ["affinity", "0:Fh/1:3h"]]
+            ["--classic", "limits"], ["--classic", "speed"], ["affinity"], ["affinity", "0:Fh/1:3h"], ["leaves", "0"]]
 accesses = [["msr", "0x1A2"], ["mem", "0xF0000"], ["mem", "0xF0000", "--length", "4"], ["port", "0x70"]]
 machines = sorted((source / "tests/machines").glob("*.txt"))
 checked = 0
 for machine in [[], *(["--machine", str(path)] for path in machines)]:
-    for command in commands:
+    for command in commands + [["leaves"]]:
         try:
             for error in validator.iter_errors(document(machine + command)):
                 fail(f"{machine} {command}: {jsonschema.exceptions.best_match([error]).message}")
@@ -79,6 +79,9 @@ for command in commands + accesses:
     for error in validator.iter_errors(good):
         fail(f"{command}: {jsonschema.exceptions.best_match([error]).message}")
     check_that_changes_are_noticed(good)
+# Bits of no known name.
+check_that_changes_are_noticed(document(["--machine", str(source / "tests/machines/amd-family17-smt.txt"), "leaves",
+                                         "80000007"]))
 # Every field is described, so that none can come or change its name unnoticed.
 manual = (source / "docs/json.md").read_text()
 names = {name for _, place in places(schema) for name in place.get("properties", {})}

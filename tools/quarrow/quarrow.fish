@@ -4,7 +4,7 @@ function __quarrow_processors
     seq 0 (math (getconf _NPROCESSORS_CONF) - 1)
 end
 
-set -l commands tree cpus features caches picture limits speed affinity record msr mem port
+set -l commands tree cpus features caches leaves picture limits speed affinity record msr mem port
 set -l none "not __fish_seen_subcommand_from $commands"
 
 complete -c quarrow -f
@@ -20,6 +20,7 @@ complete -c quarrow -n "$none" -a tree -d "Packages, dies, complexes, modules, c
 complete -c quarrow -n "$none" -a cpus -d "Everything about each logical processor"
 complete -c quarrow -n "$none" -a features -d "What the processors have, and what programs can use"
 complete -c quarrow -n "$none" -a caches -d "Caches and TLBs, and who shares each cache"
+complete -c quarrow -n "$none" -a leaves -d "Every CPUID leaf with each field explained"
 complete -c quarrow -n "$none" -a picture -d "The machine drawn"
 complete -c quarrow -n "$none" -a limits -d "At which temperature processors slow down, and their turbo"
 complete -c quarrow -n "$none" -a speed -d "Rate of the time-stamp counters, multipliers and speeds"
@@ -33,6 +34,7 @@ complete -c quarrow -n "__fish_seen_subcommand_from cpus speed" -a "(__quarrow_p
 complete -c quarrow -n "__fish_seen_subcommand_from record" -F
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l html -r -F -d "Make a page for a browser"
 complete -c quarrow -n "__fish_seen_subcommand_from record" -l format -x -a "quarrow cpuid-r" -d "How to write it"
+complete -c quarrow -n "__fish_seen_subcommand_from leaves" -l all -d "Each logical processor by itself"
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l svg -r -F -d "Draw a picture into a file"
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l width -x -d "Width of the text, in columns"
 complete -c quarrow -n "__fish_seen_subcommand_from msr" -l cpu -x -a "(__quarrow_processors)" -d "Of that logical processor"

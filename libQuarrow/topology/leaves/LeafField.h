@@ -44,11 +44,13 @@ struct LeafField {
     std::uint8_t lowestBit = 0;
     std::uint8_t width = 0; // bits
     LeafFieldKind kind = LeafFieldKind::number;
-    std::uint32_t raw = 0;   // the bits as they stand there
-    std::uint64_t value = 0; // the number that they mean, in `unit`: sets that are stored less 1 are not less 1 here
-    std::string_view unit;   // "bytes", "KB" (1024 bytes), "MHz", "bits" ...; may be empty
-    std::string word;        // what the number stands for ("data", "8 ways"), or the characters of a text; else empty
-    std::string shown;       // for people: "64 bytes", "data", "yes", "\"Genu\""
+    std::uint32_t raw = 0; // the bits as they stand there
+    // The number that they mean, in `unit`: sets that are stored less 1 are not less 1 here. 0 for a power of two that
+    // has more than 64 bits.
+    std::uint64_t value = 0;
+    std::string_view unit; // "bytes", "KB" (1024 bytes), "MHz", "bits" ...; may be empty
+    std::string word;      // what the number stands for ("data", "8 ways"), or the characters of a text; else empty
+    std::string shown;     // for people: "64 bytes", "data", "yes", "\"Genu\""
 };
 
 // What there is to say of an answer.

@@ -25,8 +25,10 @@ ordered_json meantBy(const LeafField& field) {
         return field.raw != 0;
     case LeafFieldKind::text:
         return field.word;
-    default:
-        return field.value;
+    default: {
+        const bool tooLarge = field.value == 0 && field.raw != 0;
+        return tooLarge ? ordered_json() : ordered_json(field.value);
+    }
     }
 }
 
