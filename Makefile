@@ -72,16 +72,17 @@ fuzz:
 install: all
 	cmake --install build/release --prefix "$(PREFIX)" --strip
 
-# Debian packages and a ZIP archive for Windows, in build/packages/.
+# Debian packages, a ZIP archive for Windows and Python wheels for both, in build/packages/.
 package: all
 	@scripts/install-packages.sh test
-	$(call build,windows,,quarrow)
+	$(call build,release,,wheel)
+	$(call build,windows,,quarrow quarrow_c wheel)
 	@for preset in release windows; do \
 	    cpack --config build/$$preset/CPackConfig.cmake -B build/$$preset/packages >build/package.log \
 	        || { cat build/package.log; exit 1; }; \
 	done
 	@rm -rf build/packages && mkdir build/packages
-	@cp build/release/packages/*.deb build/windows/packages/*.zip build/packages/
+	@cp build/release/packages/*.deb build/windows/packages/*.zip build/*/packages/*.whl build/packages/
 	@ls -l build/packages
 
 # The reference documentation of the public headers, in build/release/docs/html/.

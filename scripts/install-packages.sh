@@ -10,6 +10,8 @@ build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev li
 clang="clang libclang-rt-14-dev"
 test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev file python3-jsonschema
     chromium chromium-driver cpuid $clang"
+# Another linker and archiver for Windows, and what the Python package is tested with.
+test="$test lld llvm python3-pytest python3-venv mypy"
 bench="libbenchmark-dev libhwloc-dev"
 fuzz="$clang"
 docs="doxygen"

@@ -20,8 +20,8 @@ gcc -fpreprocessed -dD -E -P -x c "$header" | grep -oE '\bquarrow_[a-z0-9_]+\(' 
 same "what quarrow.h declares" "$folder/declared"
 case $library in
     *.dll)
-        objdump -p "$library" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/s/.*\] //p' | sort >"$folder/exported"
-        needed=$(objdump -p "$library" | sed -n 's/.*DLL Name: //p' | grep -viE '^(kernel32|msvcrt|advapi32|user32|ntdll|api-ms-win-.*|ucrtbase)\.dll$' || true)
+        objdump -p "$library" | sed -n 's/^\t\[ *[0-9]*\] \(quarrow_.*\|_Z.*\)/\1/p' | sort >"$folder/exported"
+        needed=$(objdump -p "$library" | sed -n 's/.*DLL Name: //p' | grep -viE '^(kernel32|msvcrt|advapi32|user32|shell32|ntdll|api-ms-win-.*|ucrtbase)\.dll$' || true)
         ;;
     *)
         nm -D --defined-only "$library" | sed -n 's/.* T \([^@]*\).*/\1/p' | sort >"$folder/exported"

@@ -20,7 +20,7 @@ answers() {
 
 # run_examples FOLDER
 run_examples() {
-    for example in one_thread_per_core print_tree share_l3 watch_temperature; do
+    for example in one_thread_per_core print_tree share_l3 tree watch_temperature; do
         [ -f "$1/$example${suffix:-}" ] || fail "$example was not built in $1"
     done
     machines=$source/tests/machines
@@ -28,6 +28,7 @@ run_examples() {
     answers "package 0: " ${run:+"$run"} "$1/print_tree${suffix:-}"
     answers "The thread runs on 0:000000000000000Fh" ${run:+"$run"} "$1/share_l3${suffix:-}" "$machines/amd-family17-smt.txt"
     answers "package 0: 59 " ${run:+"$run"} "$1/watch_temperature${suffix:-}" "$machines/intel-thermal.txt"
+    answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$1/tree${suffix:-}" "$machines/intel-2p-smt.txt"
 }
 
 # with_find_package ROOT OPTION...: builds the examples as a CMake project of their own.
@@ -53,4 +54,31 @@ with_pkg_config() {
         -o "$work/by_hand${suffix:-}" $(pkg-config --libs quarrow) -pthread || fail "pkg-config"
     answers "package 0: 59 " ${run:+"$run"} "$work/by_hand${suffix:-}" "$source/tests/machines/intel-thermal.txt"
     echo "an example built with pkg-config and run: $root"
+}
+
+# in_c ROOT COMPILER: builds the example in C by hand, with the options of quarrow-c's pkg-config file, and as a CMake project
+# of a user who has C alone.
+in_c() {
+    export PKG_CONFIG_PATH="$1/lib/pkgconfig"
+    recorded=$source/tests/machines/intel-2p-smt.txt
+    # shellcheck disable=SC2046 # lists of words
+    "$2" -std=c99 -pedantic -Werror $(pkg-config --cflags quarrow-c) "$source/examples/tree.c" \
+        -o "$work/tree_by_hand${suffix:-}" $(pkg-config --libs quarrow-c) || fail "pkg-config quarrow-c"
+    answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$work/tree_by_hand${suffix:-}" "$recorded"
+    mkdir -p "$work/in_c"
+    cat >"$work/in_c/CMakeLists.txt" <<EOF
+cmake_minimum_required(VERSION 3.16)
+project(InC C)
+set(CMAKE_DISABLE_FIND_PACKAGE_Boost ON)
+find_package(Quarrow REQUIRED COMPONENTS C)
+add_executable(tree $source/examples/tree.c)
+target_link_libraries(tree PRIVATE Quarrow::C)
+EOF
+    {
+        cmake -S "$work/in_c" -B "$work/in_c/build" -G Ninja -DCMAKE_C_COMPILER="$2" -DCMAKE_PREFIX_PATH="$1" \
+            -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH ${suffix:+-DCMAKE_SYSTEM_NAME=Windows} &&
+            cmake --build "$work/in_c/build"
+    } >"$work/log" 2>&1 || fail "find_package(Quarrow COMPONENTS C): $(cat "$work/log")"
+    answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$work/in_c/build/tree${suffix:-}" "$recorded"
+    echo "the example in C built and run: $1"
 }

@@ -74,6 +74,7 @@ answers "quarrow $version" "$work/runtime/usr/bin/quarrow" --version
 try "$work/unpacked/usr"
 [ -s "$work/runtime/usr/share/doc/quarrow/copyright" ] || fail "the package quarrow lacks its copyright file"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib with_pkg_config "$work/unpacked/usr"
+LD_LIBRARY_PATH=$work/unpacked/usr/lib in_c "$work/unpacked/usr" cc
 
 # Part of another project: demands no GoogleTest and none of the tool's libraries, leaves output folders and warnings alone.
 mkdir -p "$work/part"

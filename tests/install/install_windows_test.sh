@@ -26,3 +26,4 @@ export WINEPATH
 with_find_package "$root" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
     -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
 with_pkg_config "$root" -isystem "$build/dependencies"
+in_c "$root" x86_64-w64-mingw32-gcc-posix
