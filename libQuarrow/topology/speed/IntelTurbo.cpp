@@ -94,10 +94,12 @@ std::vector<TurboRatio> readIntelTurbo(const SpeedSources& sources) {
         return {};
     }
     TurboList list(intelCoresOfPackage(sources));
-    if (table == IntelTurboTable::groupsOrCores8) {
+    if (table == IntelTurboTable::groups || table == IntelTurboTable::groupsOrCores8) {
         std::uint64_t counts = 0;
         const bool told = sources.readMsr(registers.counts, counts) && counts != 0;
-        list.add(ratios, told ? counts : oneToEight);
+        // Without its count a group is of one core at least, and the first is the fastest.
+        const std::uint64_t otherwise = table == IntelTurboTable::groups ? 1 : oneToEight;
+        list.add(ratios, told ? counts : otherwise);
         return std::move(list).take();
     }
     const Extent extent = extentOf(table);

@@ -4,8 +4,9 @@
 
 #include <cstdint>
 
-// Private to the library: which Intel processors differ from the newest in the registers of their limits. Intel's
-// manual, volume 4, the tables of model-specific registers of each generation.
+// Private to the library: which Intel processors differ from the newest servers in the registers of their limits. Intel's
+// manual, volume 4, the tables of model-specific registers of each generation, and the Linux kernel's turbostat and
+// intel_tcc, which know the layouts of the models that the manual names together.
 
 namespace libQuarrow::topology {
 
@@ -22,8 +23,9 @@ enum class IntelTurboTable : std::uint8_t {
     none,           // nothing, or nothing that is documented so
     cores8,         // 0x1AD: ratios with 1 to 8 active cores
     cores15,        // 0x1AE: with 9 to 15 as well
-    cores18,        // 0x1AE: with 9 to 16, 0x1AF: with 17 and 18 as well
-    groupsOrCores8, // 0x1AD: ratios with as many active cores as 0x1AE says; where that is not there, with 1 to 8
+    cores18,        // 0x1AE: with 9 to 16, 0x1AF: with 17 and more as well
+    groups,         // 0x1AD: ratios with as many active cores as 0x1AE says
+    groupsOrCores8, // the same where 0x1AE can be read, else with 1 to 8: parts for clients, some of which lack it
 };
 
 // How far below its temperature MSR_TEMPERATURE_TARGET (0x1A2) says that the processor throttles.
@@ -40,7 +42,7 @@ struct IntelModelRow {
     IntelOffset offset;
 };
 
-// Models from Nehalem and Silvermont on that are not as the rule below the table. Ascending.
+// Models from Nehalem and Silvermont on that are not as the rule below the table, which is that of servers. Ascending.
 // clang-format off
 constexpr IntelModelRow intelModels[] = {
     {0x1A, IntelTurboTable::cores8,         IntelOffset::none},     // Nehalem-EP
@@ -64,17 +66,42 @@ constexpr IntelModelRow intelModels[] = {
     {0x4A, IntelTurboTable::none,           IntelOffset::always},   // Silvermont: other registers
     {0x4C, IntelTurboTable::none,           IntelOffset::always},   // Airmont: other registers
     {0x4D, IntelTurboTable::cores8,         IntelOffset::always},   // Silvermont server
+    {0x4E, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Skylake
     {0x4F, IntelTurboTable::cores18,        IntelOffset::fourBits}, // Broadwell-E
-    {0x55, IntelTurboTable::groupsOrCores8, IntelOffset::fourBits}, // Skylake-SP and its successors
+    {0x55, IntelTurboTable::groups,         IntelOffset::fourBits}, // Skylake-SP and its successors
     {0x56, IntelTurboTable::cores18,        IntelOffset::fourBits}, // Broadwell-DE
     {0x57, IntelTurboTable::none,           IntelOffset::sixBits},  // Knights Landing: a layout of its own
     {0x5A, IntelTurboTable::none,           IntelOffset::always},   // Silvermont: other registers
-    {0x5C, IntelTurboTable::groupsOrCores8, IntelOffset::always},   // Goldmont
+    {0x5C, IntelTurboTable::groups,         IntelOffset::always},   // Goldmont
     {0x5D, IntelTurboTable::none,           IntelOffset::always},   // Silvermont: other registers
-    {0x5F, IntelTurboTable::groupsOrCores8, IntelOffset::always},   // Goldmont server
+    {0x5E, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Skylake
+    {0x5F, IntelTurboTable::groups,         IntelOffset::always},   // Goldmont server
+    {0x66, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Cannon Lake
     {0x75, IntelTurboTable::none,           IntelOffset::always},   // Airmont
-    {0x7A, IntelTurboTable::groupsOrCores8, IntelOffset::always},   // Goldmont Plus
+    {0x7A, IntelTurboTable::groups,         IntelOffset::always},   // Goldmont Plus
+    {0x7D, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Ice Lake
+    {0x7E, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Ice Lake
     {0x85, IntelTurboTable::none,           IntelOffset::sixBits},  // Knights Mill: a layout of its own
+    {0x8C, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Tiger Lake
+    {0x8D, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Tiger Lake
+    {0x8E, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Kaby Lake and its successors
+    {0x97, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Alder Lake
+    {0x9A, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Alder Lake
+    {0x9E, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Kaby Lake and its successors
+    {0xA5, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Comet Lake
+    {0xA6, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Comet Lake
+    {0xA7, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Rocket Lake
+    {0xAA, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Meteor Lake
+    {0xAC, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Meteor Lake
+    {0xB5, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Arrow Lake
+    {0xB7, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Raptor Lake
+    {0xBA, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Raptor Lake
+    {0xBD, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Lunar Lake
+    {0xBE, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Alder Lake-N
+    {0xBF, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Raptor Lake
+    {0xC5, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Arrow Lake
+    {0xC6, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Arrow Lake
+    {0xCC, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits},  // Panther Lake
 };
 // clang-format on
 static_assert(cpu::rowsAscend(intelModels, [](auto a, auto b) { return a.model < b.model; }));
@@ -86,7 +113,7 @@ constexpr IntelModelRow intelModelRow(std::uint32_t family, std::uint32_t model)
             return row;
         }
     }
-    return {model, IntelTurboTable::groupsOrCores8, IntelOffset::sixBits};
+    return {model, IntelTurboTable::groups, IntelOffset::sixBits};
 }
 
 } // namespace libQuarrow::topology

@@ -123,6 +123,8 @@ TEST(Speeds, ComeFromIntelsRegisters) {
          intel(0xC06F2, 16).maxLeaf(0x15).msr(0xCE, 0x8005082EF4811400).msr(0x198, 0x138A00000800)
              .msr(0x1A2, 0x805A0800).msr(0x1AD, 0x1A1A1B1D1F222222).msr(0x1AE, 0x10100E0C0A080604),
          "100: 800x8/800x8/2000x20/3400x34", "90-0 4:34 6:34 8:34 10:31 12:29 14:27 16:26"},
+        {"groups whose counts cannot be read", intel(0xC06F2, 16).msr(0x1AD, 0x1A1A1B1D1F222222),
+         "0: 0x0/0x0/0x0/0x34", "?-? 1:34"},
         {"Xeon 658X, Granite Rapids: an offset of six bits, hardware-controlled states",
          intel(0xA06D1, 24, turboFlag | hwpFlag).maxLeaf(0x15).msr(0xCE, 0x0405082CF0801E00).msr(0x1A2, 0x0E680800)
              .msr(0x1AD, 0x3132333434343434).msr(0x1AE, 0x181814100C080402).msr(0x771, 0x05081E34),
