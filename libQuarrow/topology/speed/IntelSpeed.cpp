@@ -10,6 +10,8 @@
 #include <libQuarrow/topology/speed/IntelTurbo.h>
 #include <libQuarrow/topology/speed/intel_models.h>
 
+#include <cmath>
+
 namespace libQuarrow::topology {
 namespace {
 
@@ -100,7 +102,11 @@ void readIntelSpeed(const SpeedSources& sources, ProcessorSpeed& speed) {
     const std::vector<TurboRatio> turbo = readIntelTurbo(sources);
     if (!turbo.empty()) {
         speed.turbo.multiplier = turbo.front().ratio;
-        if (speed.busClockHertz) {
+        // The bus clock need not be a whole number of hertz: a multiple of it is nearer to what it is.
+        if (metrics.highestSpeed && metrics.maxMultiplier != 0) {
+            const double bus = static_cast<double>(*metrics.highestSpeed) / metrics.maxMultiplier;
+            speed.turbo.hertz = static_cast<std::uint64_t>(std::llround(turbo.front().ratio * bus));
+        } else if (speed.busClockHertz) {
             speed.turbo.hertz = turbo.front().ratio * *speed.busClockHertz;
         }
     }
