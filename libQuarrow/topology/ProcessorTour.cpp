@@ -61,17 +61,17 @@ ProcessorNumbering numberingOf(const cpu::AffinityMask& system) {
 }
 
 // Tells at its end that one processor more is done.
-class Step {
+class VisitStep {
   public:
-    Step(const TourProgress& progress, std::size_t done, std::size_t all)
+    VisitStep(const TourProgress& progress, std::size_t done, std::size_t all)
         : m_progress(progress), m_done(done), m_all(all) {}
-    ~Step() {
+    ~VisitStep() {
         if (m_progress) {
             m_progress(m_done, m_all);
         }
     }
-    Step(const Step&) = delete;
-    Step& operator=(const Step&) = delete;
+    VisitStep(const VisitStep&) = delete;
+    VisitStep& operator=(const VisitStep&) = delete;
 
   private:
     const TourProgress& m_progress;
@@ -92,7 +92,7 @@ std::optional<ProcessorTour> tourProcessors(bool useThreadAffinity, const Proces
     const auto places = system->maskPerLogicalCPU();
     std::size_t done = 0;
     for (const cpu::WinAffinity& processor : places) {
-        const Step step(progress, ++done, places.size());
+        const VisitStep step(progress, ++done, places.size());
         const cpu::GroupAffinity& place = processor.groups().front();
         const std::uint8_t bit = lowestBit(place.mask);
         const auto number = found.numbering.number(place.group, bit);

@@ -45,7 +45,7 @@ boost::optional<Limits> limitsOf(const x86_cpu& cpu) {
     return limits;
 }
 
-std::string described(const boost::optional<Limits>& limits) {
+std::string classicLimitsText(const boost::optional<Limits>& limits) {
     if (!limits) {
         return line("Limits", "not known: they are read on Intel processors only");
     }
@@ -62,7 +62,7 @@ std::string described(const boost::optional<Limits>& limits) {
     return text;
 }
 
-ordered_json limitsJson(const x86_cpu& cpu) {
+ordered_json classicLimitsJson(const x86_cpu& cpu) {
     const Limits limits = limitsOf(cpu).value_or(Limits());
     ordered_json ratios;
     for (const auto& [cores, ratio] : limits.turbo) {
@@ -77,7 +77,7 @@ ordered_json limitsJson(const x86_cpu& cpu) {
 std::string classicLimitsCommand(const Request& request) {
     if (request.json) {
         return classicDocument(
-            request, {[](const x86_cpu& cpu, ordered_json& element) { element["limits"] = limitsJson(cpu); }});
+            request, {[](const x86_cpu& cpu, ordered_json& element) { element["limits"] = classicLimitsJson(cpu); }});
     }
     MsrReach msrs;
     std::string whyNot;
@@ -88,7 +88,7 @@ std::string classicLimitsCommand(const Request& request) {
         if (whyNot.empty() && limits && !limits->isComplete()) {
             whyNot = msrs.whyNot();
         }
-        descriptions[&cpu] = described(limits);
+        descriptions[&cpu] = classicLimitsText(limits);
     });
     const std::string text =
         describedTogether(machine.processors, [&](const x86_cpu& cpu) { return descriptions.at(&cpu); });

@@ -39,7 +39,7 @@ Speed measure(const Request& request, const x86_cpu& cpu) {
     return speed;
 }
 
-zel::String megahertz(const optional<std::uint64_t>& hertz) {
+zel::String classicMegahertz(const optional<std::uint64_t>& hertz) {
     return hertz ? zel::String::SprintfFormat("%.1f", static_cast<double>(*hertz) / 1e6) : zel::String();
 }
 
@@ -62,14 +62,14 @@ struct Column {
 };
 
 constexpr Column columns[] = {
-    {"TSC", [](const Speed& speed) { return megahertz(speed.tsc); }},
-    {"Bus", [](const Speed& speed) { return megahertz(speed.metrics.busClock); }},
+    {"TSC", [](const Speed& speed) { return classicMegahertz(speed.tsc); }},
+    {"Bus", [](const Speed& speed) { return classicMegahertz(speed.metrics.busClock); }},
     {"Multiplier", [](const Speed& speed) { return multiplier(speed.metrics); }},
-    {"Set to", [](const Speed& speed) { return megahertz(speed.metrics.currentSpeed); }},
-    {"Ran at", [](const Speed& speed) { return megahertz(speed.metrics.effectiveSpeed); }},
-    {"Lowest", [](const Speed& speed) { return megahertz(speed.metrics.lowestSpeed); }},
-    {"Highest", [](const Speed& speed) { return megahertz(speed.metrics.highestSpeed); }},
-    {"Turbo", [](const Speed& speed) { return megahertz(speed.metrics.turboSpeed); }},
+    {"Set to", [](const Speed& speed) { return classicMegahertz(speed.metrics.currentSpeed); }},
+    {"Ran at", [](const Speed& speed) { return classicMegahertz(speed.metrics.effectiveSpeed); }},
+    {"Lowest", [](const Speed& speed) { return classicMegahertz(speed.metrics.lowestSpeed); }},
+    {"Highest", [](const Speed& speed) { return classicMegahertz(speed.metrics.highestSpeed); }},
+    {"Turbo", [](const Speed& speed) { return classicMegahertz(speed.metrics.turboSpeed); }},
     {"Turbo ratio", [](const Speed& speed) { return turboRatio(speed.metrics); }},
 };
 
@@ -88,7 +88,8 @@ Cells padded(Cells cells) {
     return cells;
 }
 
-std::string table(const Processors& processors, const std::vector<Speed>& speeds, const std::string& whyNoMsrs) {
+std::string classicSpeedTable(const Processors& processors, const std::vector<Speed>& speeds,
+                              const std::string& whyNoMsrs) {
     Cells numbers{"CPU"};
     for (const x86_cpu* cpu : processors) {
         numbers.push_back(numberRanges({cpu}));
@@ -120,7 +121,7 @@ std::string table(const Processors& processors, const std::vector<Speed>& speeds
     return text + whyNoMsrs;
 }
 
-std::string report(const Request& request) {
+std::string classicSpeedReport(const Request& request) {
     MsrReach msrs;
     std::string whyNoMsrs;
     std::map<const x86_cpu*, Speed> measured;
@@ -137,7 +138,7 @@ std::string report(const Request& request) {
     for (const x86_cpu* cpu : named) {
         speeds.push_back(measured.at(cpu));
     }
-    return table(named, speeds, whyNoMsrs);
+    return classicSpeedTable(named, speeds, whyNoMsrs);
 }
 
 template <class Number>
@@ -145,7 +146,7 @@ ordered_json numberOrNull(const optional<Number>& number) {
     return number && *number != 0 ? ordered_json(*number) : ordered_json();
 }
 
-ordered_json speedJson(const Speed& speed) {
+ordered_json classicSpeedJson(const Speed& speed) {
     const x86_speed_metrics& metrics = speed.metrics;
     return {{"tscHertz", numberOrNull(speed.tsc)},
             {"busClockHertz", numberOrNull(metrics.busClock)},
@@ -166,10 +167,10 @@ ordered_json speedJson(const Speed& speed) {
 
 std::string classicSpeedCommand(const Request& request) {
     if (!request.json) {
-        return report(request);
+        return classicSpeedReport(request);
     }
     const auto addSpeed = [&request](const x86_cpu& cpu, ordered_json& element) {
-        element["speed"] = speedJson(measure(request, cpu));
+        element["speed"] = classicSpeedJson(measure(request, cpu));
     };
     return classicDocument(request, {addSpeed, doing});
 }

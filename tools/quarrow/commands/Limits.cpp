@@ -16,16 +16,16 @@ using libQuarrow::topology::TurboRatio;
 
 namespace {
 
-constexpr const char* notKnown = "not known";
+constexpr const char* limitNotKnown = "not known";
 
-bool isIntel(const ProcessorIdentity& identity) {
+bool isMadeByIntel(const ProcessorIdentity& identity) {
     return identity.vendor == "GenuineIntel";
 }
 
 // "100 °C", or where it is set to throttle earlier "90 °C, 14 below its 104 °C".
 std::string throttlingText(const ProcessorLimits& limits) {
     if (!limits.throttleCelsius) {
-        return notKnown;
+        return limitNotKnown;
     }
     const auto degrees = [](std::uint32_t celsius) {
         return zel::Temperature(static_cast<int>(celsius)).toString().toUtf8();
@@ -41,7 +41,7 @@ std::string throttlingText(const ProcessorLimits& limits) {
 std::string turboText(const ProcessorIdentity& identity, const std::vector<TurboRatio>& ratios) {
     if (ratios.empty()) {
         const bool saysNone = !identity.hypervisor && identity.maxLeaf >= 6 && !identity.features.contains("ida");
-        return saysNone ? "none, or switched off" : notKnown;
+        return saysNone ? "none, or switched off" : limitNotKnown;
     }
     std::vector<std::string> texts;
     for (std::size_t i = 0; i < ratios.size(); ++i) {
@@ -62,39 +62,39 @@ std::string levelsText(const PerformanceLevels& levels) {
 }
 
 // Whether no register could tell more. Where turbo is not there, or switched off, none tells its ratios.
-bool isComplete(const Processor& processor) {
+bool limitsAreComplete(const Processor& processor) {
     const ProcessorLimits& limits = *processor.limits;
     const bool hasTurbo = processor.identity->features.contains("ida");
-    return isIntel(*processor.identity) ? limits.throttleCelsius && (!hasTurbo || !limits.turboRatios.empty())
-                                        : limits.levels.has_value();
+    return isMadeByIntel(*processor.identity) ? limits.throttleCelsius && (!hasTurbo || !limits.turboRatios.empty())
+                                              : limits.levels.has_value();
 }
 
-std::string described(const Processor& processor, std::size_t columns) {
+std::string limitsText(const Processor& processor, std::size_t columns) {
     const ProcessorLimits& limits = *processor.limits;
     std::string text = processor.kind ? paragraph("Kind", nameOf(*processor.kind), columns) : std::string();
-    if (isIntel(*processor.identity)) {
+    if (isMadeByIntel(*processor.identity)) {
         text += paragraph("Throttles at", throttlingText(limits), columns);
         text += paragraph("Turbo", turboText(*processor.identity, limits.turboRatios), columns);
     }
     if (limits.levels) {
         text += paragraph("Performance levels", levelsText(*limits.levels), columns);
-    } else if (!isIntel(*processor.identity)) {
-        text += paragraph("Limits", notKnown, columns);
+    } else if (!isMadeByIntel(*processor.identity)) {
+        text += paragraph("Limits", limitNotKnown, columns);
     }
     return text;
 }
 
-std::string report(const Topology& topology) {
+std::string limitsReport(const Topology& topology) {
     const std::size_t columns = outputColumns();
     const std::vector<const Processor*> processors = namedProcessors(topology, {});
     std::string text;
-    for (const AlikeProcessors& group :
-         alikeProcessors(processors, [columns](const Processor& processor) { return described(processor, columns); })) {
+    for (const AlikeProcessors& group : alikeProcessors(
+             processors, [columns](const Processor& processor) { return limitsText(processor, columns); })) {
         text +=
             (text.empty() ? "" : "\n") + paragraph("Logical CPUs", group.numbers.toList(), columns) + group.description;
     }
     const bool complete = std::all_of(processors.begin(), processors.end(),
-                                      [](const Processor* processor) { return isComplete(*processor); });
+                                      [](const Processor* processor) { return limitsAreComplete(*processor); });
     const std::string whyNot = complete ? std::string() : whyNoMsrs(topology);
     return whyNot.empty() ? text : text + "\n" + whyNot;
 }
@@ -103,7 +103,7 @@ std::string report(const Topology& topology) {
 
 std::string limitsCommand(const Request& request) {
     const Topology topology = readLimits(request);
-    return request.json ? machineDocument(request, topology) : report(topology);
+    return request.json ? machineDocument(request, topology) : limitsReport(topology);
 }
 
 } // namespace quarrow

@@ -30,7 +30,7 @@ std::string megahertzNumber(std::uint64_t hertz) {
     return trimmedNumber(static_cast<double>(hertz) / 1e6, 1);
 }
 
-std::string megahertz(std::uint64_t hertz) {
+std::string megahertzText(std::uint64_t hertz) {
     return megahertzNumber(hertz) + " MHz";
 }
 
@@ -42,21 +42,21 @@ std::string multiplierText(double multiplier) {
 std::string figureText(const SpeedFigure& figure) {
     const std::string multiplier = figure.multiplier ? multiplierText(*figure.multiplier) : std::string();
     return !figure.hertz        ? multiplier
-           : multiplier.empty() ? megahertz(*figure.hertz)
-                                : megahertz(*figure.hertz) + " (" + multiplier + ")";
+           : multiplier.empty() ? megahertzText(*figure.hertz)
+                                : megahertzText(*figure.hertz) + " (" + multiplier + ")";
 }
 
-std::string statesText(const std::vector<PerformanceState>& states) {
+std::string performanceStatesText(const std::vector<PerformanceState>& states) {
     std::vector<std::string> texts;
     for (const PerformanceState& state : states) {
-        texts.push_back("P" + std::to_string(state.number) + " " + megahertz(state.hertz));
+        texts.push_back("P" + std::to_string(state.number) + " " + megahertzText(state.hertz));
     }
     return joined(texts);
 }
 
 std::string systemText(const SystemFrequencies& system) {
     const auto told = [](const char* what, const std::optional<std::uint64_t>& hertz) {
-        return hertz ? what + megahertz(*hertz) : std::string();
+        return hertz ? what + megahertzText(*hertz) : std::string();
     };
     return joined(
         {told("lowest ", system.lowestHertz), told("base ", system.baseHertz), told("highest ", system.highestHertz)});
@@ -70,11 +70,11 @@ struct StandingFigure {
 };
 constexpr StandingFigure standingFigures[] = {
     {"Bus clock",
-     [](const ProcessorSpeed& s) { return s.busClockHertz ? megahertz(*s.busClockHertz) : std::string(); }},
+     [](const ProcessorSpeed& s) { return s.busClockHertz ? megahertzText(*s.busClockHertz) : std::string(); }},
     {"Lowest", [](const ProcessorSpeed& s) { return figureText(s.lowest); }},
     {"Base", [](const ProcessorSpeed& s) { return figureText(s.base); }},
     {"Turbo", [](const ProcessorSpeed& s) { return figureText(s.turbo); }},
-    {"P-states", [](const ProcessorSpeed& s) { return statesText(s.performanceStates); }, false},
+    {"P-states", [](const ProcessorSpeed& s) { return performanceStatesText(s.performanceStates); }, false},
     {"Operating system", [](const ProcessorSpeed& s) { return systemText(s.system); }, false},
 };
 
@@ -126,7 +126,7 @@ std::string kindText(const Processor& processor, std::size_t columns) {
     return processor.kind ? paragraph("Kind", nameOf(*processor.kind), columns) : std::string();
 }
 
-std::string described(const Processor& processor, std::size_t columns, std::vector<std::string>& unknown) {
+std::string standingText(const Processor& processor, std::size_t columns, std::vector<std::string>& unknown) {
     std::string text;
     for (const StandingFigure& figure : standingFigures) {
         const std::string value = figure.text(*processor.speed);
@@ -139,15 +139,15 @@ std::string described(const Processor& processor, std::size_t columns, std::vect
     return text;
 }
 
-std::string report(const Topology& topology, const std::vector<const Processor*>& processors) {
+std::string speedReport(const Topology& topology, const std::vector<const Processor*>& processors) {
     const std::size_t columns = outputColumns();
-    const auto describe = [columns](const Processor& processor) {
+    const auto describeStanding = [columns](const Processor& processor) {
         std::vector<std::string> unknown;
-        return described(processor, columns, unknown) + kindText(processor, columns);
+        return standingText(processor, columns, unknown) + kindText(processor, columns);
     };
     std::string text;
     bool complete = true;
-    for (const AlikeProcessors& group : alikeProcessors(processors, describe)) {
+    for (const AlikeProcessors& group : alikeProcessors(processors, describeStanding)) {
         std::vector<const Processor*> members;
         std::copy_if(processors.begin(), processors.end(), std::back_inserter(members),
                      [&group](const Processor* processor) { return group.numbers.contains(processor->number); });
@@ -162,7 +162,7 @@ std::string report(const Topology& topology, const std::vector<const Processor*>
                 text += paragraph(figure.label, range, columns);
             }
         }
-        text += described(*members.front(), columns, unknown);
+        text += standingText(*members.front(), columns, unknown);
         if (!unknown.empty()) {
             complete = false;
             text += paragraph("Not known", joined(unknown), columns);
@@ -177,7 +177,7 @@ std::string report(const Topology& topology, const std::vector<const Processor*>
 std::string speedCommand(const Request& request) {
     const Topology topology = readSpeeds(request);
     return request.json ? machineDocument(request, topology)
-                        : report(topology, namedProcessors(topology, request.operands));
+                        : speedReport(topology, namedProcessors(topology, request.operands));
 }
 
 } // namespace quarrow
