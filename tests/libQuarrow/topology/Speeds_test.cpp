@@ -104,9 +104,9 @@ TEST(Speeds, ComeFromIntelsRegisters) {
          turboIntel(0x206A7, 4).msr(0xCE, 0x0000100078011F00).msr(0x1A2, 0x05631400).msr(0x1AD, 0x20212122),
          "100: 1600x16/0x0/3100x31/3400x34", "99-? 1:34 2:33 3:33 4:32"},
         {"Ivy Bridge-E: nine and more cores in MSR 0x1AE, with a semaphore; an offset of four bits",
-         turboIntel(0x306E4, 10).msr(0xCE, 0x00000C0000001900 | offsetToldBit).msr(0x1A2, 0x35640000)
+         turboIntel(0x306E4, 15).msr(0xCE, 0x00000C0000001900 | offsetToldBit).msr(0x1A2, 0x35640000)
              .msr(0x1AD, 0x1E1F202122232425).msr(0x1AE, enabledStateBit | 0x1A1B1C1D),
-         "100: 1200x12/0x0/2500x25/3700x37", "100-5 1:37 2:36 3:35 4:34 5:33 6:32 7:31 8:30 9:29 10:28"},
+         "100: 1200x12/0x0/2500x25/3700x37", "100-5 1:37 2:36 3:35 4:34 5:33 6:32 7:31 8:30 9:29 10:28 11:27 12:26"},
         {"Haswell-E: eighteen in three registers, the last one missing",
          turboIntel(0x306F2, 18).msr(0xCE, 0x00000C0000001700).msr(0x1A2, 0x05600000)
              .msr(0x1AD, 0x2424242424242424).msr(0x1AE, 0x2323232323232323),
