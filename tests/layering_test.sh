@@ -71,11 +71,11 @@ $x86/decode/fields:
 libQuarrow/topology/features/*.h: libQuarrow $x86/decode/fields
 libQuarrow/topology/features: libQuarrow/machine $x86/decode $x86/decode/fields
 libQuarrow/topology/*.h:     libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu
-libQuarrow/topology/leaves:  libQuarrow libQuarrow/machine $x86/decode $x86/decode/fields libQuarrow/topology
 libQuarrow/topology/names:   libQuarrow libQuarrow/topology libQuarrow/topology/features
 libQuarrow/topology/decode:  libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology
 libQuarrow/topology/speed:   libQuarrow/topology/features libKernelMode zel libQuarrow/machine $x86 $x86/decode $x86/speed $x86/intel $x86/amd
                              libQuarrow/topology libQuarrow/topology/decode
+libQuarrow/topology/leaves:  libQuarrow libQuarrow/machine $x86/decode $x86/decode/fields libQuarrow/topology libQuarrow/topology/decode
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
 libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
 $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 $x86/decode libQuarrow/recording libQuarrow/topology

@@ -50,14 +50,14 @@ class FieldCollector {
         for (auto& [place, field] : m_fields) {
             leaf.fields.push_back(std::move(field));
         }
-        for (const auto& [place, processors] : m_unknown) {
-            const auto alike =
-                std::find_if(leaf.unknown.begin(), leaf.unknown.end(), [&, reg = place.first](const UnknownBits& bits) {
-                    return bits.reg == reg && bits.processors == processors;
-                });
-            UnknownBits& bits = alike != leaf.unknown.end()
-                                    ? *alike
-                                    : leaf.unknown.emplace_back(UnknownBits{place.first, {}, processors});
+        for (const auto& [place, who] : m_unknown) {
+            const LeafRegister reg = place.first;
+            const ProcessorSet& processors = who;
+            const auto alike = std::find_if(leaf.unknown.begin(), leaf.unknown.end(), [&](const UnknownBits& bits) {
+                return bits.reg == reg && bits.processors == processors;
+            });
+            UnknownBits& bits =
+                alike != leaf.unknown.end() ? *alike : leaf.unknown.emplace_back(UnknownBits{reg, {}, processors});
             bits.bits.push_back(place.second);
         }
     }

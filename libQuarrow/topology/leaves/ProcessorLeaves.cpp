@@ -3,6 +3,7 @@
 #include <libQuarrow/cpu/x86/decode/CpuidLeaves.h>
 #include <libQuarrow/cpu/x86/decode/fields/fields.h>
 #include <libQuarrow/machine/bits.h>
+#include <libQuarrow/topology/decode/Descriptors.h>
 
 #include <algorithm>
 #include <tuple>
@@ -82,6 +83,11 @@ void tellNumber(const cpu::CpuidUnit& unit, LeafField& field) {
         break;
     case cpu::CpuidUnit::hexadecimal:
         field.value = field.raw;
+        field.shown = hexadecimal(field.raw);
+        break;
+    case cpu::CpuidUnit::descriptor:
+        field.value = field.raw;
+        field.word = descriptorText(static_cast<std::uint8_t>(field.raw));
         field.shown = hexadecimal(field.raw);
         break;
     case cpu::CpuidUnit::powerOfTwo:

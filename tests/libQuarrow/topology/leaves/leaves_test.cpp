@@ -46,6 +46,13 @@ TEST(Leaves, TellNumbersInTheUnitsThatTheyMean) {
         {genuineIntel, {1, 0, 0x2000, 0x0800}, "clflush_size", "64 bytes"},
         {genuineIntel, {1, 0, 0x2000, 0x0800}, "processor_type", "second of two"},
         {genuineIntel, {1, 0, 0, 0, 1}, "pni", "yes"},
+        {genuineIntel,
+         {2, 0, 0x76036301, 0xF0B5FF},
+         "descriptor_1",
+         "L1 data TLB, 32 of 2 MB or 4 MB; L1 data TLB, 4 of 1 GB"},
+        {genuineIntel, {2, 0, 0x76036301, 0xF0B5FF}, "descriptor_4", "caches are in leaf 4"},
+        {genuineIntel, {2, 0, 0x0703101}, "descriptor_2", "L1 trace, 12K micro-ops"},
+        {genuineIntel, {2, 0, 0x0703101}, "descriptor_1", "0x31"}, // of no known meaning
         {genuineIntel, {4, 5, 0x43, 0x3C0003F, 0xFFFFFFFF}, "cache_type", "unified"},
         {genuineIntel, {4, 5, 0x43, 0x3C0003F, 0xFFFFFFFF}, "ways", "16"},
         {genuineIntel, {4, 5, 0x43, 0x3C0003F, 0xFFFFFFFF}, "sets", "4294967296"},

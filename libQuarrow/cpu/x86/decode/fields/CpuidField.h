@@ -39,9 +39,10 @@ struct CpuidWord {
     const char* word;
 };
 
-// What people call the number in a field: (number + plus) * scale of a unit, or a word.
+// What people call the number in a field: (number + plus) * scale of a unit, or a word. A descriptor is a byte of
+// leaf 2.
 struct CpuidUnit {
-    enum Form : std::uint8_t { decimal, hexadecimal, powerOfTwo };
+    enum Form : std::uint8_t { decimal, hexadecimal, powerOfTwo, descriptor };
     Form form;
     std::uint8_t plus;
     std::uint16_t scale;

@@ -16,6 +16,7 @@ constexpr CpuidSubleaves allSubleaves{0, 0xFFFF};
 // clang-format off
 inline constexpr CpuidUnit decimal         {CpuidUnit::decimal,     0,    1, ""};
 inline constexpr CpuidUnit hex             {CpuidUnit::hexadecimal, 0,    1, ""};
+inline constexpr CpuidUnit descriptor      {CpuidUnit::descriptor,  0,    1, ""};
 inline constexpr CpuidUnit lessOne         {CpuidUnit::decimal,     1,    1, ""};
 inline constexpr CpuidUnit bytes           {CpuidUnit::decimal,     0,    1, "bytes"};
 inline constexpr CpuidUnit bytesLessOne    {CpuidUnit::decimal,     1,    1, "bytes"};
