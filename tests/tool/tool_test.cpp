@@ -112,6 +112,29 @@ TEST(Picture, ShowsHundredsOfProcessorsEachOnce) {
     }
 }
 
+// As many lines as the document has fields, none wider than the terminal, which here is 80 columns.
+TEST(Leaves, FitTheTerminal) {
+    const std::string path = scratch("large leaves.txt");
+    writeContent(path, largeMachine());
+    for (const std::string& file : {path, machine(intel), machine(amd), machine("guest-epyc-2cpu-a10f11.txt")}) {
+        const std::regex field("^  e[a-d]x ([0-9]{1,2}(:[0-9]+)? |  )");
+        std::size_t shown = 0;
+        std::istringstream lines(runTool("leaves --machine " + quoted(file)).out);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 80u) << line;
+            shown += std::regex_search(line, field) ? 1 : 0;
+        }
+        std::size_t expected = 0;
+        const json document = runToolForJson("leaves --json --machine " + quoted(file));
+        for (const json& leaf : document["leaves"]) {
+            expected += leaf["fields"].size() + leaf["unknown"].size();
+        }
+        EXPECT_EQ(shown, expected) << file;
+        EXPECT_GT(shown, 90u) << file;
+    }
+    EXPECT_THAT(runTool("leaves 1 --machine " + quoted(path)).out, HasSubstr("256 values, 0 to 255; --all tells each"));
+}
+
 TEST(Tool, ShowsNoProgressButOnATerminal) {
     const ToolRun run = runTool("speed");
     EXPECT_EQ(run.status, 0);

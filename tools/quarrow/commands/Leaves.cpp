@@ -16,7 +16,7 @@ using libQuarrow::topology::ProcessorLeaves;
 namespace {
 
 constexpr std::size_t mostValuesListed = 8; // of a field that differs between processors
-constexpr std::size_t widestValue = 16;     // in its column; longer ones push their meaning on
+constexpr std::size_t widestValue = 20;     // in its column; longer ones stand below
 constexpr std::size_t narrowestMeaning = 16;
 
 // A line of the table of fields.
@@ -88,24 +88,30 @@ std::string hanging(std::string before, const std::string& text, std::size_t col
     return all;
 }
 
+// Columns where there is room for them; else name, value and meaning one after the other.
 std::string fieldTable(const std::vector<FieldLine>& lines, std::size_t columns) {
     constexpr std::size_t placeColumns = 12; // "  eax 31:24 "
+    const std::string below(placeColumns, ' ');
     std::size_t names = 0;
     std::size_t values = 0;
     for (const FieldLine& line : lines) {
         names = std::max(names, line.name.size());
-        values = std::max(values, std::min(line.value.size(), widestValue));
+        values = std::max(values, line.value.size() <= widestValue ? line.value.size() : 0);
     }
+    const bool haveRoom = placeColumns + names + 2 + values + 2 + narrowestMeaning <= columns;
     std::string text;
     for (const FieldLine& line : lines) {
-        const std::string before = padded("  " + line.place, placeColumns) + padded(line.name, names) + "  " +
-                                   padded(line.value, values) + "  ";
-        const bool fits = before.size() + narrowestMeaning <= columns;
-        text += fits ? hanging(before, line.meaning, columns)
-                     : before.substr(0, before.find_last_not_of(' ') + 1) + "\n" +
-                           hanging(std::string(placeColumns, ' '), line.meaning, columns);
-        if (!line.who.empty()) {
-            text += hanging(std::string(placeColumns, ' '), line.who, columns);
+        const std::string place = padded("  " + line.place, placeColumns);
+        const bool isLong = line.value.size() > widestValue;
+        if (haveRoom) {
+            const std::string value = padded(isLong ? "" : line.value, values);
+            text += hanging(place + padded(line.name, names) + "  " + value + "  ", line.meaning, columns);
+        } else {
+            text += hanging(place, line.name, columns) +
+                    hanging(below, isLong ? line.meaning : line.value + ": " + line.meaning, columns);
+        }
+        for (const std::string& more : {isLong ? line.value : "", line.who}) {
+            text += more.empty() ? "" : hanging(below, more, columns);
         }
     }
     return text;
