@@ -10,7 +10,7 @@ namespace cpuid_fields {
 
 // clang-format off
 constexpr CpuidField hypervisorFields[] = {
-    // Microsoft, hypervisor top-level functional specification; Linux, Documentation/virt/kvm/x86/cpuid.rst
+    // Microsoft, Hyper-V TLFS; Linux, Documentation/virt/kvm/x86/cpuid.rst
     number(0x40000000, 0, eax, 31,  0, hex,       "max_hypervisor_leaf", "Highest leaf of this range", anyHypervisor),
     text  (0x40000000, 0, ebx,                    "hypervisor_0",        "Hypervisor, characters 0 to 3", anyHypervisor),
     text  (0x40000000, 0, ecx,                    "hypervisor_1",        "Hypervisor, characters 4 to 7", anyHypervisor),
@@ -42,7 +42,7 @@ constexpr CpuidField kvmFields[] = {
     yesNo (0x40000001, 0, edx,  0,       "kvm_hints_realtime",     "Processors are never preempted for long", kvmOwner),
 };
 constexpr CpuidField hyperVFields[] = {
-    // Microsoft, hypervisor top-level functional specification, "feature and interface discovery"
+    // Microsoft, Hyper-V TLFS, "feature and interface discovery"
     text  (0x40000001, 0, eax,                  "interface",                       "Interface", hyperVOwner),
     number(0x40000002, 0, eax, 31,  0, decimal, "build",                           "Build number", hyperVOwner),
     number(0x40000002, 0, ebx, 15,  0, decimal, "version_minor",                   "Minor version", hyperVOwner),

@@ -320,7 +320,7 @@ constexpr CpuidField standardFields[] = {
     number(0x0000001F, allSubleaves, edx, 31,  0, decimal,           "x2apic_id",                   "x2APIC ID of this processor"),
     number(0x00000020, 0,            eax, 31,  0, decimal,           "max_subleaf",                 "Highest sub-leaf"),
     yesNo (0x00000020, 0,            ebx,  0,                        "hreset_thread_director",      "HRESET resets the thread director's history"),
-    // Intel TDX module specification, leaf 0x21
+    // Intel TDX module documentation, leaf 0x21
     number(0x00000021, 0,            eax, 31,  0, decimal,           "max_subleaf",                 "Highest sub-leaf"),
     text  (0x00000021, 0,            ebx,                            "tdx_vendor_0",                "Maker of the trust domain's module"),
     text  (0x00000021, 0,            ecx,                            "tdx_vendor_2",                "Maker, characters 8 to 11"),
