@@ -39,7 +39,7 @@ struct Operand {
 
 // An option of a single command.
 struct Option {
-    const char* name; // without the dashes
+    const char* name;  // without the dashes
     const char* value; // empty for an option that is just there or not
     const char* meaning;
 };
