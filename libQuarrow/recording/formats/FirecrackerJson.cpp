@@ -113,7 +113,9 @@ boost::optional<Recording> parseFirecrackerJson(std::string_view text, const std
     }
     RecordingBuilder builder;
     builder.beginProcessor();
-    const json& config = memberOf(document, "guest_cpu_config");
+    // A fingerprint wraps it, a template stands alone.
+    const json& wrapped = memberOf(document, "guest_cpu_config");
+    const json& config = wrapped.is_null() ? document : wrapped;
     const std::pair<const char*, void (*)(const json&, RecordingBuilder&)> lists[] = {
         {"cpuid_modifiers", addCpuidModifier}, {"msr_modifiers", addMsrModifier}};
     for (const auto& [list, add] : lists) {

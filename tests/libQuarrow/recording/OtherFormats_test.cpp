@@ -130,6 +130,7 @@ TEST(OtherFormats, ReadsJson) {
         {guest(good + "," + entry("4", "\"bitmap\": \"0b000000000000000000000000000000x\""), ""),
          "file: cpuid_modifiers[1]: expected bits that are 0 or 1; an x leaves one to the host, so this is a template "
          "and no machine"},
+        {"{\"cpuid_modifiers\": [" + good + "]}", "0:0 8000001d.1=80000121"},
         {guest(good + "," + good, ""), "file: cpuid_modifiers[1]: expected each leaf and sub-leaf once"},
         {guest(entry("4", bits(1, 31)), ""),
          "file: cpuid_modifiers[0]: expected \"bitmap\": \"0bBITS\" with 32 binary digits"},
@@ -267,7 +268,8 @@ TEST(OtherFormats, ReadsArchivesOfFolders) {
     const std::string two = "1 0 0 0 0 => 2 756e6547 6c65746e 49656e69\n";
     const std::string folder = tarMember("a/", '5', "") + tarMember("a/hwloc-cpuid-info", '0', "Architecture: x86\n") +
                                tarMember("a/pu01", '0', "no number") + tarMember("a/pu1", '2', "");
-    const std::string none = "it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" + listed;
+    const std::string none =
+        "it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" + listed;
     const std::string damaged = "file: it is a tar archive that is damaged or breaks off; fetch it anew";
     expectSummaries({
         {folder + tarMember("a/pu65", '0', two) + tarMember("a/pu0", '0', one) + end, "0:0 0.0=1, 1:1 0.0=2"},
@@ -304,7 +306,9 @@ TEST(OtherFormats, ReadsFolders) {
     };
     const auto write = [&](const char* name, const std::string& text) { std::ofstream(folder / name) << text; };
     write("pu", "1 1 0 0 0 => 1 1 1 1\n");
-    EXPECT_EQ(read(), folder.u8string() + ": it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" + listed);
+    EXPECT_EQ(read(), folder.u8string() +
+                          ": it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" +
+                          listed);
     write("pu10", "1 0 0 0 0 => 1 0 0 0\n");
     write("pu9", "1 0 0 0 0 => 2 0 0 0\n");
     EXPECT_EQ(read(), "0:9 0.0=2, 0:a 0.0=1");
