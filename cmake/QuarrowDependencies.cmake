@@ -37,7 +37,7 @@ if(QUARROW_BUILD_TOOL)
 endif()
 if(QUARROW_BUILD_TOOL OR QUARROW_BUILD_C)
     quarrow_dependency(nlohmann_json TARGET nlohmann_json::nlohmann_json HEADERS nlohmann)
-elseif(NOT TARGET nlohmann_json::nlohmann_json)
+elseif(NOT TARGET nlohmann_json::nlohmann_json AND NOT QUARROW_HOST_HEADERS)
     find_package(nlohmann_json QUIET)
 endif()
 
