@@ -6,10 +6,12 @@
 #include <tests/support/Compilers.h>
 #include <tools/quarrow/Request.h>
 #include <tools/quarrow/commands/Commands.h>
+#include <tools/quarrow/export/Exports.h>
 #include <tools/quarrow/fleet/CompilerTargets.h>
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 
+#include <fstream>
 #include <functional>
 #include <iostream>
 
@@ -84,6 +86,56 @@ TEST_F(Corpus, IsTheSameFromALineOfJson) {
         ASSERT_TRUE(read) << error;
         EXPECT_TRUE(*read == fleetMachineOf(topology::Topology::read().value()));
     });
+}
+
+std::size_t occurrences(const std::string& text, const std::string& what) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+// How many objects of each type hwloc should find.
+std::map<std::string, std::size_t> hwlocCounts(const topology::Topology& machine) {
+    std::map<std::string, std::size_t> counts = {{"Package", machine.packages().size()},
+                                                 {"Die", machine.dies().size()},
+                                                 {"Core", machine.cores().size()},
+                                                 {"PU", machine.processors().size()},
+                                                 {"NUMANode", std::max<std::size_t>(machine.numaNodes().size(), 1)}};
+    for (const topology::Cache& cache : machine.caches()) {
+        if (cache.figures.type != topology::CacheType::trace) {
+            const bool isInstruction = cache.figures.type == topology::CacheType::instruction;
+            counts["L" + std::to_string(cache.figures.level) + (isInstruction ? "iCache" : "Cache")] +=
+                cache.instances().value_or(0);
+        }
+    }
+    return counts;
+}
+
+TEST_F(Corpus, IsReadByHwlocWithTheSameCounts) {
+    if (testing_support::outputOf("lstopo --version").empty()) {
+        GTEST_SKIP() << "lstopo is not installed";
+    }
+    const std::string path = testing::TempDir() + "quarrow-hwloc.xml";
+    std::size_t objects = 0;
+    forEachMachine(folders, [&](const std::string&) {
+        const topology::Topology machine = topology::Topology::read().value();
+        std::ofstream(path) << hwlocXml(machine);
+        const std::string read = testing_support::outputOf("lstopo --if xml -i " + path + " --of xml -");
+        for (const auto& [type, count] : hwlocCounts(machine)) {
+            EXPECT_EQ(occurrences(read, "object type=\"" + type + "\""), count) << type;
+            objects += count;
+        }
+        std::size_t kinds = 0;
+        for (const auto kind :
+             {topology::CoreKind::performance, topology::CoreKind::efficient, topology::CoreKind::lowPower}) {
+            kinds += machine.ofKind(kind).empty() ? 0 : 1;
+        }
+        EXPECT_EQ(occurrences(read, "<cpukind "), kinds);
+    });
+    std::filesystem::remove(path);
+    std::cout << objects << " objects\n";
 }
 
 } // namespace

@@ -17,6 +17,7 @@ for target in "$build"/bin/*_fuzz; do
             find "$folder/other-formats" -name '*.*' -type f -exec cp {} "$corpus" ';' 2>/dev/null || true
         done
     fi
+    [ "$name" != json_lines_fuzz ] || cp "$here/machines.jsonl" "$corpus"
     echo "$name: $seconds s"
     "$target" -max_total_time="$seconds" -timeout=1 -rss_limit_mb=4096 -print_final_stats=1 \
         -artifact_prefix="$build/findings/$name-" "$corpus" >"$build/$name.log" 2>&1 || failed="$failed $name"

@@ -82,6 +82,17 @@ for command in commands + accesses:
 # Bits of no known name.
 check_that_changes_are_noticed(document(["--machine", str(source / "tests/machines/amd-family17-smt.txt"), "leaves",
                                          "80000007"]))
+# Many machines: documents and lines of their own.
+for command in (["baseline"], ["baseline", *map(str, machines[:2])], ["baseline", str(source / "tests/machines")]):
+    good = document(command)
+    for error in validator.iter_errors(good):
+        fail(f"{command}: {jsonschema.exceptions.best_match([error]).message}")
+    check_that_changes_are_noticed(good)
+lines = subprocess.run([tool, "--json", "fleet", str(source / "tests/machines")], check=True, capture_output=True).stdout
+for line in lines.splitlines():
+    for error in validator.iter_errors(json.loads(line)):
+        fail(f"fleet: {jsonschema.exceptions.best_match([error]).message}")
+    check_that_changes_are_noticed(json.loads(line))
 # Every field is described, so that none can come or change its name unnoticed.
 manual = (source / "docs/json.md").read_text()
 names = {name for _, place in places(schema) for name in place.get("properties", {})}

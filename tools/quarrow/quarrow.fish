@@ -4,7 +4,7 @@ function __quarrow_processors
     seq 0 (math (getconf _NPROCESSORS_CONF) - 1)
 end
 
-set -l commands tree cpus features caches leaves picture limits speed affinity record msr mem port
+set -l commands tree cpus features caches leaves picture limits speed affinity record baseline fleet export msr mem port
 set -l none "not __fish_seen_subcommand_from $commands"
 
 complete -c quarrow -f
@@ -26,12 +26,18 @@ complete -c quarrow -n "$none" -a limits -d "At which temperature processors slo
 complete -c quarrow -n "$none" -a speed -d "Rate of the time-stamp counters, base, turbo and other speeds"
 complete -c quarrow -n "$none" -a affinity -d "Affinity of system, process and thread, or what a text means"
 complete -c quarrow -n "$none" -a record -d "Write this machine down"
+complete -c quarrow -n "$none" -a baseline -d "What all of several machines can run"
+complete -c quarrow -n "$none" -a fleet -d "Many machines, those that are alike together"
+complete -c quarrow -n "$none" -a export -d "This machine in a form that other programs read"
 complete -c quarrow -n "$none" -a msr -d "Read or write a model-specific register"
 complete -c quarrow -n "$none" -a mem -d "Read or write physical memory"
 complete -c quarrow -n "$none" -a port -d "Read or write an I/O port"
 
 complete -c quarrow -n "__fish_seen_subcommand_from cpus speed" -a "(__quarrow_processors)" -d "Logical processor"
-complete -c quarrow -n "__fish_seen_subcommand_from record" -F
+complete -c quarrow -n "__fish_seen_subcommand_from record baseline fleet" -F
+complete -c quarrow -n "__fish_seen_subcommand_from fleet" -l html -r -F -d "Write a page for a browser into a file"
+complete -c quarrow -n "__fish_seen_subcommand_from export" -x -a "hwloc-xml jsonl nfd prometheus slurm"
+complete -c quarrow -n "__fish_seen_subcommand_from export" -l name -x -d "What jsonl and slurm call the machine"
 complete -c quarrow -n "__fish_seen_subcommand_from picture" -l html -r -F -d "Make a page for a browser"
 complete -c quarrow -n "__fish_seen_subcommand_from record" -l format -x -a "quarrow cpuid-r" -d "How to write it"
 complete -c quarrow -n "__fish_seen_subcommand_from leaves" -l all -d "Each logical processor by itself"

@@ -129,11 +129,12 @@ std::string differenceText(const std::vector<std::pair<std::string, FleetMachine
 std::string baselineText(const BaselineInput& input) {
     const Baseline baseline = baselineOf(input.groups);
     const std::size_t columns = outputColumns();
-    std::string text = paragraph("Machines", std::to_string(input.groups.machines()), columns) +
-                       paragraph("Level", levelOrNo(baseline.common.level), columns) + choicesText(baseline, columns) +
-                       paragraph("Programs can use", featureNames(baseline.common.usable), columns) +
-                       holdersText(baseline, columns);
-    return input.groups.machines() == 2 ? text + differenceText(input.firstTwo, columns) : text;
+    const std::string text = paragraph("Machines", std::to_string(input.groups.machines()), columns) +
+                             paragraph("Level", levelOrNo(baseline.common.level), columns) +
+                             choicesText(baseline, columns) +
+                             paragraph("Programs can use", featureNames(baseline.common.usable), columns);
+    return text +
+           (input.groups.machines() == 2 ? differenceText(input.firstTwo, columns) : holdersText(baseline, columns));
 }
 
 ordered_json levelJson(const std::optional<std::uint32_t>& level) {

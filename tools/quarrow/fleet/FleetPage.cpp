@@ -11,11 +11,14 @@ std::string folded(const std::string& title, const std::string& body) {
 }
 
 std::string namesOfGroup(const std::vector<std::string>& names) {
+    if (names.size() == 1) {
+        return htmlElement("div", "soft", htmlText(names.front()));
+    }
     std::string text;
     for (const std::string& name : names) {
         text += htmlText(name) + "<br>";
     }
-    return text;
+    return folded("their names", text);
 }
 
 std::string groupRow(const FleetGroups::Group& group) {
@@ -26,11 +29,11 @@ std::string groupRow(const FleetGroups::Group& group) {
            htmlElement(
                "td", "",
                htmlText(fleetName(machine)) + "<br>" + htmlElement("span", "soft", htmlText(what)) +
-                   folded(group.names->size() == 1 ? "its name" : "their names", namesOfGroup(*group.names)) +
+                   namesOfGroup(*group.names) +
                    folded(counted(machine.usable.count(), "usable feature"), htmlText(featureNames(machine.usable)))) +
            htmlElement("td", "", htmlText(fleetBuild(machine))) +
            htmlElement("td", "", htmlText(fleetCaches(machine))) +
-           htmlElement("td", "", htmlText(machine.level ? levelText(machine.level) : "none")) + "</tr>\n";
+           htmlElement("td", "word", htmlText(machine.level ? levelText(machine.level) : "none")) + "</tr>\n";
 }
 
 } // namespace

@@ -17,6 +17,7 @@ h2 { font-size: 1.15rem; margin: 2.25rem 0 .6rem; padding-top: .6rem; border-top
 a { color: var(--accent) }
 nav a { margin-right: 1rem }
 nav, .soft { color: var(--soft) }
+td.word { white-space: nowrap }
 .wide { overflow-x: auto }
 table { border-collapse: collapse }
 th, td { text-align: left; vertical-align: top; padding: .22rem .9rem .22rem 0; border-bottom: 1px solid var(--line) }

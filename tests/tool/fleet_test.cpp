@@ -1,0 +1,159 @@
+// baseline, fleet and export as people run them.
+
+#include "ToolRun.h"
+
+#include <tools/quarrow/fleet/CompilerTargets.h>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <sstream>
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const char* const names[] = {"intel-2p-smt.txt", "amd-family17-smt.txt", "guest-epyc-2cpu-a10f11.txt"};
+
+std::string lineOf(const char* name) {
+    return runTool("export jsonl --machine " + quoted(machine(name))).out;
+}
+
+// A folder with recordings, lines and what is neither.
+std::string mixedFolder() {
+    const std::filesystem::path folder = scratch("fleet");
+    std::filesystem::create_directories(folder / "below");
+    std::filesystem::create_directories(folder / ".hidden");
+    for (const char* name : names) {
+        writeContent((folder / "below" / name).string(), contentOf(machine(name)));
+        writeContent((folder / ".hidden" / name).string(), contentOf(machine(name)));
+    }
+    writeContent((folder / "lines").string(),
+                 lineOf(names[0]) + "\r\n{\"document\": 2}\n{\"document\"\n" + lineOf(names[0]));
+    writeContent((folder / "one.json").string(), runTool("--json --machine " + quoted(machine(names[1]))).out);
+    writeContent((folder / "README").string(), "no machine\n");
+    return folder.string();
+}
+
+TEST(Fleet, GroupsMachinesThatAreAlikeWhateverTheyWereReadFrom) {
+    const std::string folder = mixedFolder();
+    const ToolRun run = runTool("fleet --json " + quoted(folder));
+    EXPECT_EQ(run.status, 0) << run.err;
+    std::istringstream lines(run.out);
+    std::map<std::size_t, std::size_t> groups; // how many have so many machines
+    for (std::string line; std::getline(lines, line);) {
+        const json group = json::parse(line);
+        EXPECT_EQ(group["machines"].size(), group["count"]);
+        ++groups[group["count"].get<std::size_t>()];
+    }
+    EXPECT_EQ(groups, (std::map<std::size_t, std::size_t>{{3, 1}, {2, 1}, {1, 1}}));
+    for (const char* broken : {"README: ", "lines:3: it has no summary\n", "lines:4: it is no JSON\n"}) {
+        EXPECT_THAT(run.err, HasSubstr(broken));
+    }
+    EXPECT_THAT(run.err, Not(HasSubstr("hidden")));
+    EXPECT_THAT(runTool("fleet " + quoted(folder)).out,
+                HasSubstr("Machines            : 6 in 3 groups\nLeft out            : 3\n"));
+
+    const std::string page = scratch("fleet.html");
+    EXPECT_EQ(runTool("fleet --html " + quoted(page) + " " + quoted(folder)).status, 0);
+    const std::string html = contentOf(page);
+    EXPECT_THAT(html, HasSubstr("<h1>6 machines in 3 groups</h1>"));
+    for (const char* outside : {"http:", "https:", "src=", "href=", "@import"}) {
+        EXPECT_THAT(html, Not(HasSubstr(outside)));
+    }
+}
+
+TEST(Fleet, SaysWhatIsWrong) {
+    const std::string empty = scratch("empty-folder");
+    std::filesystem::create_directories(empty);
+    const std::string classic = scratch("classic.jsonl");
+    writeContent(classic, runTool("--classic --json --machine " + quoted(machine(names[0]))).out);
+    const std::string part = scratch("part.json");
+    writeContent(part, runTool("cpus 0 --json --machine " + quoted(machine(names[0]))).out);
+    const struct {
+        std::string arguments;
+        const char* message;
+    } cases[] = {
+        {"fleet", "needs a folder or files"},
+        {"fleet " + quoted(empty), "there is no machine in what was named"},
+        {"fleet nowhere", "nowhere: there is no such file or folder"},
+        {"fleet --json --html x " + quoted(empty), "leave one out"},
+        {"baseline " + quoted(empty), "there is no machine in what was named"},
+        {"baseline native " + quoted(machine("nowhere.txt")), "there is no such file or folder"},
+        {"baseline " + quoted(part), "it is not of all processors"},
+        {"baseline " + quoted(classic), "there are no CPUID values in it"},
+        {"baseline -", "there is no machine in what was named"},
+        {"export", "FORMAT"},
+        {"export yaml", "name hwloc-xml, jsonl, nfd, prometheus or slurm"},
+        {"export jsonl --json", "leave out --json"},
+        {"export nfd --name x", "--name applies to jsonl and slurm only"},
+        {"export slurm --name \"\"", "give --name NAME"},
+    };
+    for (const auto& [arguments, message] : cases) {
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_THAT(run.err, HasSubstr(message)) << arguments;
+        EXPECT_EQ(run.out, "") << arguments;
+    }
+}
+
+TEST(Baseline, IsWhatEveryMachineHas) {
+    std::string files;
+    for (const char* name : names) {
+        files += " " + quoted(machine(name));
+    }
+    const json baseline = runToolForJson("baseline --json" + files)["baseline"];
+    EXPECT_EQ(baseline["machines"], 3);
+    EXPECT_EQ(baseline["level"], 2);
+    EXPECT_TRUE(baseline["differences"].is_null());
+    for (const char* name : names) {
+        const json usable = runToolForJson("--json --machine " + quoted(machine(name)))["processors"][0]["usable"];
+        for (const json& feature : baseline["usable"]) {
+            EXPECT_THAT(usable, testing::Contains(feature)) << name;
+        }
+    }
+    EXPECT_EQ(baseline["heldBackBy"][0]["machines"], json({machine(names[0])}));
+    EXPECT_THAT(baseline["heldBackBy"][0]["lacks"], testing::Contains("avx2"));
+    // The same from lines on standard input.
+    const std::string lines = scratch("lines.jsonl");
+    writeContent(lines, lineOf(names[0]) + lineOf(names[1]) + lineOf(names[2]));
+    const ToolRun run = runTool("baseline - --json", lines);
+    EXPECT_EQ(json::parse(run.out)["baseline"], baseline);
+}
+
+TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
+    const auto flagsOf = [](const std::string& target, const std::vector<const char*>& without,
+                            const std::vector<std::string>& tunings) {
+        quarrow::FleetMachine machine;
+        machine.usable = featuresOfTarget(quarrow::Compiler::gcc, 12, target);
+        for (const char* feature : without) {
+            libQuarrow::topology::FeatureSet one;
+            one.insert({feature});
+            machine.usable = machine.usable - one;
+        }
+        return choiceFor(quarrow::Compiler::gcc, 12, machine, tunings)->flags();
+    };
+    EXPECT_EQ(flagsOf("znver3", {}, {"znver3"}), "-march=znver3 -mtune=znver3");
+    EXPECT_EQ(flagsOf("znver3", {}, {"znver3", "znver2"}), "-march=znver3 -mtune=generic");
+    EXPECT_EQ(flagsOf("znver3", {}, {"znver4"}), "-march=znver3 -mtune=generic"); // which gcc 12 does not know
+    EXPECT_EQ(flagsOf("cascadelake", {"sgx", "pku"}, {}), "-march=cascadelake -mno-sgx -mno-pku -mtune=generic");
+    EXPECT_EQ(flagsOf("cascadelake", {"avx512_vnni"}, {}), "-march=skylake-avx512 -mtune=generic");
+    EXPECT_EQ(flagsOf("x86-64-v3", {}, {}), "-march=x86-64-v3 -mtune=generic");
+    EXPECT_EQ(flagsOf("x86-64", {"lm"}, {"pentium-m"}), "-m32 -march=pentium-m -mtune=pentium-m");
+}
+
+TEST(Export, SaysHonestlyWhatSlurmCannotHold) {
+    EXPECT_THAT(runTool("export slurm --machine " + quoted(machine(names[0]))).out,
+                testing::StartsWith("NodeName=intel-2p-smt CPUs=8 Boards=1 SocketsPerBoard=2 CoresPerSocket=2 "
+                                    "ThreadsPerCore=2 Features=genuineintel,westmere_ep,westmere,x86_64_v1,x86_64_v2"));
+    const std::string uneven = scratch("uneven.txt"); // the last of the four threads of two cores is missing
+    const std::string whole = contentOf(machine(names[1]));
+    writeContent(uneven, whole.substr(0, whole.rfind("CPU 3:")));
+    const std::string node = runTool("export slurm --name \"a b\" --machine " + quoted(uneven)).out;
+    EXPECT_THAT(node, testing::StartsWith("# Cores or packages differ here (1 package, 2 cores, 3 threads)"));
+    EXPECT_THAT(node, HasSubstr("\nNodeName=a-b CPUs=3 Features="));
+}
+
+} // namespace
