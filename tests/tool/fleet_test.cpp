@@ -141,6 +141,7 @@ TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
     EXPECT_EQ(flagsOf("cascadelake", {"sgx", "pku"}, {}), "-march=cascadelake -mno-sgx -mno-pku -mtune=generic");
     EXPECT_EQ(flagsOf("cascadelake", {"avx512_vnni"}, {}), "-march=skylake-avx512 -mtune=generic");
     EXPECT_EQ(flagsOf("x86-64-v3", {}, {}), "-march=x86-64-v3 -mtune=generic");
+    EXPECT_EQ(flagsOf("x86-64-v2", {}, {"pentium-m"}), "-march=x86-64-v2 -mtune=generic"); // which is for 32 bits
     EXPECT_EQ(flagsOf("x86-64", {"lm"}, {"pentium-m"}), "-m32 -march=pentium-m -mtune=pentium-m");
 }
 
@@ -150,7 +151,7 @@ TEST(Export, SaysHonestlyWhatSlurmCannotHold) {
                                     "ThreadsPerCore=2 Features=genuineintel,westmere_ep,westmere,x86_64_v1,x86_64_v2"));
     const std::string uneven = scratch("uneven.txt"); // the last of the four threads of two cores is missing
     const std::string whole = contentOf(machine(names[1]));
-    writeContent(uneven, whole.substr(0, whole.rfind("CPU 3:")));
+    writeContent(uneven, whole.substr(0, whole.rfind("CPU 3:")) + "end of recording\n");
     const std::string node = runTool("export slurm --name \"a b\" --machine " + quoted(uneven)).out;
     EXPECT_THAT(node, testing::StartsWith("# Cores or packages differ here (1 package, 2 cores, 3 threads)"));
     EXPECT_THAT(node, HasSubstr("\nNodeName=a-b CPUs=3 Features="));

@@ -73,9 +73,11 @@ std::string versionsOf(Compiler compiler, const CompilerChoice& choice) {
 std::string choicesText(const Baseline& baseline, std::size_t columns) {
     std::string text;
     for (const Compiler compiler : {Compiler::gcc, Compiler::clang}) {
-        for (const CompilerChoice& choice : choicesFor(compiler, baseline.common, baseline.tunings)) {
+        const std::vector<CompilerChoice> choices = choicesFor(compiler, baseline.common, baseline.tunings);
+        for (const CompilerChoice& choice : choices) {
             text += paragraph(versionsOf(compiler, choice), choice.flags(), columns);
         }
+        text += choices.empty() ? paragraph(nameOf(compiler), "no target", columns) : std::string();
     }
     return text;
 }

@@ -124,16 +124,18 @@ std::optional<CompilerChoice> choiceFor(Compiler compiler, unsigned int version,
     CompilerChoice choice;
     choice.fromVersion = choice.toVersion = version;
     choice.mtune = "generic";
+    bool isTuningFor32Bit = false;
     // Most features first; of as many the fleet's own target, then the generic one.
     std::pair<std::size_t, int> best = {0, 0};
     for (const CompilerTarget& target : compilerTargets) {
         if (!hasTarget(compiler, version, target)) {
             continue;
         }
+        const FeatureSet features = featuresOfRow(compiler, version, target);
         if (target.name == tuning) {
             choice.mtune = tuning;
+            isTuningFor32Bit = !features.contains("lm");
         }
-        const FeatureSet features = featuresOfRow(compiler, version, target);
         const FeatureSet missing = features - available;
         const std::pair<std::size_t, int> rank = {(features & available).count(), target.name == tuning ? 2
                                                                                   : isGeneric(target)   ? 1
@@ -149,6 +151,9 @@ std::optional<CompilerChoice> choiceFor(Compiler compiler, unsigned int version,
                 }
             }
         }
+    }
+    if (isTuningFor32Bit && !choice.is32Bit) {
+        choice.mtune = "generic"; // a compiler for 64 bits refuses it
     }
     return choice.march.empty() ? std::nullopt : std::make_optional(choice);
 }

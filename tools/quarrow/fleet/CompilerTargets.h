@@ -31,7 +31,8 @@ struct CompilerChoice {
 // What all of them can run. What is common to the machines decides the target, and their microarchitecture, where all
 // have the same one, the tuning; else it is generic.
 //
-// For that version of the compiler. None for a version older than firstVersion(compiler).
+// For that version of the compiler. None for a version older than firstVersion(compiler), and where some machine is
+// below every target, as one without floating point.
 std::optional<CompilerChoice> choiceFor(Compiler compiler, unsigned int version, const FleetMachine& common,
                                         const std::vector<std::string>& tunings);
 // The choices for all versions, the newest first, like ones of neighbouring versions joined.
