@@ -9,8 +9,10 @@ namespace quarrow {
 std::string hostName() {
     wchar_t name[256] = {};
     DWORD length = 256;
-    return ::GetComputerNameExW(ComputerNameDnsHostname, name, &length) != 0 ? zel::String(name).toUtf8()
-                                                                             : std::string();
+    if (::GetComputerNameExW(ComputerNameDnsHostname, name, &length) == 0) {
+        return {};
+    }
+    return zel::String(std::u16string(name, name + length)).toUtf8();
 }
 
 } // namespace quarrow
