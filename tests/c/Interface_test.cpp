@@ -228,9 +228,15 @@ TEST(CInterface, SaysOfEveryMachineWhatTheLibrarySays) {
 TEST(CInterface, TakesTheLiveMachineAndRecordsIt) {
     for (const std::uint32_t take : {0, int{QUARROW_MOVE_PROCESS}}) {
         const Owned<quarrow_machine> live(quarrow_machine_native(take));
+        const topology::Topology topology = topology::Topology::read(take == 0).value();
+        if (topology.processors().empty()) { // Wine moves no process
+            EXPECT_EQ(live, nullptr);
+            EXPECT_EQ(quarrow_error_code(), QUARROW_ERROR_MACHINE);
+            continue;
+        }
         ASSERT_NE(live, nullptr) << quarrow_error_text();
         EXPECT_FALSE(quarrow_machine_is_recorded(live.get()));
-        expectSame(live.get(), topology::Topology::read().value());
+        expectSame(live.get(), topology);
     }
     const Owned<quarrow_machine> live(quarrow_machine_native(0));
     const Owned<char> recording(quarrow_machine_record(live.get()));

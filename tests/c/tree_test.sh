@@ -1,9 +1,11 @@
 #!/bin/sh
-# A program that prints trees through the C interface prints those of the tool: of the project's own machines, of those in
+# Programs that print trees through the C interface print those of the tool: of the project's own machines, of those in
 # folders, and of this one. Windows programs run under Wine.
-# Usage: tree_test.sh SOURCE_FOLDER TOOL PROGRAM FOLDERS SCRATCH_FOLDER
+# Usage: tree_test.sh SOURCE_FOLDER TOOL FOLDERS SCRATCH_FOLDER PROGRAM...
 set -eu
-source=$1 tool=$2 program=$3 folders=$4 scratch=$5/$(basename "$3")_trees
+source=$1 tool=$2 folders=$3 scratch=$4/trees
+shift 4
+programs=$*
 rm -rf "$scratch"
 mkdir -p "$scratch"
 run=""
@@ -14,18 +16,19 @@ tree_of() { ${run:+"$run"} "$tool" "$@" tree 2>/dev/null | tr -d '\r' | sed '/^$
 
 set --
 # shellcheck disable=SC2086 # a list of folders
-for file in $(ls "$source"/tests/machines/*.txt $(for folder in $folders; do echo "$folder/*.txt"; done)); do
+for file in "$source"/tests/machines/*.txt $(for folder in $folders; do ls "$folder"/*.txt; done); do
     set -- "$@" "$file"
-    # A machine without a processor that answers has no tree.
-    trees=$(tree_of --machine "$file")
-    printf '%s:\n%s\n' "$file" "$trees" >>"$scratch/expected"
-done
-# One process for all machines: each lets go of what it took.
-${run:+"$run"} "$program" "$@" | tr -d '\r' >"$scratch/printed" || true
-diff "$scratch/expected" "$scratch/printed"
-trees=$(grep -c '^Package 0' "$scratch/printed")
-[ "$trees" -eq $# ] || { echo "$trees trees of $# machines"; exit 1; }
-
+    echo "$file:"
+    tree_of --machine "$file"
+done >"$scratch/expected"
 tree_of >"$scratch/live"
-${run:+"$run"} "$program" | tr -d '\r' | diff "$scratch/live" -
-echo "$# machines and this one"
+trees=$(grep -c '^Package 0' "$scratch/expected")
+[ "$trees" -eq $# ] || { echo "the tool prints $trees trees of $# machines"; exit 1; }
+
+for program in $programs; do
+    # One process for all machines: each lets go of what it took.
+    ${run:+"$run"} "$program" "$@" >"$scratch/printed" || { echo "$program: exit status $?"; exit 1; }
+    tr -d '\r' <"$scratch/printed" | diff "$scratch/expected" -
+    ${run:+"$run"} "$program" | tr -d '\r' | diff "$scratch/live" -
+    echo "$(basename "$program"): $# machines and this one"
+done
