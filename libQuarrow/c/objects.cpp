@@ -20,7 +20,11 @@ std::vector<topology::CoreKind> c::kindsOf(const topology::Topology& topology) {
 }
 
 const topology::Processor& c::processorOf(const quarrow_machine* machine, std::uint32_t number) {
-    const topology::Processor* const processor = topologyOf(machine).find(number);
+    const std::vector<topology::Processor>& processors = topologyOf(machine).processors();
+    // On most machines number n is at index n; who walks a large one is spared a search for each question.
+    const topology::Processor* const processor = number < processors.size() && processors[number].number == number
+                                                     ? &processors[number]
+                                                     : machine->topology.find(number);
     if (processor == nullptr) {
         throw Failure(QUARROW_ERROR_ARGUMENT, "there is no logical processor " + std::to_string(number) +
                                                   "; this machine has " + machine->topology.all().toList());
