@@ -92,7 +92,7 @@ docs:
 
 format:
 	@scripts/install-packages.sh format
-	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+	git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format -i
 
 clean:
 	rm -rf build
