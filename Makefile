@@ -51,11 +51,11 @@ stress:
 # folders of Windows are for cppcheck only.
 analyze:
 	@scripts/install-packages.sh analyze
-	$(call build,linux,,libQuarrow_objects)
+	$(call build,linux-asan,,libQuarrow_objects)
 	cppcheck --quiet --std=c++17 --language=c++ --enable=warning,performance,portability --inline-suppr \
-	    --error-exitcode=1 -j $(JOBS) -I. -Ibuild/linux zel libKernelMode pci libQuarrow tools examples
+	    --error-exitcode=1 -j $(JOBS) -I. -Ibuild/linux-asan zel libKernelMode pci libQuarrow tools examples
 	git ls-files zel libKernelMode pci libQuarrow tools examples | grep '\.cpp$$' | grep -v /windows/ | \
-	    xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/linux
+	    xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/linux-asan
 
 # Measures what the library costs, and prints how that compares with what it must cost. On an idle machine.
 bench:

@@ -7,31 +7,16 @@ function(quarrow_warnings target)
     endif()
 endfunction()
 
-# quarrow_precompiled(<name> [PROGRAMS] LINK <targets> HEADERS <headers>): headers that quarrow_precompile(<target> <name>) has
-# parsed once for all its targets, which are libraries or, with PROGRAMS, programs. A target of its own and without a
-# definition, since a compiler takes such headers only where everything is defined that was when it parsed them.
-function(quarrow_precompiled name)
-    cmake_parse_arguments(ARG "PROGRAMS" "" "LINK;HEADERS" ${ARGN})
-    if(NOT QUARROW_PRECOMPILE OR CMAKE_CXX_COMPILER_LAUNCHER MATCHES ccache)
-        return()
-    endif()
-    file(WRITE ${PROJECT_BINARY_DIR}/${name}.cpp "")
-    add_library(${name} OBJECT ${PROJECT_BINARY_DIR}/${name}.cpp)
-    target_link_libraries(${name} PRIVATE ${ARG_LINK})
-    target_precompile_headers(${name} PRIVATE ${ARG_HEADERS})
-    quarrow_warnings(${name})
-    if(ARG_PROGRAMS AND NOT WIN32)
-        set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-        target_compile_options(${name} PRIVATE ${CMAKE_CXX_COMPILE_OPTIONS_PIE})
+# quarrow_unity(<target>): where it is compiled in batches of several sources (UNITY_BUILD), as the presets for tests do to
+# parse headers less often, these stay on their own: the sources of Windows, whose headers define words of ours.
+function(quarrow_unity target)
+    get_target_property(sources ${target} SOURCES)
+    list(FILTER sources INCLUDE REGEX "/os/windows/.*\\.cpp$")
+    set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # It takes the sources of a batch for headers, in which a local type would be a fault, and what is local to one of
+        # them for known to the next. Where they are compiled alone, as in the preset linux-asan, both are looked for.
+        set_target_properties(${target} PROPERTIES UNITY_BUILD_CODE_BEFORE_INCLUDE
+            "#pragma GCC diagnostic ignored \"-Wsubobject-linkage\"\n#pragma GCC diagnostic ignored \"-Wshadow\"")
     endif()
 endfunction()
-
-function(quarrow_precompile target name)
-    if(TARGET ${name})
-        target_precompile_headers(${target} REUSE_FROM ${name})
-    endif()
-endfunction()
-
-# What nearly every source of ours includes.
-set(QUARROW_COMMON_HEADERS <algorithm> <cstdint> <functional> <map> <memory> <string> <vector> <boost/optional.hpp>)
-quarrow_precompiled(quarrow_common_headers LINK Boost::headers HEADERS ${QUARROW_COMMON_HEADERS})

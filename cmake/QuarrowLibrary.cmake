@@ -30,7 +30,7 @@ function(quarrow_library)
     target_compile_definitions(${ARG_NAME}_objects PRIVATE ${ARG_NAME}_EXPORTS)
     target_link_libraries(${ARG_NAME}_objects PUBLIC ${ARG_LINK} Boost::headers PRIVATE ${ARG_PRIVATE_LINK})
     quarrow_warnings(${ARG_NAME}_objects)
-    quarrow_precompile(${ARG_NAME}_objects quarrow_common_headers)
+    quarrow_unity(${ARG_NAME}_objects)
 
     add_library(${ARG_NAME} SHARED $<TARGET_OBJECTS:${ARG_NAME}_objects>)
     add_library(Quarrow::${ARG_ALIAS} ALIAS ${ARG_NAME})

@@ -11,9 +11,6 @@ else()
     set(QUARROW_GTEST GTest::gmock_main)
 endif()
 
-quarrow_precompiled(quarrow_test_headers PROGRAMS LINK Boost::headers ${QUARROW_GTEST}
-    HEADERS ${QUARROW_COMMON_HEADERS} <gtest/gtest.h>)
-
 # quarrow_tests(<program> FOLDER <folder> [INTERNAL] LINK <targets>): the tests of tests/<folder>, those named
 # *_internal_test.cpp or the others, with what all tests share and the further SOURCES.
 function(quarrow_tests program)
@@ -45,6 +42,10 @@ function(quarrow_tests program)
         target_compile_definitions(${program} PRIVATE ${ARG_FOLDER}_EXPORTS)
     endif()
     quarrow_warnings(${program})
-    quarrow_precompile(${program} quarrow_test_headers)
+    # GoogleTest's headers are the most of what their compilation costs, so all are compiled as one, whatever the rest is.
+    if(NOT DEFINED CMAKE_UNITY_BUILD)
+        set_target_properties(${program} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+    endif()
+    quarrow_unity(${program})
     add_test(NAME ${program} COMMAND ${program})
 endfunction()

@@ -4,6 +4,8 @@
 
 namespace testing_support {
 
+constexpr std::uint32_t phenom = 0x100F42; // family 10h, RB-C2
+
 // An AMD processor: one core, MSR and TSC, extended leaves up to 0x80000008, no caches.
 struct AmdProcessor : BuiltProcessor<AmdProcessor> {
     explicit AmdProcessor(std::uint32_t signature) {

@@ -5,7 +5,7 @@
 namespace libQuarrow::os {
 namespace {
 
-constexpr std::uint32_t osxsaveBit = 27; // leaf 1 ECX
+constexpr std::uint32_t xgetbvBit = 27; // leaf 1 ECX, OSXSAVE
 
 } // namespace
 
@@ -29,7 +29,7 @@ std::uint64_t RecordedInstructions::xgetbv(std::uint32_t index) {
     // An operating system that uses XSAVE enables what there is.
     const cpu::cpuid_args* features = findLeaf(*here, 1, 0);
     const cpu::cpuid_args* states = findLeaf(*here, 0xD, 0);
-    const bool enabled = features != nullptr && states != nullptr && (features->ecx >> osxsaveBit & 1) != 0;
+    const bool enabled = features != nullptr && states != nullptr && (features->ecx >> xgetbvBit & 1) != 0;
     return enabled ? std::uint64_t{states->edx} << 32 | states->eax : 0;
 }
 

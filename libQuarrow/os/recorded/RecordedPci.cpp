@@ -3,11 +3,11 @@
 namespace libQuarrow::os {
 namespace {
 
-using State = std::shared_ptr<const RecordedMachineState>;
+using PciState = std::shared_ptr<const RecordedMachineState>;
 
 class RecordedFunction : public pci::ConfigAccess {
   public:
-    RecordedFunction(State state, std::uint16_t function) : m_state(std::move(state)), m_function(function) {}
+    RecordedFunction(PciState state, std::uint16_t function) : m_state(std::move(state)), m_function(function) {}
 
     // Nothing writes them, so no lock is needed.
     bool read(std::uint32_t offset, std::uint32_t& value, std::string& reason) override {
@@ -22,7 +22,7 @@ class RecordedFunction : public pci::ConfigAccess {
     }
 
   private:
-    const State m_state;
+    const PciState m_state;
     const std::uint16_t m_function;
 };
 

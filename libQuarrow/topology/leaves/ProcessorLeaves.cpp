@@ -140,14 +140,14 @@ struct SignedOwner {
     std::uint16_t owner;
 };
 
-constexpr SignedOwner makers[] = {
+constexpr SignedOwner makerOwners[] = {
     {"GenuineIntel", cpu::intelOwner},     {"AuthenticAMD", cpu::amdOwner},       {"HygonGenuine", cpu::amdOwner},
     {"AMDisbetter!", cpu::amdOwner},       {"CentaurHauls", cpu::centaurOwner},   {"  Shanghai  ", cpu::centaurOwner},
     {"TransmetaCPU", cpu::transmetaOwner}, {"GenuineTMx86", cpu::transmetaOwner},
 };
 
 // Not all end in zeros: characters that are none are dots here.
-constexpr SignedOwner hypervisors[] = {
+constexpr SignedOwner hypervisorOwners[] = {
     {"KVMKVMKVM...", cpu::kvmOwner},
     {"Microsoft Hv", cpu::hyperVOwner},
     {"XenVMMXenVMM", cpu::xenOwner},
@@ -191,13 +191,13 @@ std::uint16_t ProcessorLeaves::ownersOf(std::uint32_t leaf) const {
     if (!isHypervisorLeaf(leaf)) {
         const CpuidAnswer* first = find(0);
         return first != nullptr
-                   ? ownerSigned(makers, signatureOf(*first, {R::ebx, R::edx, R::ecx}), cpu::otherMakerOwner)
+                   ? ownerSigned(makerOwners, signatureOf(*first, {R::ebx, R::edx, R::ecx}), cpu::otherMakerOwner)
                    : std::uint16_t{cpu::otherMakerOwner};
     }
     const std::uint32_t range = leaf - leaf % leavesOfHypervisor;
     const CpuidAnswer* first = find(range);
     const CpuidAnswer* interface = find(range + 1);
-    std::uint32_t owners = first != nullptr ? ownerSigned(hypervisors, signatureOf(*first, {R::ebx, R::ecx, R::edx}),
+    std::uint32_t owners = first != nullptr ? ownerSigned(hypervisorOwners, signatureOf(*first, {R::ebx, R::ecx, R::edx}),
                                                           cpu::otherHypervisorOwner)
                                             : std::uint16_t{cpu::otherHypervisorOwner};
     if (interface != nullptr && interface->eax == hyperVInterface) {

@@ -7,7 +7,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-ordered_json cacheJson(const x86_cache& cache) {
+ordered_json classicCacheJson(const x86_cache& cache) {
     const auto level = cache.getCacheLevel();
     const auto type = cache.getCacheType();
     const auto associativity = cache.getAssociativity();
@@ -38,7 +38,7 @@ ordered_json cacheJson(const x86_cache& cache) {
 ordered_json cachesJson(const libQuarrow::cpu::x86_caches& caches) {
     ordered_json list = ordered_json::array();
     for (const x86_cache& cache : caches) {
-        list.push_back(cacheJson(cache));
+        list.push_back(classicCacheJson(cache));
     }
     return list;
 }

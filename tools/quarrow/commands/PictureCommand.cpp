@@ -13,11 +13,11 @@
 namespace quarrow {
 namespace {
 
-constexpr std::uint64_t narrowest = 40;
-constexpr std::uint64_t widest = 1000;
+constexpr std::uint64_t narrowestPicture = 40;
+constexpr std::uint64_t widestPicture = 1000;
 
 std::uint64_t columnsFor(const Request& request) {
-    if (const auto width = numberOption(request, "width", narrowest, widest)) {
+    if (const auto width = numberOption(request, "width", narrowestPicture, widestPicture)) {
         return *width;
     }
     return outputColumns();

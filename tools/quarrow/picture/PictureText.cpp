@@ -5,13 +5,13 @@
 namespace quarrow {
 namespace {
 
-using Rows = std::vector<std::u16string>;
+using TextRows = std::vector<std::u16string>;
 
-void write(Rows& rows, std::size_t x, std::size_t y, const std::u16string& text) {
+void write(TextRows& rows, std::size_t x, std::size_t y, const std::u16string& text) {
     rows[y].replace(x, text.size(), text);
 }
 
-void drawFrame(Rows& rows, const Shape& box, const Lines& lines) {
+void drawFrame(TextRows& rows, const Shape& box, const Lines& lines) {
     const std::u16string title = box.text.isEmpty() ? std::u16string() : u' ' + box.text.units() + u' ';
     const std::size_t right = box.x + box.width - 1;
     const std::size_t bottom = box.y + box.height - 1;
@@ -40,7 +40,7 @@ std::u16string bar(const Shape& cache, const Lines& lines) {
 
 std::string drawText(const std::vector<PictureBox>& packages, std::size_t columns, const Lines& lines) {
     const Drawing drawing = layOut(packages, {columns, 1, 1, 1, 1, 0, 2, 1, 1, 0, true});
-    Rows rows(drawing.height, std::u16string(drawing.width, u' '));
+    TextRows rows(drawing.height, std::u16string(drawing.width, u' '));
     for (const Shape& shape : drawing.shapes) {
         switch (shape.kind) {
         case Shape::PackageBox:

@@ -14,7 +14,7 @@
 namespace libQuarrow::cpu {
 namespace {
 
-zel::LogChannel& channel() {
+zel::LogChannel& amdTopologyChannel() {
     static zel::LogChannel& instance = zel::LogFactory::channel("libQuarrow.cpu_x86.AMD_TopologyInfo");
     return instance;
 }
@@ -65,7 +65,7 @@ std::vector<AmdTopologyEntry> visit(const AffinityMask& processors) {
     const Journey journey;
     processors.forEachLogicalCPU(readEntry, true);
     for (const AffinityMask again : missed.maskPerLogicalCPU()) {
-        channel().log(zel::LogFailure, __LINE__, "Unable to set affinity mask : " + again.toString());
+        amdTopologyChannel().log(zel::LogFailure, __LINE__, "Unable to set affinity mask : " + again.toString());
         again.forEachLogicalCPU(readEntry, true);
     }
     return entries;
@@ -110,12 +110,12 @@ AMD_TopologyInfo::AMD_TopologyInfo(std::vector<AmdTopologyEntry> entries) {
         return std::tie(a.nodeId, a.coreId, a.extendedApicId) < std::tie(b.nodeId, b.coreId, b.extendedApicId);
     });
     // A report has a line for each processor: it is made only where somebody reads it.
-    if (channel().admits(zel::LogDiagnostic)) {
-        channel().log(zel::LogDiagnostic, __LINE__, leafReport(entries));
+    if (amdTopologyChannel().admits(zel::LogDiagnostic)) {
+        amdTopologyChannel().log(zel::LogDiagnostic, __LINE__, leafReport(entries));
     }
     number(entries);
-    if (channel().admits(zel::LogDiagnostic)) {
-        channel().log(zel::LogDiagnostic, __LINE__, mappingReport());
+    if (amdTopologyChannel().admits(zel::LogDiagnostic)) {
+        amdTopologyChannel().log(zel::LogDiagnostic, __LINE__, mappingReport());
     }
 }
 
@@ -142,7 +142,7 @@ void AMD_TopologyInfo::number(std::vector<AmdTopologyEntry>& entries) {
             if (tooMany.isEmpty()) { // made once, since every entry of a machine may get here
                 tooMany = "\nUnexpected condition: thread count exceeeded\n:" + leafReport(entries);
             }
-            channel().log(zel::LogFailure, __LINE__, tooMany);
+            amdTopologyChannel().log(zel::LogFailure, __LINE__, tooMany);
         } else {
             --remainingThreads;
             ++thread;

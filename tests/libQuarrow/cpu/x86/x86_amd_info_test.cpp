@@ -9,6 +9,7 @@
 
 using namespace libQuarrow::cpu;
 using testing_support::AmdProcessor;
+using testing_support::phenom;
 
 namespace {
 
@@ -19,7 +20,6 @@ struct AmdMachine : testing_support::OneProcessor {
 };
 
 constexpr std::uint32_t k8 = 0x40F12;
-constexpr std::uint32_t phenom = 0x100F42;
 constexpr std::uint32_t turion = 0x200F31;
 constexpr std::uint32_t llano = 0x300F10;
 constexpr std::uint32_t bobcat = 0x500F10;

@@ -20,8 +20,6 @@ namespace {
 static_assert(std::is_nothrow_move_constructible_v<x86_physical_cpu>, "lists of packages must not clone accessors");
 static_assert(std::is_nothrow_move_constructible_v<x86_cpu_core>);
 
-constexpr std::uint32_t phenom = 0x100F42;
-
 // A processor for each APIC ID, in packages of so many cores and threads.
 std::vector<AmdProcessor> processors(std::uint32_t signature, std::uint32_t cores, std::uint32_t threads,
                                      const std::vector<std::uint32_t>& apicIds) {

@@ -171,7 +171,7 @@ TEST(Features, OfProgramsAreKnown) {
                                   avx,
                                   avx2,
                                   f16c,
-                                  fma,
+                                  isa::fma, // <cmath> has another
                                   fma4,
                                   xop,
                                   avx_vnni,

@@ -9,9 +9,9 @@
 namespace libQuarrow::cpu {
 namespace {
 
-constexpr unsigned int processorsPerGroup = 64;
+constexpr unsigned int processorsPerWord = 64;
 constexpr std::size_t mostGroups = std::size_t{UINT16_MAX} + 1;
-constexpr unsigned int mostProcessors = mostGroups * processorsPerGroup;
+constexpr unsigned int mostProcessors = mostGroups * processorsPerWord;
 
 // Reads a number off the front of `text`.
 bool takeNumber(std::string_view& text, unsigned int& number) {
@@ -63,9 +63,9 @@ boost::optional<ProcessorSet> ProcessorSet::parseList(std::string_view text) {
 }
 
 void ProcessorSet::add(unsigned int processor) {
-    const std::size_t group = processor / processorsPerGroup;
+    const std::size_t group = processor / processorsPerWord;
     m_words.resize(std::max(m_words.size(), group + 1));
-    m_words[group] |= std::uint64_t{1} << (processor % processorsPerGroup);
+    m_words[group] |= std::uint64_t{1} << (processor % processorsPerWord);
 }
 
 std::vector<GroupAffinity> ProcessorSet::groups() const {

@@ -19,7 +19,7 @@ namespace {
 constexpr std::uint16_t northbridge3 = pci::PciAddress{0, 0x18, 3}.number();
 constexpr std::uint16_t northbridge4 = pci::PciAddress{0, 0x18, 4}.number();
 
-using Msrs = std::map<std::uint32_t, std::uint64_t>;
+using AmdMsrs = std::map<std::uint32_t, std::uint64_t>;
 
 TEST(AmdSpeed, comes_from_the_registers) {
     using Amd = AmdProcessor;
@@ -28,7 +28,7 @@ TEST(AmdSpeed, comes_from_the_registers) {
     struct {
         const char* what;
         os::RecordedProcessor processor;
-        Msrs msrs;
+        AmdMsrs msrs;
         const char* metrics;
     } cases[] = {
         // clang-format off
@@ -77,7 +77,7 @@ os::Recording machine(const char* name) {
 // Boost states stand before the base state, in as many registers as the northbridge says or the time-stamp counter
 // tells.
 TEST(AmdSpeed, finds_the_base_state_behind_the_boost_states) {
-    using Change = void (*)(os::Recording&, Msrs&);
+    using Change = void (*)(os::Recording&, AmdMsrs&);
     const struct {
         const char* what;
         const char* machine;
