@@ -72,10 +72,10 @@ fuzz:
 install: all
 	cmake --install build/release --prefix "$(PREFIX)" --strip
 
-# Debian packages, a ZIP archive for Windows and Python wheels for both, in build/packages/.
+# Debian packages, archives for Windows, Python wheels for both and the static tool for Linux, in build/packages/.
 package: all
 	@scripts/install-packages.sh test
-	$(call build,release,,wheel)
+	$(call build,release,,wheel quarrow_static)
 	$(call build,windows,,quarrow quarrow_c wheel)
 	@for preset in release windows; do \
 	    cpack --config build/$$preset/CPackConfig.cmake -B build/$$preset/packages >build/package.log \
@@ -83,6 +83,8 @@ package: all
 	done
 	@rm -rf build/packages && mkdir build/packages
 	@cp build/release/packages/*.deb build/windows/packages/*.zip build/*/packages/*.whl build/packages/
+	@scripts/archive-static-tool.sh build/release build/packages
+	@scripts/make-manifests.sh build/packages $(RELEASE_URL)
 	@ls -l build/packages
 
 # The reference documentation of the public headers, in build/release/docs/html/.

@@ -4,7 +4,8 @@ include(GNUInstallDirs)
 # quarrow_library(NAME <file name> ALIAS <alias> MACRO <prefix> HEADER <export header> [LINK <targets>]
 #                 [PRIVATE_LINK <targets>] PUBLIC <folders and headers> [PRIVATE <headers>] [WITHOUT <folders>])
 #
-# A shared library of the current folder, less the folders WITHOUT: its sources and those of os/<platform>, hidden visibility, an export header in
+# A library of the current folder, less the folders WITHOUT, shared unless BUILD_SHARED_LIBS is OFF: its sources and those of
+# os/<platform>, hidden visibility, an export header in
 # the build tree. The objects are a target of their own, <file name>_objects, which tests of internals link.
 #
 # PUBLIC are the folders whose headers are installed, less those that PRIVATE names, and single headers of other folders.
@@ -32,10 +33,21 @@ function(quarrow_library)
     quarrow_warnings(${ARG_NAME}_objects)
     quarrow_unity(${ARG_NAME}_objects)
 
-    add_library(${ARG_NAME} SHARED $<TARGET_OBJECTS:${ARG_NAME}_objects>)
+    set(kind SHARED)
+    if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+        set(kind STATIC)
+    endif()
+    add_library(${ARG_NAME} ${kind} $<TARGET_OBJECTS:${ARG_NAME}_objects>)
     add_library(Quarrow::${ARG_ALIAS} ALIAS ${ARG_NAME})
     generate_export_header(${ARG_NAME} BASE_NAME ${ARG_MACRO} EXPORT_FILE_NAME
         ${PROJECT_BINARY_DIR}/${ARG_HEADER})
+    if(kind STREQUAL "STATIC")
+        # Else the export header would import on Windows.
+        string(TOUPPER ${ARG_MACRO}_STATIC_DEFINE static)
+        target_compile_definitions(${ARG_NAME}_objects PUBLIC ${static})
+        target_compile_definitions(${ARG_NAME} PUBLIC ${static})
+        set_property(GLOBAL APPEND PROPERTY QUARROW_STATIC_DEFINITIONS ${static})
+    endif()
     target_include_directories(${ARG_NAME} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
@@ -43,8 +55,11 @@ function(quarrow_library)
     target_link_libraries(${ARG_NAME} PUBLIC ${ARG_LINK} Boost::headers PRIVATE ${CMAKE_DL_LIBS})
     set_target_properties(${ARG_NAME} PROPERTIES EXPORT_NAME ${ARG_ALIAS}
         OUTPUT_NAME "${ARG_NAME}" VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    if(kind STREQUAL "SHARED")
+        quarrow_resources(${ARG_NAME} "Quarrow: the library ${ARG_NAME}")
+    endif()
     # libzel.so and zel.dll, but libQuarrow.so and libQuarrow.dll.
-    if(WIN32 OR ARG_NAME MATCHES "^lib")
+    if((WIN32 AND kind STREQUAL "SHARED") OR ARG_NAME MATCHES "^lib")
         set_target_properties(${ARG_NAME} PROPERTIES PREFIX "")
     endif()
 

@@ -52,15 +52,29 @@ if(MINGW)
 else()
     third_party("GCC's run-time libraries" LICENCE "GPL 3 or later, with the GCC Runtime Library Exception 3.1"
                 PACKAGE libstdc++6 HOW "libstdc++ and libgcc are linked into the tool")
+    third_party("GNU C library" LICENCE "LGPL 2.1 or later" PACKAGE libc6
+                HOW "linked into the static tool, which is a file of its own; the others load the system's")
 endif()
 
 set(notice "Quarrow has no licence yet: that is for its owner to choose.\n\n")
 string(APPEND notice "What others wrote and is built in or comes along, with its licence:\n\n${third_party}${texts}")
 if(MINGW)
     file(WRITE ${PROJECT_BINARY_DIR}/THIRD-PARTY.txt "${notice}")
-    install(FILES ${PROJECT_BINARY_DIR}/THIRD-PARTY.txt DESTINATION . COMPONENT runtime)
+    install(FILES ${PROJECT_BINARY_DIR}/THIRD-PARTY.txt ${PROJECT_SOURCE_DIR}/packaging/windows/README.txt
+            DESTINATION . COMPONENT libraries)
 else()
     file(WRITE ${PROJECT_BINARY_DIR}/copyright "${notice}")
-    install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow COMPONENT runtime)
-    install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow-dev COMPONENT development)
+    # Debian's changelog has a form of its own.
+    quarrow_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md CHANGELOG.md.gz)
+    file(TIMESTAMP ${PROJECT_SOURCE_DIR}/CHANGELOG.md date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+    file(WRITE ${PROJECT_BINARY_DIR}/changelog "quarrow (${PROJECT_VERSION}) unstable; urgency=medium\n\n"
+        "  * CHANGELOG.md.gz, beside this file, tells what changed.\n\n"
+        " -- Quarrow maintainers <maintainers@quarrow.invalid>  ${date}\n")
+    quarrow_compressed(${PROJECT_BINARY_DIR}/changelog changelog.gz)
+    foreach(folder quarrow:tool libquarrow${PROJECT_VERSION_MAJOR}:libraries libquarrow-dev:development)
+        string(REGEX MATCH "^[^:]+" package ${folder})
+        string(REGEX MATCH "[^:]+$" component ${folder})
+        install(FILES ${PROJECT_BINARY_DIR}/copyright ${PROJECT_BINARY_DIR}/changelog.gz ${PROJECT_BINARY_DIR}/CHANGELOG.md.gz
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+    endforeach()
 endif()

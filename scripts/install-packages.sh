@@ -8,8 +8,8 @@ set -eu
 build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
     zlib1g-dev liblzma-dev libbz2-dev libpugixml-dev"
 clang="clang libclang-rt-14-dev"
-test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev file python3-jsonschema
-    chromium chromium-driver cpuid hwloc-nox sqlite3 $clang"
+test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev lintian file python3-jsonschema
+    python3-yaml chromium chromium-driver cpuid hwloc-nox sqlite3 $clang"
 # Another linker and archiver for Windows, and what the Python package is tested with.
 test="$test lld llvm python3-pytest python3-venv mypy"
 bench="libbenchmark-dev libhwloc-dev"

@@ -44,14 +44,14 @@ with_find_package() {
     echo "examples built with find_package and run: $root"
 }
 
-# with_pkg_config ROOT OPTION...: builds one by hand, with the options and those that pkg-config gives.
+# with_pkg_config ROOT OPTION...: builds one by hand, with the options and those that pkg-config gives ($static: --static).
 with_pkg_config() {
     root=$1
     shift
     export PKG_CONFIG_PATH="$root/lib/pkgconfig"
     # shellcheck disable=SC2046 # lists of words
-    "$compiler" -std=c++17 "$@" $(pkg-config --cflags quarrow) "$source/examples/watch_temperature.cpp" \
-        -o "$work/by_hand${suffix:-}" $(pkg-config --libs quarrow) -pthread || fail "pkg-config"
+    "$compiler" -std=c++17 "$@" $(pkg-config ${static:-} --cflags quarrow) "$source/examples/watch_temperature.cpp" \
+        -o "$work/by_hand${suffix:-}" $(pkg-config ${static:-} --libs quarrow) -pthread || fail "pkg-config"
     answers "package 0: 59 " ${run:+"$run"} "$work/by_hand${suffix:-}" "$source/tests/machines/intel-thermal.txt"
     echo "an example built with pkg-config and run: $root"
 }

@@ -37,7 +37,9 @@ echo "$(wc -l <"$work/headers") headers compile"
 
 # What others wrote is listed with its licence, whatever header of theirs a source of ours includes.
 notice=$root/share/doc/quarrow/copyright
-cmp "$notice" "$root/share/doc/quarrow-dev/copyright" || fail "the packages tell different licences"
+for package in "libquarrow${version%%.*}" libquarrow-dev; do
+    cmp "$notice" "$root/share/doc/$package/copyright" || fail "the packages tell different licences"
+done
 for folder in $(cd "$source" && grep -rhoE '#include <[a-zA-Z_0-9]+/' zel libKernelMode libQuarrow tools | sed 's/.*<//' | sort -u); do
     case $folder in
         zel/ | libKernelMode/ | pci/ | libQuarrow/ | tools/ | sys/ | linux/) ;;
@@ -49,7 +51,7 @@ done
 try() {
     answers "quarrow $version" "$1/bin/quarrow" --version
     answers "2 packages, 4 cores, 8 threads" "$1/bin/quarrow" --machine "$source/tests/machines/intel-2p-smt.txt"
-    for file in man/man1/quarrow.1 doc/quarrow/recordings.md bash-completion/completions/quarrow \
+    for file in man/man1/quarrow.1.gz doc/quarrow/recordings.md bash-completion/completions/quarrow \
         zsh/site-functions/_quarrow fish/vendor_completions.d/quarrow.fish; do
         [ -s "$1/share/$file" ] || fail "$1/share/$file is missing"
     done
@@ -64,19 +66,23 @@ cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >"$work/log" 2>&1 
 for package in "$work"/packages/*.deb; do
     dpkg -x "$package" "$work/unpacked"
 done
-runtime=$(echo "$work"/packages/quarrow_*.deb) development=$(echo "$work"/packages/quarrow-dev_*.deb)
-answers "libstdc++6" dpkg-deb -f "$runtime" Depends
+tool=$(echo "$work"/packages/quarrow_*.deb) libraries=$(echo "$work"/packages/libquarrow[0-9]*.deb)
+development=$(echo "$work"/packages/libquarrow-dev_*.deb)
+answers "libc6" dpkg-deb -f "$tool" Depends
+answers "libstdc++6" dpkg-deb -f "$libraries" Depends
 answers "libboost-dev" dpkg-deb -f "$development" Depends
-answers "quarrow (= " dpkg-deb -f "$development" Depends
-mkdir "$work/runtime"
-dpkg -x "$runtime" "$work/runtime"
-answers "quarrow $version" "$work/runtime/usr/bin/quarrow" --version
+answers "libquarrow${version%%.*} (= $version)" dpkg-deb -f "$development" Depends
+# Its libraries, to which nothing but the C library's belong, are within the tool.
+mkdir "$work/tool"
+dpkg -x "$tool" "$work/tool"
+answers "quarrow $version" "$work/tool/usr/bin/quarrow" --version
+lintian --allow-root --fail-on error "$tool" "$libraries" "$development" >"$work/log" 2>&1 || fail "lintian: $(cat "$work/log")"
 try "$work/unpacked/usr"
-[ -s "$work/runtime/usr/share/doc/quarrow/copyright" ] || fail "the package quarrow lacks its copyright file"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib with_pkg_config "$work/unpacked/usr"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib in_c "$work/unpacked/usr" cc
 
 # Part of another project: demands no GoogleTest and none of the tool's libraries, leaves output folders and warnings alone.
+# This one wants static libraries, and installs them.
 mkdir -p "$work/part"
 cat >"$work/part/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.22)
@@ -84,6 +90,8 @@ project(Part CXX)
 foreach(package GTest CLI11 nlohmann_json)
     set(CMAKE_DISABLE_FIND_PACKAGE_\${package} ON)
 endforeach()
+set(BUILD_SHARED_LIBS OFF)
+set(QUARROW_INSTALL ON)
 add_subdirectory($source quarrow)
 add_executable(part part.cpp)
 target_link_libraries(part PRIVATE Quarrow::zel)
@@ -95,9 +103,15 @@ int main(int, char**) { int unused; }
 EOF
 {
     cmake -S "$work/part" -B "$work/part/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
-        -DCMAKE_EXPORT_COMPILE_COMMANDS=ON && cmake --build "$work/part/build" --target part
+        -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON &&
+        cmake --build "$work/part/build" && cmake --install "$work/part/build" --prefix "$work/static"
 } >"$work/log" 2>&1 || fail "add_subdirectory: $(cat "$work/log")"
 "$work/part/build/part" || fail "add_subdirectory: the program does not run"
 ! grep -q -e -Werror "$work/part/build/compile_commands.json" || fail "add_subdirectory: our warnings are errors of others"
 [ ! -e "$work/part/build/bin" ] || fail "add_subdirectory: decides where things are built"
 echo "built as a part of another project"
+
+! find "$work/static" -name '*.so*' | grep . || fail "installs shared libraries where static ones were asked for"
+with_find_package "$work/static"
+static=--static with_pkg_config "$work/static"
+! readelf -d "$work/by_hand" | grep -i quarrow || fail "is linked with a shared library of ours"

@@ -12,13 +12,28 @@ rm -rf "$work"
 mkdir -p "$work/unpacked"
 
 cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >"$work/log" 2>&1 || fail "$(cat "$work/log")"
-cmake -E chdir "$work/unpacked" cmake -E tar xf "$work"/packages/*.zip
+# What users unpack is enough for the tool, and what developers unpack over it for the rest.
+users=$work/packages/quarrow-$version-windows-x86_64.zip
+cmake -E chdir "$work/unpacked" cmake -E tar xf "$users"
 root=$(echo "$work"/unpacked/quarrow-*)
+[ ! -d "$root/include" ] || fail "the archive for users has headers"
+[ -s "$root/README.txt" ] || fail "the archive for users has no README.txt"
 
 answers "quarrow $version" "$run" "$root/bin/quarrow.exe" --version
 answers "2 packages, 4 cores, 8 threads" "$run" "$root/bin/quarrow.exe" --machine "$source/tests/machines/intel-2p-smt.txt"
 
 grep -q "#include <fmt/" "$root/THIRD-PARTY.txt" || fail "the archive lacks the licences of what it is built with"
+
+# What Windows shows of a binary, and the manifest by which the tool takes any path and any letter.
+for binary in "$root"/bin/quarrow.exe "$root"/bin/libQuarrow.dll "$root"/bin/zel.dll; do
+    strings -el "$binary" | grep -A1 '^ProductVersion$' | grep -qx "$version" || fail "$binary does not tell its version"
+done
+for setting in 'activeCodePage .*>UTF-8<' 'longPathAware .*>true<'; do
+    strings "$root/bin/quarrow.exe" | grep -q "$setting" || fail "the manifest of quarrow.exe lacks $setting"
+done
+
+cmake -E chdir "$work/unpacked" cmake -E tar xf "${users%.zip}-dev.zip"
+[ "$(echo "$work"/unpacked/*)" = "$root" ] || fail "the archives unpack into folders of different names"
 
 # The Boost headers are the programmer's own; here those that the build uses. WINEPATH is where DLLs are looked for.
 WINEPATH=$(echo "Z:$root/bin" | tr / '\134')
@@ -27,3 +42,15 @@ with_find_package "$root" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cm
     -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
 with_pkg_config "$root" -isystem "$build/dependencies"
 in_c "$root" x86_64-w64-mingw32-gcc-posix
+
+# The same with static libraries: of ours no DLL is needed.
+{
+    cmake -S "$source" -B "$work/static_build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
+        -DBUILD_SHARED_LIBS=OFF -DQUARROW_BUILD_TOOL=OFF -DQUARROW_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=ON \
+        -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 && cmake --build "$work/static_build" &&
+        cmake --install "$work/static_build" --prefix "$work/static"
+} >"$work/log" 2>&1 || fail "BUILD_SHARED_LIBS=OFF: $(cat "$work/log")"
+rm "$root"/bin/zel.dll "$root"/bin/lib[KQ]*.dll
+with_find_package "$work/static" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
+    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
+static=--static with_pkg_config "$work/static" -isystem "$build/dependencies"
