@@ -111,7 +111,8 @@ EOF
 [ ! -e "$work/part/build/bin" ] || fail "add_subdirectory: decides where things are built"
 echo "built as a part of another project"
 
-! find "$work/static" -name '*.so*' | grep . || fail "installs shared libraries where static ones were asked for"
+# The C interface is one shared library whatever the others are.
+! find "$work/static" -name '*.so*' ! -name 'libquarrow_c.so*' | grep . || fail "installs shared libraries where static ones were asked for"
 with_find_package "$work/static"
 static=--static with_pkg_config "$work/static"
 ! readelf -d "$work/by_hand" | grep -i quarrow || fail "is linked with a shared library of ours"

@@ -197,9 +197,10 @@ std::uint16_t ProcessorLeaves::ownersOf(std::uint32_t leaf) const {
     const std::uint32_t range = leaf - leaf % leavesOfHypervisor;
     const CpuidAnswer* first = find(range);
     const CpuidAnswer* interface = find(range + 1);
-    std::uint32_t owners = first != nullptr ? ownerSigned(hypervisorOwners, signatureOf(*first, {R::ebx, R::ecx, R::edx}),
-                                                          cpu::otherHypervisorOwner)
-                                            : std::uint16_t{cpu::otherHypervisorOwner};
+    std::uint32_t owners =
+        first != nullptr
+            ? ownerSigned(hypervisorOwners, signatureOf(*first, {R::ebx, R::ecx, R::edx}), cpu::otherHypervisorOwner)
+            : std::uint16_t{cpu::otherHypervisorOwner};
     if (interface != nullptr && interface->eax == hyperVInterface) {
         owners |= cpu::hyperVOwner;
     }
