@@ -23,13 +23,15 @@ std::shared_mutex& c::currentMachineMutex() {
 namespace {
 
 topology::TopologyRequest requestOf(std::uint32_t take) {
-    if ((take & ~std::uint32_t{QUARROW_MOVE_PROCESS | QUARROW_WITH_SPEEDS | QUARROW_WITH_LIMITS}) != 0) {
+    if ((take & ~std::uint32_t{QUARROW_MOVE_PROCESS | QUARROW_WITH_SPEEDS | QUARROW_WITH_LIMITS |
+                               QUARROW_WITH_MICROCODE}) != 0) {
         throw Failure(QUARROW_ERROR_ARGUMENT, "there is no such way to take a machine; see enum quarrow_take");
     }
     topology::TopologyRequest request;
     request.useThreadAffinity = (take & QUARROW_MOVE_PROCESS) == 0;
     request.speeds = (take & QUARROW_WITH_SPEEDS) != 0;
     request.limits = (take & QUARROW_WITH_LIMITS) != 0;
+    request.microcode = (take & QUARROW_WITH_MICROCODE) != 0;
     return request;
 }
 

@@ -173,6 +173,13 @@ quarrow_processor factsOf(const topology::Processor& processor, const ProcessorT
     facts.level = identity.level.value_or(0);
     facts.hypervisor_interface = identity.hypervisor ? orNone(identity.hypervisor->interface) : QUARROW_NONE;
     facts.cache_count = static_cast<std::uint32_t>(processor.caches.size());
+    facts.microcode = orNone(processor.microcode);
+    if (identity.avx10) {
+        facts.avx10_version = identity.avx10->version;
+        for (const std::uint32_t bits : identity.avx10->vectorBits) {
+            facts.avx10_vector_bits += bits;
+        }
+    }
     facts.name = texts.name.c_str();
     facts.vendor = identity.vendor.c_str();
     facts.brand = identity.brand.c_str();

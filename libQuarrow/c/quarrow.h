@@ -88,9 +88,10 @@ typedef struct quarrow_machine quarrow_machine;
 
 /* How a machine is taken: a sum of these, or 0. */
 enum quarrow_take {
-    QUARROW_MOVE_PROCESS = 1, /* visit the processors by moving the whole process instead of the calling thread */
-    QUARROW_WITH_SPEEDS = 2,  /* with what quarrow_processor_speed() tells: 25 milliseconds more for each processor */
-    QUARROW_WITH_LIMITS = 4   /* with what quarrow_processor_limits() tells */
+    QUARROW_MOVE_PROCESS = 1,  /* visit the processors by moving the whole process instead of the calling thread */
+    QUARROW_WITH_SPEEDS = 2,   /* with what quarrow_processor_speed() tells: 25 milliseconds more for each processor */
+    QUARROW_WITH_LIMITS = 4,   /* with what quarrow_processor_limits() tells */
+    QUARROW_WITH_MICROCODE = 8 /* with the revision of the microcode: some 2 microseconds more for each processor */
 };
 
 /* The machine that the program runs on. Moves the thread (or process) to each logical processor in turn and back, once,
@@ -173,14 +174,18 @@ typedef struct quarrow_processor {
     uint32_t level;                 /* x86-64 level of what programs can use, 1 to 4; 0 below the first */
     uint32_t hypervisor_interface;  /* leaf 0x40000001 EAX, or QUARROW_NONE */
     uint32_t cache_count;           /* how many quarrow_processor_cache() has */
-    const char* name;               /* what to call it: the brand, else maker and signature; fit to be printed */
-    const char* vendor;             /* leaf 0: "GenuineIntel" */
-    const char* brand;              /* leaves 0x80000002 to 4 as they stand; may be empty */
-    const char* microarchitecture;  /* of this kind of core: "Golden Cove"; NULL where no public source tells */
-    const char* codename;           /* of the product: "Alder Lake"; likewise */
-    const char* process;            /* "Intel 7"; likewise */
-    const char* hypervisor;         /* that it says it runs under, "KVMKVMKVM"; may be empty; NULL without one */
-    const char* hypervisor_name;    /* "KVM"; NULL for an unknown one */
+    uint32_t microcode;             /* its revision; QUARROW_NONE where untold or without QUARROW_WITH_MICROCODE */
+    uint32_t avx10_version;         /* 0 without AVX10 */
+    uint32_t avx10_vector_bits;     /* the sum of 128, 256 and 512 as far as AVX10 has vectors of them */
+    uint32_t reserved;
+    const char* name;              /* what to call it: the brand, else maker and signature; fit to be printed */
+    const char* vendor;            /* leaf 0: "GenuineIntel" */
+    const char* brand;             /* leaves 0x80000002 to 4 as they stand; may be empty */
+    const char* microarchitecture; /* of this kind of core: "Golden Cove"; NULL where no public source tells */
+    const char* codename;          /* of the product: "Alder Lake"; likewise */
+    const char* process;           /* "Intel 7"; likewise */
+    const char* hypervisor;        /* that it says it runs under, "KVMKVMKVM"; may be empty; NULL without one */
+    const char* hypervisor_name;   /* "KVM"; NULL for an unknown one */
 } quarrow_processor;
 
 /* The processor at that index, below quarrow_machine_count(machine, QUARROW_PROCESSORS). Its texts last as long as the

@@ -98,6 +98,10 @@ void expectSame(const quarrow_machine* c, const topology::Processor& processor, 
     EXPECT_EQ(known(facts.core_type), identity.coreType);
     EXPECT_EQ(known(facts.physical_address_bits), identity.physicalAddressBits);
     EXPECT_EQ(known(facts.linear_address_bits), identity.linearAddressBits);
+    EXPECT_EQ(known(facts.microcode), processor.microcode);
+    EXPECT_EQ(facts.avx10_version, identity.avx10 ? identity.avx10->version : 0);
+    EXPECT_EQ((facts.avx10_vector_bits & 512) != 0,
+              identity.avx10 && !identity.avx10->vectorBits.empty() && identity.avx10->vectorBits.back() == 512);
     EXPECT_EQ(facts.level, identity.level.value_or(0));
     EXPECT_EQ(textOf(facts.vendor), identity.vendor);
     EXPECT_EQ(textOf(facts.brand), identity.brand.c_str());
@@ -216,12 +220,14 @@ void expectSame(const quarrow_machine* c, const topology::Topology& machine) {
 TEST(CInterface, SaysOfEveryMachineWhatTheLibrarySays) {
     for (const std::string& file : allMachines()) {
         SCOPED_TRACE(file);
-        const Owned<quarrow_machine> c(quarrow_machine_load(file.c_str(), 0));
+        const Owned<quarrow_machine> c(quarrow_machine_load(file.c_str(), QUARROW_WITH_MICROCODE));
         ASSERT_NE(c, nullptr) << quarrow_error_text();
         os::RecordingError error;
         os::RecordedMachine machine(os::readRecording(file, error).value());
         const os::ScopedMachine scope(machine);
-        expectSame(c.get(), topology::Topology::read().value());
+        topology::TopologyRequest request;
+        request.microcode = true;
+        expectSame(c.get(), topology::Topology::read(request).value());
     }
 }
 
@@ -399,7 +405,7 @@ TEST(CInterface, RefusesBadArguments) {
     const std::function<bool()> calls[] = {
         [] { return quarrow_machine_native(0x80) == nullptr; },
         [] { return quarrow_machine_load(nullptr, 0) == nullptr; },
-        [] { return quarrow_machine_load(machineFile("intel-2p-smt.txt").c_str(), 8) == nullptr; },
+        [] { return quarrow_machine_load(machineFile("intel-2p-smt.txt").c_str(), 16) == nullptr; },
         [] { return quarrow_machine_parse(nullptr, 0, nullptr, 0) == nullptr; },
         [] { return quarrow_machine_is_recorded(nullptr) == 0; },
         [] { return quarrow_machine_json(nullptr) == nullptr; },

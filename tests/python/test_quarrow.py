@@ -82,7 +82,7 @@ def check_document(machine: quarrow.Machine, document: dict) -> None:  # type: i
         names.update(physicalAddressBits="physical_address_bits", linearAddressBits="linear_address_bits")
         for field in (
             "logicalCpuNumber apicId package die complex module core thread numaNode kind vendor family model stepping "
-            "signature microarchitecture codename process level physicalAddressBits linearAddressBits"
+            "signature microcode microarchitecture codename process level physicalAddressBits linearAddressBits"
         ).split():
             assert getattr(processor, names.get(field, field)) == told_of[field], field
         assert processor.features == set(told_of["features"])
@@ -109,13 +109,13 @@ def check_document(machine: quarrow.Machine, document: dict) -> None:  # type: i
 
 @pytest.mark.parametrize("file", OWN_MACHINES, ids=[path.stem for path in OWN_MACHINES])
 def test_a_machine_says_what_the_document_says(file: pathlib.Path) -> None:
-    machine = quarrow.Machine.load(file)
+    machine = quarrow.Machine.load(file, microcode=True)
     assert machine.is_recorded
     check_document(machine, json.loads(told("--machine", str(file), "--json", "tree")))
 
 
 def test_this_machine() -> None:
-    machine = quarrow.Machine.native()
+    machine = quarrow.Machine.native(microcode=True)
     assert not machine.is_recorded
     check_document(machine, json.loads(told("--json", "tree")))
     again = quarrow.Machine.loads(machine.record(), "again")

@@ -47,7 +47,7 @@ class ProcessorFacts(ctypes.Structure):
         for name in (
             "number group bit apic_id package die complex module core thread numa_node kind family model stepping "
             "signature brand_index package_type max_leaf max_extended_leaf core_type physical_address_bits "
-            "linear_address_bits level hypervisor_interface cache_count"
+            "linear_address_bits level hypervisor_interface cache_count microcode avx10_version avx10_vector_bits reserved"
         ).split()
     ] + [
         (name, _text)

@@ -14,7 +14,7 @@ from . import _library
 from ._cpuset import CpuSet, CpuSetLike, _cpu_set
 from ._library import NONE, NONE64, Error, ErrorCode, asked, done, encoded, filled, library, made, taken
 
-_MOVE_PROCESS, _WITH_SPEEDS, _WITH_LIMITS = 1, 2, 4
+_MOVE_PROCESS, _WITH_SPEEDS, _WITH_LIMITS, _WITH_MICROCODE = 1, 2, 4, 8
 (
     _PACKAGES,
     _DIES,
@@ -162,6 +162,9 @@ class Processor:
     physical_address_bits: Optional[int]
     linear_address_bits: Optional[int]
     level: Optional[int]  # x86-64 level of what programs can use, 1 to 4
+    microcode: Optional[int]  # revision; None where the machine was taken without
+    avx10_version: Optional[int]
+    avx10_vector_bits: Tuple[int, ...]
     name: str
     vendor: str
     brand: str
@@ -270,26 +273,47 @@ class Machine:
         weakref.finalize(self, library.quarrow_machine_free, self._handle)
 
     @staticmethod
-    def _take(move_process: bool, speeds: bool, limits: bool) -> int:
-        return _MOVE_PROCESS * move_process | _WITH_SPEEDS * speeds | _WITH_LIMITS * limits
+    def _take(move_process: bool, speeds: bool, limits: bool, microcode: bool) -> int:
+        return (
+            _MOVE_PROCESS * move_process
+            | _WITH_SPEEDS * speeds
+            | _WITH_LIMITS * limits
+            | _WITH_MICROCODE * microcode
+        )
 
     @classmethod
-    def native(cls, *, move_process: bool = False, speeds: bool = False, limits: bool = False) -> Machine:
+    def native(
+        cls, *, move_process: bool = False, speeds: bool = False, limits: bool = False, microcode: bool = False
+    ) -> Machine:
         """The machine that this runs on. Moves the thread (or the process) to each processor once, and back."""
-        return cls(library.quarrow_machine_native(cls._take(move_process, speeds, limits)))
+        return cls(library.quarrow_machine_native(cls._take(move_process, speeds, limits, microcode)))
 
     @classmethod
-    def load(cls, path: Union[str, os.PathLike[str]], *, speeds: bool = False, limits: bool = False) -> Machine:
+    def load(
+        cls,
+        path: Union[str, os.PathLike[str]],
+        *,
+        speeds: bool = False,
+        limits: bool = False,
+        microcode: bool = False,
+    ) -> Machine:
         """A machine from a recording or a public CPUID dump; ``-`` is standard input."""
-        return cls(library.quarrow_machine_load(encoded(os.fspath(path)), cls._take(False, speeds, limits)))
+        take = cls._take(False, speeds, limits, microcode)
+        return cls(library.quarrow_machine_load(encoded(os.fspath(path)), take))
 
     @classmethod
     def loads(
-        cls, data: Union[bytes, str], name: str = "memory", *, speeds: bool = False, limits: bool = False
+        cls,
+        data: Union[bytes, str],
+        name: str = "memory",
+        *,
+        speeds: bool = False,
+        limits: bool = False,
+        microcode: bool = False,
     ) -> Machine:
         """The same from the content of such a file."""
         content = data.encode() if isinstance(data, str) else bytes(data)
-        take = cls._take(False, speeds, limits)
+        take = cls._take(False, speeds, limits, microcode)
         return cls(library.quarrow_machine_parse(content, len(content), encoded(name), take))
 
     @property
@@ -351,6 +375,9 @@ class Machine:
             physical_address_bits=_known(facts.physical_address_bits),
             linear_address_bits=_known(facts.linear_address_bits),
             level=facts.level or None,
+            microcode=_known(facts.microcode),
+            avx10_version=facts.avx10_version or None,
+            avx10_vector_bits=tuple(bits for bits in (128, 256, 512) if facts.avx10_vector_bits & bits),
             name=facts.name.decode(errors="replace"),
             vendor=facts.vendor.decode(errors="replace"),
             brand=facts.brand.decode(errors="replace"),
