@@ -26,7 +26,7 @@ case $library in
     *)
         nm -D --defined-only "$library" | sed -n 's/.* T \([^@]*\).*/\1/p' | sort >"$folder/exported"
         needed=$(nm -D --defined-only "$library" | grep -vE ' T quarrow_| A QUARROW_' || true)
-        needed=$needed$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -vE '^(libc|libm|ld-linux-x86-64|libdl|libpthread)\.so' || true)
+        needed=$needed$(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -vE '^(libc|libm|libz|liblzma|libbz2|ld-linux-x86-64|libdl|libpthread)\.so' || true)
         ;;
 esac
 same "what $library exports" "$folder/exported"
