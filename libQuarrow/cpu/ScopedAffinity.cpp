@@ -1,12 +1,21 @@
 #include <libQuarrow/cpu/ScopedAffinity.h>
 
+#include <utility>
+
 namespace libQuarrow::cpu {
+namespace {
+
+AffinityMask affinityInForce(bool thread, bool& valid) {
+    auto inForce = thread ? AffinityMask::threadAffinityMask() : AffinityMask::processAffinityMask();
+    valid = inForce.has_value();
+    return valid ? std::move(*inForce) : AffinityMask();
+}
+
+} // namespace
 
 ScopedAffinity::ScopedAffinity(const AffinityMask& mask, bool thread)
-    : m_threadScope(thread), m_savedValid(false), m_applied(false), m_target(mask) {
-    m_savedValid =
-        thread ? AffinityMask::getThreadAffinityMask(m_saved) : AffinityMask::getProcessAffinityMask(m_saved);
-}
+    : m_threadScope(thread), m_savedValid(false), m_applied(false), m_saved(affinityInForce(thread, m_savedValid)),
+      m_target(mask) {}
 
 ScopedAffinity::~ScopedAffinity() {
     restore();

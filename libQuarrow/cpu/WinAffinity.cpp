@@ -12,10 +12,6 @@ namespace {
 
 constexpr unsigned int processorsPerGroup = 64;
 
-bool hasBit(std::uint64_t mask, unsigned int bit) {
-    return ((mask >> bit) & 1) != 0;
-}
-
 bool inOrder(const GroupAffinity& a, const GroupAffinity& b) {
     return a.group < b.group;
 }
@@ -111,10 +107,8 @@ std::vector<WinAffinity> WinAffinity::split(SplitType type) const {
     } else if (type == PerLogicalCpu) {
         parts.reserve(logicalCpuCount());
         for (const GroupAffinity& entry : m_groups) {
-            for (unsigned int bit = 0; bit < processorsPerGroup; ++bit) {
-                if (hasBit(entry.mask, bit)) {
-                    parts.push_back(WinAffinity(std::vector{GroupAffinity(entry.group, std::uint64_t{1} << bit)}));
-                }
+            for (std::uint64_t rest = entry.mask; rest != 0; rest &= rest - 1) {
+                parts.push_back(WinAffinity(std::vector{GroupAffinity(entry.group, rest & (~rest + 1))}));
             }
         }
     }

@@ -147,7 +147,7 @@ void x86_cpu::getTopologyInfo(CpuidReader& cpuid, const LogicalCpuNumbers& numbe
     processor.maxCpuid = m_maxCpuid;
     processor.maxExtendedCpuid = m_maxExtendedCpuid;
     processor.logicalCpuNumber = m_logicalCpuNumber;
-    processor.affinity = m_affinity.getAffinityData();
+    processor.affinity = &m_affinity.getAffinityData();
     processor.system = numbers.system() ? &*numbers.system() : nullptr;
     const auto readMsr = [this](std::uint32_t msr, std::uint64_t& value) {
         return x86_inst::callRDMSR(msr, value, &m_affinity);

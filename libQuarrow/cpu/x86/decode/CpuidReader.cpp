@@ -18,20 +18,24 @@ cpuid_args executeCpuid(cpuid_args registers) {
     return registers;
 }
 
+LiveCpuidReader::LiveCpuidReader() : m_instructions(os::currentMachine().instructions()) {}
+
 cpuid_args LiveCpuidReader::read(std::uint32_t leaf, std::uint32_t subleaf) {
-    return executeCpuid({leaf, 0, subleaf, 0});
+    cpuid_args registers{leaf, 0, subleaf, 0};
+    m_instructions.cpuid(registers);
+    return registers;
 }
 
 std::uint64_t LiveCpuidReader::xcr0() {
-    return os::currentMachine().instructions().xgetbv(0);
+    return m_instructions.xgetbv(0);
 }
 
 bool LiveCpuidReader::hasCpuid() {
-    return os::currentMachine().instructions().cpuidBitToggles();
+    return m_instructions.cpuidBitToggles();
 }
 
-RememberingCpuidReader::Answer* RememberingCpuidReader::remembered(std::uint32_t leaf, std::uint32_t subleaf) {
-    for (Answer& answer : m_read) {
+const CpuidAnswers::Leaf* RememberingCpuidReader::remembered(std::uint32_t leaf, std::uint32_t subleaf) const {
+    for (const CpuidAnswers::Leaf& answer : m_answers.leaves) {
         if (answer.leaf == leaf && answer.subleaf == subleaf) {
             return &answer;
         }
@@ -40,25 +44,33 @@ RememberingCpuidReader::Answer* RememberingCpuidReader::remembered(std::uint32_t
 }
 
 cpuid_args RememberingCpuidReader::read(std::uint32_t leaf, std::uint32_t subleaf) {
-    if (const Answer* known = remembered(leaf, subleaf)) {
+    if (const CpuidAnswers::Leaf* known = remembered(leaf, subleaf)) {
         return known->registers; // zeros where ask() was refused it
     }
-    m_read.push_back({leaf, subleaf, m_source.read(leaf, subleaf), true});
-    return m_read.back().registers;
+    const cpuid_args registers = m_source.read(leaf, subleaf);
+    m_answers.leaves.push_back({leaf, subleaf, registers, true});
+    return registers;
 }
 
 bool RememberingCpuidReader::ask(std::uint32_t leaf, std::uint32_t subleaf, cpuid_args& answer) {
-    const Answer* known = remembered(leaf, subleaf);
+    const CpuidAnswers::Leaf* known = remembered(leaf, subleaf);
     if (known == nullptr) {
         cpuid_args registers;
         const bool there = m_source.ask(leaf, subleaf, registers);
-        m_read.push_back({leaf, subleaf, registers, there});
-        known = &m_read.back();
+        m_answers.leaves.push_back({leaf, subleaf, registers, there});
+        known = &m_answers.leaves.back();
     }
     if (known->there) {
         answer = known->registers;
     }
     return known->there;
+}
+
+std::uint64_t RememberingCpuidReader::xcr0() {
+    if (!m_answers.xcr0) {
+        m_answers.xcr0 = m_source.xcr0();
+    }
+    return *m_answers.xcr0;
 }
 
 } // namespace libQuarrow::cpu

@@ -2,10 +2,16 @@
 
 #include <libQuarrow/machine/cpuid_args.h>
 
-#include <vector>
+#include <boost/container/small_vector.hpp>
+
+#include <optional>
 
 // Private to the library: where decoders read a processor from. Whatever turns register values into facts takes one of
 // these and nothing else, so that the same code serves live processors, recordings and three literal leaves in a test.
+
+namespace libQuarrow::os {
+class Instructions;
+}
 
 namespace libQuarrow::cpu {
 
@@ -23,39 +29,67 @@ class CpuidReader {
     virtual bool hasCpuid() = 0;
 };
 
-// Executes CPUID, with all four registers loaded, on the processor that the calling thread is on. There is no other
-// place that does.
+// Executes CPUID, with all four registers loaded, on the processor that the calling thread is on.
 cpuid_args executeCpuid(cpuid_args registers);
 
-// Executes each read on the processor that the calling thread is on.
+// Executes each read on the processor that the calling thread is on, of the machine that was current when the reader
+// was made. No other place but executeCpuid() executes CPUID.
 class LiveCpuidReader : public CpuidReader {
   public:
+    LiveCpuidReader();
     cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override;
     std::uint64_t xcr0() override;
     bool hasCpuid() override;
-};
-
-// Reads each leaf and sub-leaf of another reader once and answers from memory from then on.
-class RememberingCpuidReader : public CpuidReader {
-  public:
-    explicit RememberingCpuidReader(CpuidReader& source) : m_source(source) { m_read.reserve(32); }
-
-    cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override;
-    bool ask(std::uint32_t leaf, std::uint32_t subleaf, cpuid_args& answer) override;
-    std::uint64_t xcr0() override { return m_source.xcr0(); }
-    bool hasCpuid() override { return m_source.hasCpuid(); }
 
   private:
-    struct Answer {
+    os::Instructions& m_instructions;
+};
+
+// What a processor answered.
+struct CpuidAnswers {
+    struct Leaf {
         std::uint32_t leaf;
         std::uint32_t subleaf;
         cpuid_args registers;
         bool there; // what ask() said
     };
-    Answer* remembered(std::uint32_t leaf, std::uint32_t subleaf);
+    // In the order of reading. As many as are usual lie in the object itself: one visit of a processor is too short for
+    // an allocation.
+    boost::container::small_vector<Leaf, 32> leaves;
+    std::optional<std::uint64_t> xcr0; // none until it was read
+};
+
+// Reads each leaf and sub-leaf of another reader once and answers from memory from then on.
+class RememberingCpuidReader : public CpuidReader {
+  public:
+    explicit RememberingCpuidReader(CpuidReader& source) : m_source(source) {}
+
+    cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf = 0) override;
+    bool ask(std::uint32_t leaf, std::uint32_t subleaf, cpuid_args& answer) override;
+    std::uint64_t xcr0() override;
+    bool hasCpuid() override { return m_source.hasCpuid(); }
+
+    const CpuidAnswers& answers() const { return m_answers; }
+    // Reads what was read of another processor, in that order, up to the first answer that is not `alike` (of a leaf
+    // number and the registers of both). False when there is one. Before anything else is read; leaves that ask() was
+    // refused are not for it.
+    template <class Alike>
+    bool readLike(const CpuidAnswers& other, Alike alike) {
+        for (const CpuidAnswers::Leaf& expected : other.leaves) {
+            const cpuid_args registers = m_source.read(expected.leaf, expected.subleaf);
+            m_answers.leaves.push_back({expected.leaf, expected.subleaf, registers, true});
+            if (!alike(expected.leaf, expected.registers, registers)) {
+                return false;
+            }
+        }
+        return !other.xcr0 || xcr0() == *other.xcr0;
+    }
+
+  private:
+    const CpuidAnswers::Leaf* remembered(std::uint32_t leaf, std::uint32_t subleaf) const;
 
     CpuidReader& m_source;
-    std::vector<Answer> m_read; // in the order of reading: there are about twenty
+    CpuidAnswers m_answers;
 };
 
 } // namespace libQuarrow::cpu

@@ -258,7 +258,9 @@ bool x86_topology::getTopologyInfoAMD_FixedLayout() {
 bool x86_topology::getTopologyInfoAMD_Table() {
     channel().log(zel::LogDiagnostic, __LINE__, "Topology Leaf Info Supported");
     const AmdTopologyEntry* entry =
-        AMD_TopologyInfo::get(m_cpuid, m_processor.system).find(m_processor.affinity.toString());
+        m_processor.affinity == nullptr
+            ? nullptr
+            : AMD_TopologyInfo::get(m_cpuid, m_processor.system).find(m_processor.affinity->toString());
     m_facts.location = x86_cpu_location();
     if (entry == nullptr || !entry->socket || !entry->thread) {
         channel().log(zel::LogDiagnostic, __LINE__, "Failed to use topology leafs to determine CPU topology.");

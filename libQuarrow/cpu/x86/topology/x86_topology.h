@@ -46,7 +46,7 @@ class x86_topology {
         std::uint32_t maxCpuid = 0;
         std::uint32_t maxExtendedCpuid = 0;
         std::uint32_t logicalCpuNumber = 0;
-        WinAffinity affinity; // selects exactly this processor
+        const WinAffinity* affinity = nullptr; // selects exactly this processor; needed of AMD's later models alone
         // All of the machine's, as read before the thread was pinned to this one. Null where that is not known.
         const std::vector<GroupAffinity>* system = nullptr;
     };

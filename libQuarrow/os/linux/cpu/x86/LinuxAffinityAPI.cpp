@@ -48,7 +48,7 @@ bool doneOrEnded(int error) {
 bool LinuxAffinityAPI::setProcessAffinity(const WinAffinity& affinity) {
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_threads.empty() && m_process.found().is(affinity.groups())) {
+        if (m_process != nullptr && m_process->whole.found().is(affinity.groups())) {
             return putBackProcess();
         }
     }
@@ -83,16 +83,17 @@ bool LinuxAffinityAPI::putBack(ThreadAffinities& threads) noexcept {
 }
 
 bool LinuxAffinityAPI::putBackProcess() noexcept {
-    bool done = putBack(m_threads);
+    Process& process = *m_process;
+    bool done = putBack(process.threads);
     // Then those started since. Which ones were visited is not noted, as that takes memory: passes that move none are
     // the last.
     unsigned int quiet = 0;
     for (unsigned int pass = 0; pass < mostPasses; ++pass) {
         bool moved = false;
         const auto giveWhole = [&](pid_t thread) {
-            if (m_threads.count(thread) == 0 && !m_process.holds(thread)) {
-                done = doneOrEnded(m_process.putBack(thread)) && done;
-                moved = moved || m_process.holds(thread); // not in a narrower cpuset, which holds less for good
+            if (process.threads.count(thread) == 0 && !process.whole.holds(thread)) {
+                done = doneOrEnded(process.whole.putBack(thread)) && done;
+                moved = moved || process.whole.holds(thread); // not in a narrower cpuset, which holds less for good
             }
             return true;
         };
@@ -181,10 +182,9 @@ boost::optional<std::vector<GroupAffinity>> LinuxAffinityAPI::processAffinity() 
     if (!done) {
         return boost::none;
     }
-    ThreadAffinity process(std::move(all));
-    auto groups = process.found().groups();
+    auto process = std::make_unique<Process>(Process{std::move(threads), ThreadAffinity(std::move(all))});
+    auto groups = process->whole.found().groups();
     const std::lock_guard lock(m_mutex);
-    m_threads = std::move(threads);
     m_process = std::move(process);
     return groups;
 }

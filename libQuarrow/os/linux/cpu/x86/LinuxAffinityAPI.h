@@ -4,6 +4,7 @@
 #include <libQuarrow/os/linux/cpu/x86/ThreadAffinity.h>
 
 #include <map>
+#include <memory>
 #include <mutex>
 
 namespace libQuarrow::cpu {
@@ -46,10 +47,13 @@ class LinuxAffinityAPI final : public AffinityAPI {
     bool putBackProcess() noexcept;
 
     const char* const m_cpuFolder;
+    struct Process {
+        ThreadAffinities threads;
+        ThreadAffinity whole; // all of them together
+    };
     std::mutex m_mutex; // guards what was read last
     ThreadAffinity m_thread;
-    ThreadAffinities m_threads; // of the process
-    ThreadAffinity m_process;   // all of them together
+    std::unique_ptr<Process> m_process; // null until it was read
 };
 
 } // namespace libQuarrow::cpu
