@@ -129,8 +129,11 @@ ProcessorSet ProcessorSet::operator|(const ProcessorSet& other) const {
 
 ProcessorSet ProcessorSet::operator&(const ProcessorSet& other) const {
     ProcessorSet both;
-    auto a = m_ranges.begin();
-    auto b = other.m_ranges.begin();
+    if (empty() || other.empty()) {
+        return both;
+    }
+    auto a = reaching(m_ranges, other.m_ranges.front().first);
+    auto b = reaching(other.m_ranges, m_ranges.front().first);
     while (a != m_ranges.end() && b != other.m_ranges.end()) {
         both.insert(Range{std::max(a->first, b->first), std::min(a->last, b->last)});
         (a->last < b->last ? a : b)++;

@@ -5,6 +5,15 @@
 #include <algorithm>
 
 namespace libQuarrow::topology {
+namespace {
+
+// The first processor of that number or a higher one.
+std::vector<Processor>::const_iterator firstFrom(const std::vector<Processor>& processors, std::uint32_t number) {
+    return std::lower_bound(processors.begin(), processors.end(), number,
+                            [](const Processor& processor, std::uint32_t n) { return processor.number < n; });
+}
+
+} // namespace
 
 std::optional<Topology> Topology::read(bool useThreadAffinity) {
     TopologyRequest request;
@@ -17,9 +26,7 @@ std::optional<Topology> Topology::read(const TopologyRequest& request) {
 }
 
 const Processor* Topology::find(std::uint32_t number) const {
-    const auto found =
-        std::lower_bound(m_processors.begin(), m_processors.end(), number,
-                         [](const Processor& processor, std::uint32_t n) { return processor.number < n; });
+    const auto found = firstFrom(m_processors, number);
     return found != m_processors.end() && found->number == number ? &*found : nullptr;
 }
 
@@ -66,12 +73,15 @@ std::optional<ProcessorSet> Topology::sharingCache(std::uint32_t number, std::ui
 }
 
 ProcessorSet Topology::oneThreadPerCore(const ProcessorSet& processors) const {
+    // By what is asked for and not by what the machine has: a tree of it asks for each core.
     ProcessorSet set;
-    std::vector<bool> taken(m_cores.size());
-    for (const Processor& processor : m_processors) {
-        if (!taken[processor.core] && processors.contains(processor.number)) {
-            taken[processor.core] = true;
-            set.insert(processor.number);
+    for (const ProcessorSet::Range& range : processors.ranges()) {
+        for (auto at = firstFrom(m_processors, range.first); at != m_processors.end() && at->number <= range.last;
+             ++at) {
+            const ProcessorSet& core = m_cores[at->core];
+            if (*std::find_if(core.begin(), core.end(), [&](auto n) { return processors.contains(n); }) == at->number) {
+                set.insert(at->number);
+            }
         }
     }
     return set;

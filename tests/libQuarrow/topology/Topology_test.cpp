@@ -181,6 +181,8 @@ TEST(Topology, TellsKindsOnlyWhereTheyAreTold) {
                                                         hybrid(64, 0x20, 0), hybrid(66, 0x30, 64)});
     EXPECT_EQ(intelHybrid.ofKind(CoreKind::performance), (ProcessorSet{0, 1}));
     EXPECT_EQ(intelHybrid.oneThreadPerCore(intelHybrid.ofKind(CoreKind::performance)), ProcessorSet{0});
+    EXPECT_EQ(intelHybrid.oneThreadPerCore(ProcessorSet{1, 3, 99}), (ProcessorSet{1, 3}))
+        << "the lowest of those asked for";
     EXPECT_EQ(intelHybrid.ofKind(CoreKind::efficient), ProcessorSet{2});
     EXPECT_EQ(intelHybrid.ofKind(CoreKind::lowPower), ProcessorSet{3});
     EXPECT_FALSE(intelHybrid.processors()[4].kind);
