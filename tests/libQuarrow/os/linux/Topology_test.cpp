@@ -96,7 +96,8 @@ TEST(LiveTopology, HasTheMicrocodeThatTheKernelShows) {
     TopologyRequest request;
     request.microcode = true;
     std::map<std::uint32_t, std::uint32_t> told;
-    for (const Processor& p : Topology::read(request).value().processors()) {
+    const Topology topology = Topology::read(request).value();
+    for (const Processor& p : topology.processors()) {
         if (p.microcode) {
             told[p.number] = *p.microcode;
         }
