@@ -77,4 +77,6 @@ else()
         install(FILES ${PROJECT_BINARY_DIR}/copyright ${PROJECT_BINARY_DIR}/changelog.gz ${PROJECT_BINARY_DIR}/CHANGELOG.md.gz
                 DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
     endforeach()
+    install(FILES ${PROJECT_SOURCE_DIR}/packaging/debian/quarrow.lintian-overrides
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME quarrow COMPONENT tool)
 endif()

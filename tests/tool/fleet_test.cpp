@@ -83,7 +83,7 @@ TEST(Fleet, SaysWhatIsWrong) {
         {"baseline " + quoted(empty), "there is no machine in what was named"},
         {"baseline native " + quoted(machine("nowhere.txt")), "there is no such file or folder"},
         {"baseline " + quoted(part), "it is not of all processors"},
-        {"baseline " + quoted(classic), "there are no CPUID values in it"},
+        {"baseline " + quoted(classic), "it is JSON without the cpuid_modifiers"},
         {"baseline -", "there is no machine in what was named"},
         {"export", "FORMAT"},
         {"export yaml", "name hwloc-xml, jsonl, nfd, prometheus or slurm"},

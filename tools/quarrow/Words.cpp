@@ -147,7 +147,7 @@ std::string levelText(const std::optional<std::uint32_t>& level) {
 }
 
 std::string microcodeText(const std::optional<std::uint32_t>& revision) {
-    return revision ? zel::String::SprintfFormat("0x%08x", *revision).toUtf8() : std::string();
+    return revision ? zel::String::SprintfFormat("0x%x", *revision).toUtf8() : std::string();
 }
 
 std::string featureNames(const libQuarrow::topology::FeatureSet& features) {

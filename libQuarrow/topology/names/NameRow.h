@@ -16,6 +16,7 @@ enum class NameSource {
     ProgrammingRef, // the AMD processor programming reference of those models
     DataSheet,      // the maker's data sheet or programmer's manual of that product
     KernelModels,   // Linux, cpu/amd.c, cpu/hygon.c, cpu/vortex.c and the perf drivers: generations by model
+    Dumps,          // public CPUID dumps, whose collectors name the product
     CompilerModels, // gcc cpuinfo.h and the Zhaoxin perf driver of Linux: models by generation, contributed by the
                     // maker
 };

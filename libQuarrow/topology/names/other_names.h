@@ -67,7 +67,7 @@ constexpr BrandRow vortexBrandNames[] = {
 
 // "Genuine  RDC": its collectors' dumps have the signature of the Vortex86MX.
 constexpr NameRow rdcNames[] = {
-    {0x05, 0x08, 0x08, 0, 15, nullptr, "IAD", nullptr, NameSource::DataSheet},
+    {0x05, 0x08, 0x08, 0, 15, nullptr, "IAD", nullptr, NameSource::Dumps},
 };
 
 constexpr NameRow sisNames[] = {

@@ -2,10 +2,10 @@
 
 // Private to CompilerTargets.cpp: the targets of gcc and clang, and what each enables.
 //
-// Sources: the chapter "x86 Options" of the manuals of gcc 11 to 14 and the changes of gcc 13 and 14; for clang and,
-// for gcc, where a manual is silent, the macros that Debian's gcc 11 and 12 and clang 13, 14, 16, 19 and 22 define with
-// each -march. A feature that some version of a compiler has with a target and another has not is listed where it can
-// be switched off (see targetSwitches); otherwise the target has a row for either.
+// Sources: the macros that Debian's gcc 11 and 12 and clang 13, 14, 16, 19 and 22 define with each -march, and for gcc
+// 14 its page of changes. Rows that begin with gcc 13 have clang's features for the same target, which gcc 13 was not
+// there to confirm. A feature that some version of a compiler has with a target and another has not is listed where it
+// can be switched off (see targetSwitches); otherwise the target has a row for either.
 //
 // Left out: targets with AVX10.2, whose version is no flag; those of makers whose targets no such compiler could be
 // asked about; other names of the same target.
