@@ -232,7 +232,7 @@ TEST(CInterface, SaysOfEveryMachineWhatTheLibrarySays) {
 }
 
 TEST(CInterface, TakesTheLiveMachineAndRecordsIt) {
-    for (const std::uint32_t take : {0, int{QUARROW_MOVE_PROCESS}}) {
+    for (const std::uint32_t take : {0U, std::uint32_t{QUARROW_MOVE_PROCESS}}) {
         const Owned<quarrow_machine> live(quarrow_machine_native(take));
         const topology::Topology topology = topology::Topology::read(take == 0).value();
         if (topology.processors().empty()) { // Wine moves no process

@@ -266,13 +266,13 @@ TEST(OtherFormats, ReadsArchivesOfFolders) {
     const std::string end(1024, '\0');
     const std::string one = "1 0 0 0 0 => 1 756e6547 6c65746e 49656e69\n";
     const std::string two = "1 0 0 0 0 => 2 756e6547 6c65746e 49656e69\n";
-    const std::string folder = tarMember("a/", '5', "") + tarMember("a/hwloc-cpuid-info", '0', "Architecture: x86\n") +
-                               tarMember("a/pu01", '0', "no number") + tarMember("a/pu1", '2', "");
+    const std::string members = tarMember("a/", '5', "") + tarMember("a/hwloc-cpuid-info", '0', "Architecture: x86\n") +
+                                tarMember("a/pu01", '0', "no number") + tarMember("a/pu1", '2', "");
     const std::string none =
         "it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" + listed;
     const std::string damaged = "file: it is a tar archive that is damaged or breaks off; fetch it anew";
     expectSummaries({
-        {folder + tarMember("a/pu65", '0', two) + tarMember("a/pu0", '0', one) + end, "0:0 0.0=1, 1:1 0.0=2"},
+        {members + tarMember("a/pu65", '0', two) + tarMember("a/pu0", '0', one) + end, "0:0 0.0=1, 1:1 0.0=2"},
         {tarMember("pu0", '0', one, "long/folder") + end, "0:0 0.0=1"},
         {tarMember("././@LongLink", 'L', "folder/pu2\0"s) + tarMember("folder/p", '0', one) + tarMember("x", '0', "") +
              end,
@@ -280,41 +280,41 @@ TEST(OtherFormats, ReadsArchivesOfFolders) {
         {tarMember("pax", 'x', "11 mtime=1\n19 path=folder/pu3\n"s) + tarMember("folder/p", '0', one) + end,
          "0:3 0.0=1"},
         {tarMember("pax", 'x', "99 path=folder/pu3\n"s) + tarMember("folder/p", '0', one) + end, "file: " + none},
-        {folder + end, "file: " + none},
-        {folder + tarMember("a/pu0", '0', one) + tarMember("b/pu0", '0', one) + end,
+        {members + end, "file: " + none},
+        {members + tarMember("a/pu0", '0', one) + tarMember("b/pu0", '0', one) + end,
          "file: it holds several machines, a/ and b/; unpack it and name one of its folders"},
-        {folder + tarMember("a/pu4194304", '0', one) + end,
+        {members + tarMember("a/pu4194304", '0', one) + end,
          "file/a: expected no more than 262144 files, the last one no higher than pu4194303"},
-        {folder + tarMember("a/pu0", '0', one + one) + end,
+        {members + tarMember("a/pu0", '0', one + one) + end,
          "file/a/pu0: expected the values of one processor, with leaf 0 once"},
-        {folder + tarMember("a/\n/pu0", '0', "") + end, "file/a/?/pu0: there are no CPUID values in it" + listed},
-        {folder + tarMember("a/pu0", '0', one + "1 1 =>\n") + end,
+        {members + tarMember("a/\n/pu0", '0', "") + end, "file/a/?/pu0: there are no CPUID values in it" + listed},
+        {members + tarMember("a/pu0", '0', one + "1 1 =>\n") + end,
          "file/a/pu0:2: expected \"MASK EAX EBX ECX EDX => EAX EBX ECX EDX\" in hexadecimal digits, with mask 1 or 5"},
-        {folder + tarMember("a/pu0", '0', one), damaged},
-        {folder + tarMember("a/pu0", '0', one) + std::string(511, '\0'), damaged},
-        {(folder + tarMember("a/pu0", '0', one)).substr(0, folder.size() + 520), damaged},
+        {members + tarMember("a/pu0", '0', one), damaged},
+        {members + tarMember("a/pu0", '0', one) + std::string(511, '\0'), damaged},
+        {(members + tarMember("a/pu0", '0', one)).substr(0, members.size() + 520), damaged},
     });
 }
 
 TEST(OtherFormats, ReadsFolders) {
-    const std::filesystem::path folder =
+    const std::filesystem::path scratchFolder =
         testing::TempDir() + "quarrow-folder-" + std::to_string(std::random_device()());
-    std::filesystem::create_directories(folder / "pu2"); // no file
+    std::filesystem::create_directories(scratchFolder / "pu2"); // no file
     const auto read = [&] {
         RecordingError error;
-        return summary(readRecording(folder.u8string(), error), error);
+        return summary(readRecording(scratchFolder.u8string(), error), error);
     };
-    const auto write = [&](const char* name, const std::string& text) { std::ofstream(folder / name) << text; };
+    const auto write = [&](const char* name, const std::string& text) { std::ofstream(scratchFolder / name) << text; };
     write("pu", "1 1 0 0 0 => 1 1 1 1\n");
-    EXPECT_EQ(read(), folder.u8string() +
+    EXPECT_EQ(read(), scratchFolder.u8string() +
                           ": it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" +
                           listed);
     write("pu10", "1 0 0 0 0 => 1 0 0 0\n");
     write("pu9", "1 0 0 0 0 => 2 0 0 0\n");
     EXPECT_EQ(read(), "0:9 0.0=2, 0:a 0.0=1");
     write("pu9", "1 0 0 0 0 =>\n");
-    EXPECT_EQ(read().substr(0, folder.u8string().size() + 6), folder.u8string() + "/pu9:1");
-    std::filesystem::remove_all(folder);
+    EXPECT_EQ(read().substr(0, scratchFolder.u8string().size() + 6), scratchFolder.u8string() + "/pu9:1");
+    std::filesystem::remove_all(scratchFolder);
 }
 
 } // namespace
