@@ -16,12 +16,12 @@ namespace {
 
 // What else is asked of the processor that the thread is on. Why its MSRs could not be read, where one was needed.
 std::string askMore(const TopologyRequest& request, cpu::CpuidReader& cpuid, ProcessorFacts& facts) {
-    const FeatureSet& features = facts.model.identity.features;
+    const FeatureSet& features = facts.model->identity.features;
     ProcessorMsrs msrs;
     const cpu::MsrReader readMsr = [&](std::uint32_t msr, std::uint64_t& value) {
         return features.contains("msr") && msrs.read(msr, value);
     };
-    const SpeedSources sources{cpuid, readMsr, facts.model};
+    const SpeedSources sources{cpuid, readMsr, *facts.model};
     if (request.speeds) {
         const os::SystemFrequencies system = os::currentMachine().frequencies(facts.group, facts.bit);
         const MeasuredSpeed measured = request.measure ? measureSpeed(features, readMsr) : MeasuredSpeed();
@@ -41,12 +41,13 @@ bool asksMoreOf(const TopologyRequest& request, std::uint32_t number) {
 
 std::optional<Topology> visitMachine(const TopologyRequest& request) {
     std::vector<ProcessorFacts> visited;
+    ProcessorDecoder decoder;
     std::string refusal;
     auto tour = tourProcessors(
         request.useThreadAffinity,
         [&](const ProcessorPlace& place, cpu::CpuidReader& cpuid) {
             cpu::RememberingCpuidReader remembering(cpuid);
-            ProcessorFacts facts = decodeProcessor(remembering);
+            ProcessorFacts facts = decoder.decode(remembering);
             facts.number = place.number;
             facts.group = place.group;
             facts.bit = place.bit;
@@ -61,8 +62,8 @@ std::optional<Topology> visitMachine(const TopologyRequest& request) {
         return std::nullopt;
     }
     TopologyBuilder builder(std::move(tour->numbering));
-    for (ProcessorFacts& facts : visited) {
-        builder.add(std::move(facts));
+    for (const ProcessorFacts& facts : visited) {
+        builder.add(facts);
     }
     for (LeftOutProcessor& processor : tour->leftOut) {
         builder.leaveOut(std::move(processor));

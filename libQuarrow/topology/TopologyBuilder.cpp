@@ -18,20 +18,19 @@ constexpr unsigned int toldIdBits = 32;
 
 } // namespace
 
-void TopologyBuilder::add(ProcessorFacts facts) {
-    std::uint32_t model = static_cast<std::uint32_t>(m_models.size());
-    if (!m_members.empty() && *modelOf(m_members.back()).facts == facts.model) {
+void TopologyBuilder::add(const ProcessorFacts& facts) {
+    std::uint32_t model = static_cast<std::uint32_t>(m_modelOf.size());
+    if (!m_members.empty() && modelOf(m_members.back()).facts == facts.model) {
         model = m_members.back().model; // as good as always
     } else {
-        const auto [known, isNew] = m_models.emplace(std::move(facts.model), model);
+        const auto [known, isNew] = m_models.emplace(facts.model.get(), model);
         model = known->second;
         if (isNew) {
-            m_modelOf.push_back(
-                {&known->first, known->first.shifts, std::make_shared<const ProcessorIdentity>(known->first.identity)});
+            m_modelOf.push_back({facts.model, facts.model->placing.shifts});
         }
     }
     m_members.push_back(
-        {facts.number, facts.group, facts.bit, facts.place, model, std::move(facts.speed), std::move(facts.limits)});
+        {facts.number, facts.group, facts.bit, facts.place, model, facts.speed, facts.limits});
 }
 
 Topology TopologyBuilder::build() && {
@@ -51,8 +50,12 @@ Topology TopologyBuilder::build() && {
 // Like processors make up their IDs alike, and those of several kinds do too as far as is known. So where processors of
 // one signature and kind tell different things, what most of them tell holds for all.
 void TopologyBuilder::agreeOnShifts() {
+    if (m_modelOf.size() < 2) {
+        return;
+    }
     const auto likeOf = [](const Model& model) {
-        return std::make_tuple(model.facts->identity.vendor, model.facts->identity.signature, model.facts->kind);
+        return std::make_tuple(model.facts->identity.vendor, model.facts->identity.signature,
+                               model.facts->placing.kind);
     };
     std::vector<std::size_t> counts(m_modelOf.size(), 0);
     for (const Member& member : m_members) {
@@ -60,7 +63,7 @@ void TopologyBuilder::agreeOnShifts() {
     }
     std::map<decltype(likeOf(m_modelOf.front())), std::map<IdShifts, std::size_t>> told;
     for (std::size_t i = 0; i < m_modelOf.size(); ++i) {
-        told[likeOf(m_modelOf[i])][m_modelOf[i].facts->shifts] += counts[i];
+        told[likeOf(m_modelOf[i])][m_modelOf[i].facts->placing.shifts] += counts[i];
     }
     for (Model& model : m_modelOf) {
         const auto& shifts = told[likeOf(model)];
@@ -144,7 +147,7 @@ void TopologyBuilder::placeMembers() {
             return std::make_optional(lowestId(member.id, *model.shifts.die));
         }
         const bool displaced = member.id >> toldIdBits != 0;
-        return member.place.node && model.facts->nodesAreDies
+        return member.place.node && model.facts->placing.nodesAreDies
                    ? std::make_optional(displaced ? member.id : std::uint64_t{*member.place.node})
                    : std::nullopt;
     });
@@ -174,7 +177,8 @@ void TopologyBuilder::placeMembers() {
         processor.module = ifTold(modules[i]);
         processor.core = cores[i];
         processor.thread = threads[cores[i]]++;
-        processor.identity = modelOf(member).identity;
+        const auto& facts = modelOf(member).facts;
+        processor.identity = std::shared_ptr<const ProcessorIdentity>(facts, &facts->identity);
         processor.speed = member.speed;
         processor.limits = member.limits;
         const auto revision = m_microcode.find({member.group, member.bit});
@@ -219,25 +223,27 @@ void TopologyBuilder::tellNodes() {
 }
 
 void TopologyBuilder::findTlbs() {
-    std::map<TlbFigures, ProcessorSet> found;
-    for (std::uint32_t model = 0; model < m_modelOf.size(); ++model) {
-        for (const TlbFigures& tlb : m_modelOf[model].facts->tlbs) {
-            found[tlb];
+    const std::vector<const TlbFigures*> all = distinct<TlbFigures>([](const ModelFacts& facts, auto add) {
+        for (const TlbFigures& tlb : facts.tlbs) {
+            add(tlb);
         }
+    });
+    std::vector<Tlb>& tlbs = m_topology.m_tlbs;
+    tlbs.reserve(all.size());
+    for (const TlbFigures* const figures : all) {
+        tlbs.push_back({*figures, {}});
     }
-    std::vector<std::vector<ProcessorSet*>> ofModel(m_modelOf.size());
-    for (std::uint32_t model = 0; model < m_modelOf.size(); ++model) {
+    std::vector<std::vector<std::size_t>> ofModel(m_modelOf.size());
+    for (std::size_t model = 0; model < m_modelOf.size(); ++model) {
+        ofModel[model].reserve(m_modelOf[model].facts->tlbs.size());
         for (const TlbFigures& tlb : m_modelOf[model].facts->tlbs) {
-            ofModel[model].push_back(&found[tlb]);
+            ofModel[model].push_back(indexIn(all, tlb));
         }
     }
     for (const Member& member : m_members) {
-        for (ProcessorSet* const set : ofModel[member.model]) {
-            set->insert(member.number);
+        for (const std::size_t tlb : ofModel[member.model]) {
+            tlbs[tlb].processors.insert(member.number);
         }
-    }
-    for (auto& [figures, processors] : found) {
-        m_topology.m_tlbs.push_back({figures, std::move(processors)});
     }
 }
 

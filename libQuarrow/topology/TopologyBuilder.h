@@ -6,6 +6,7 @@
 #include <libQuarrow/topology/Topology.h>
 #include <libQuarrow/topology/decode/ProcessorFacts.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <set>
@@ -21,7 +22,7 @@ class TopologyBuilder {
   public:
     explicit TopologyBuilder(ProcessorNumbering numbering) { m_topology.m_numbering = std::move(numbering); }
 
-    void add(ProcessorFacts facts);
+    void add(const ProcessorFacts& facts);
     void leaveOut(LeftOutProcessor processor) { m_topology.m_leftOut.push_back(std::move(processor)); }
     void setNumaNodes(const os::NumaNodes& nodes) { m_nodes = nodes; }
     void setMicrocode(os::MicrocodeRevisions revisions) { m_microcode = std::move(revisions); }
@@ -41,9 +42,8 @@ class TopologyBuilder {
         std::uint64_t id = 0; // differs from all others
     };
     struct Model {
-        const ModelFacts* facts = nullptr; // a key of m_models, which never moves
-        IdShifts shifts;                   // those that its like agree on
-        std::shared_ptr<const ProcessorIdentity> identity;
+        std::shared_ptr<const ModelFacts> facts;
+        IdShifts shifts; // those that its like agree on
     };
     // What is around the next level's objects: a level, from 1 inwards, and the number of its object.
     struct Scopes {
@@ -52,6 +52,26 @@ class TopologyBuilder {
     };
 
     const Model& modelOf(const Member& member) const { return m_modelOf[member.model]; }
+    // What all models' `visit` adds, ascending, each once.
+    template <class Figures, class Visit>
+    std::vector<const Figures*> distinct(Visit visit) const {
+        std::vector<const Figures*> all;
+        for (const Model& model : m_modelOf) {
+            visit(*model.facts, [&all](const Figures& figures) { all.push_back(&figures); });
+        }
+        const auto less = [](const Figures* a, const Figures* b) { return *a < *b; };
+        const auto same = [](const Figures* a, const Figures* b) { return *a == *b; };
+        if (!std::is_sorted(all.begin(), all.end(), less)) {
+            std::sort(all.begin(), all.end(), less);
+        }
+        all.erase(std::unique(all.begin(), all.end(), same), all.end());
+        return all;
+    }
+    template <class Figures>
+    static std::size_t indexIn(const std::vector<const Figures*>& all, const Figures& figures) {
+        const auto less = [](const Figures* a, const Figures& b) { return *a < b; };
+        return static_cast<std::size_t>(std::lower_bound(all.begin(), all.end(), figures, less) - all.begin());
+    }
 
     // Places: TopologyBuilder.cpp.
     void agreeOnShifts();
@@ -78,8 +98,11 @@ class TopologyBuilder {
     std::vector<std::set<std::uint32_t>> sharedL3(const Numbers& l3) const;
 
     std::vector<Member> m_members;
-    std::map<ModelFacts, std::uint32_t> m_models;
-    std::vector<Model> m_modelOf; // by a member's number of it
+    struct ByContent {
+        bool operator()(const ModelFacts* a, const ModelFacts* b) const { return *a < *b; }
+    };
+    std::map<const ModelFacts*, std::uint32_t, ByContent> m_models; // their numbers
+    std::vector<Model> m_modelOf;                                   // by a member's number of it
     os::NumaNodes m_nodes;
     os::MicrocodeRevisions m_microcode;
     Topology m_topology;

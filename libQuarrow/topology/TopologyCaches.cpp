@@ -77,16 +77,15 @@ std::optional<ObjectKey> TopologyBuilder::sharersKey(std::size_t index, const Ca
 }
 
 void TopologyBuilder::findCaches() {
-    std::map<CacheFigures, std::uint32_t> numbers;
-    for (const Model& model : m_modelOf) {
-        for (const CacheFacts& cache : model.facts->caches) {
-            numbers[cache.figures];
+    const std::vector<const CacheFigures*> all = distinct<CacheFigures>([](const ModelFacts& facts, auto add) {
+        for (const CacheFacts& cache : facts.caches) {
+            add(cache.figures);
         }
-    }
+    });
     std::vector<Cache>& caches = m_topology.m_caches;
-    for (auto& [figures, number] : numbers) {
-        number = static_cast<std::uint32_t>(caches.size());
-        caches.push_back({figures, {}, std::vector<ProcessorSet>()});
+    caches.reserve(all.size());
+    for (const CacheFigures* const figures : all) {
+        caches.push_back({*figures, {}, std::vector<ProcessorSet>()});
     }
     const bool byNodes = nodesHold();
     std::vector<Numberer> numberers(caches.size());
@@ -95,7 +94,7 @@ void TopologyBuilder::findCaches() {
         const std::vector<CacheFacts>& own = modelOf(m_members[i]).facts->caches;
         processor.caches.reserve(own.size());
         for (const CacheFacts& facts : own) {
-            const std::uint32_t number = numbers.find(facts.figures)->second;
+            const auto number = static_cast<std::uint32_t>(indexIn(all, facts.figures));
             Cache& cache = caches[number];
             cache.processors.insert(processor.number);
             const auto key = sharersKey(i, facts, byNodes);
@@ -176,8 +175,11 @@ bool TopologyBuilder::joinsCores(const Numbers& groups) const {
 // Where no leaf names complexes: the cores of an L3, where a package has several, and on AMD's from Zen on, which are
 // made of them.
 void TopologyBuilder::deriveComplexes() {
+    if (!m_topology.m_complexes.empty()) {
+        return;
+    }
     const Numbers groups = instancesOf(3);
-    if (!m_topology.m_complexes.empty() || !nests(groups)) {
+    if (!nests(groups)) {
         return;
     }
     const bool zen = std::all_of(m_modelOf.begin(), m_modelOf.end(), [](const Model& model) {
@@ -210,7 +212,7 @@ std::vector<std::set<std::uint32_t>> TopologyBuilder::sharedL3(const Numbers& l3
         if (l3[i] != noNumber) {
             const std::uint32_t package = m_topology.m_processors[i].package;
             ofAll[package].insert(l3[i]);
-            if (modelOf(m_members[i]).facts->kind == CoreKind::performance) {
+            if (modelOf(m_members[i]).facts->placing.kind == CoreKind::performance) {
                 shared[package].insert(l3[i]);
             }
         }
@@ -226,10 +228,15 @@ std::vector<std::set<std::uint32_t>> TopologyBuilder::sharedL3(const Numbers& l3
 // Kinds as the leaves tell them. AMD's say that there are several on parts with one, so of those both must be there.
 void TopologyBuilder::tellKinds() {
     std::set<CoreKind> amdKinds;
+    bool told = false;
     for (const Model& model : m_modelOf) {
-        if (model.facts->kind && !model.facts->identity.coreType) {
-            amdKinds.insert(*model.facts->kind);
+        told = told || model.facts->placing.kind || model.facts->identity.coreType;
+        if (model.facts->placing.kind && !model.facts->identity.coreType) {
+            amdKinds.insert(*model.facts->placing.kind);
         }
+    }
+    if (!told) {
+        return;
     }
     const Numbers l3 = instancesOf(3);
     const std::vector<std::set<std::uint32_t>> shared = sharedL3(l3);
@@ -237,12 +244,12 @@ void TopologyBuilder::tellKinds() {
         const ModelFacts& facts = *modelOf(m_members[i]).facts;
         Processor& processor = m_topology.m_processors[i];
         if (!facts.identity.coreType) {
-            processor.kind = amdKinds.size() > 1 ? facts.kind : std::nullopt;
+            processor.kind = amdKinds.size() > 1 ? facts.placing.kind : std::nullopt;
             continue;
         }
         const std::set<std::uint32_t>& others = shared[processor.package];
         const bool outside = !others.empty() && others.count(l3[i]) == 0;
-        processor.kind = facts.kind == CoreKind::efficient && outside ? CoreKind::lowPower : facts.kind;
+        processor.kind = facts.placing.kind == CoreKind::efficient && outside ? CoreKind::lowPower : facts.placing.kind;
     }
 }
 

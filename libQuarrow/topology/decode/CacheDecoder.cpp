@@ -74,7 +74,7 @@ void addLegacyL1(LeafReader& leaves, std::vector<CacheFacts>& caches) {
     }
 }
 
-void addLegacyL2(LeafReader& leaves, const ModelFacts& model, std::vector<CacheFacts>& caches) {
+void addLegacyL2(LeafReader& leaves, const ProcessorIdentity& identity, std::vector<CacheFacts>& caches) {
     const auto told = leaves.get<cpu::L2L3CacheLeaf>();
     CacheFacts cache;
     cache.figures.level = 2;
@@ -82,7 +82,6 @@ void addLegacyL2(LeafReader& leaves, const ModelFacts& model, std::vector<CacheF
     cache.figures.ways = waysOfCode(told.l2Associativity);
     cache.figures.lineSizeBytes = told.l2LineBytes;
     cache.sharing = makerOf(leaves) == Maker::intel ? CacheSharing::notTold : CacheSharing::core;
-    const ProcessorIdentity& identity = model.identity;
     if (identity.vendor == "CentaurHauls" && identity.family == 6 && identity.model <= 8) {
         // VIA's C3 up to model 8 (its data sheet, CPUID 0x80000006) has the fields where leaf 0x80000005 has them.
         const cpu::L1CacheLeaf::Cache old(leaves.read(cpu::L2L3CacheLeaf::number).ecx);
@@ -93,7 +92,7 @@ void addLegacyL2(LeafReader& leaves, const ModelFacts& model, std::vector<CacheF
 }
 
 // Not Intel's, where the register is reserved.
-void addLegacyL3(LeafReader& leaves, const ModelFacts& model, std::vector<CacheFacts>& caches) {
+void addLegacyL3(LeafReader& leaves, const ProcessorIdentity& identity, std::vector<CacheFacts>& caches) {
     const auto told = leaves.get<cpu::L2L3CacheLeaf>();
     CacheFacts cache;
     cache.figures.level = 3;
@@ -101,7 +100,7 @@ void addLegacyL3(LeafReader& leaves, const ModelFacts& model, std::vector<CacheF
     cache.figures.ways = waysOfCode(told.l3Associativity);
     cache.figures.lineSizeBytes = told.l3LineBytes;
     cache.sharing = CacheSharing::package;
-    if (model.identity.family == 0x10 && model.identity.model == 9) { // both dies' together
+    if (identity.family == 0x10 && identity.model == 9) { // both dies' together
         cache.figures.sizeBytes /= 2;
         cache.figures.ways = cache.figures.ways ? std::make_optional(*cache.figures.ways / 2) : std::nullopt;
     }
@@ -109,8 +108,9 @@ void addLegacyL3(LeafReader& leaves, const ModelFacts& model, std::vector<CacheF
 }
 
 // Leaf 2. Processors that have it and not leaf 4 have one core, whose L1 its threads share.
-void addDescribed(LeafReader& leaves, const ModelFacts& model, bool traceOnly, std::vector<CacheFacts>& caches) {
-    const bool xeonMp = model.identity.family == 15 && model.identity.model == 6;
+void addDescribed(LeafReader& leaves, const ProcessorIdentity& identity, bool traceOnly,
+                  std::vector<CacheFacts>& caches) {
+    const bool xeonMp = identity.family == 15 && identity.model == 6;
     for (const std::uint8_t descriptor : readDescriptors(leaves)) {
         for (const CacheDescriptor& row : descriptors::caches) {
             if (row.descriptor != descriptor || (traceOnly && row.type != CacheType::trace)) {
@@ -142,9 +142,10 @@ void addCyrix(LeafReader& leaves, std::vector<CacheFacts>& caches) {
 
 } // namespace
 
-std::vector<CacheFacts> decodeCaches(LeafReader& leaves, const ModelFacts& model) {
+std::vector<CacheFacts> decodeCaches(LeafReader& leaves, const ProcessorIdentity& identity) {
     const Maker maker = makerOf(leaves);
     std::vector<CacheFacts> caches;
+    caches.reserve(4); // most have that many
     if (leaves.get<cpu::ExtendedFeaturesLeaf>().topologyExtensions) {
         addDeterministic(leaves, cpu::CacheLeaf::amdNumber, caches);
     }
@@ -154,15 +155,15 @@ std::vector<CacheFacts> decodeCaches(LeafReader& leaves, const ModelFacts& model
     const bool deterministic = !caches.empty();
     if (!deterministic) {
         addLegacyL1(leaves, caches);
-        addLegacyL2(leaves, model, caches);
+        addLegacyL2(leaves, identity, caches);
         if (maker != Maker::intel) {
-            addLegacyL3(leaves, model, caches);
+            addLegacyL3(leaves, identity, caches);
         }
     }
     if (maker == Maker::cyrix) {
         addCyrix(leaves, caches);
-    } else if (maker != Maker::amd && (!deterministic || model.identity.family == 15)) {
-        addDescribed(leaves, model, deterministic, caches);
+    } else if (maker != Maker::amd && (!deterministic || identity.family == 15)) {
+        addDescribed(leaves, identity, deterministic, caches);
     }
     std::sort(caches.begin(), caches.end());
     return caches;

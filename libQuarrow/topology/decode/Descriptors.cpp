@@ -7,6 +7,7 @@ namespace libQuarrow::topology {
 std::vector<std::uint8_t> readDescriptors(LeafReader& leaves) {
     const cpu::cpuid_args leaf = leaves.read(2);
     std::vector<std::uint8_t> bytes;
+    bytes.reserve(16);
     for (const std::uint32_t value : {leaf.eax & ~std::uint32_t{0xFF}, leaf.ebx, leaf.ecx, leaf.edx}) {
         for (unsigned int byte = 0; byte < 4 && value >> 31 == 0; ++byte) {
             const auto descriptor = static_cast<std::uint8_t>(value >> 8 * byte);

@@ -19,6 +19,7 @@ constexpr std::uint32_t mostLevels = 12;
 // of no use: some repeat it.
 std::vector<Level> readLevels(LeafReader& leaves, std::uint32_t leaf) {
     std::vector<Level> levels;
+    levels.reserve(4); // most tell two to four
     for (std::uint32_t subleaf = 0; leaves.has(leaf) && subleaf < mostLevels; ++subleaf) {
         Level level(leaves.read(leaf, subleaf));
         if (level.type == Level::invalid || (subleaf == 0 && level.logicalProcessors == 0)) {
@@ -41,7 +42,7 @@ void setOnce(std::optional<Shift>& shift, std::uint8_t value) {
 
 // Leaves 0xB and 0x1F. A level's shift leaves what names the object of the next level outwards, so that an object is
 // named by the shift of the level inside it. What a level of unknown type has counts with the one inside it.
-bool placeByIntelLevels(LeafReader& leaves, std::uint32_t leaf, PlaceFacts& place, ModelFacts& model) {
+bool placeByIntelLevels(LeafReader& leaves, std::uint32_t leaf, PlaceFacts& place, PlacingFacts& placing) {
     const std::vector<Level> levels = readLevels(leaves, leaf);
     if (levels.empty()) {
         return false;
@@ -62,13 +63,13 @@ bool placeByIntelLevels(LeafReader& leaves, std::uint32_t leaf, PlaceFacts& plac
     // Without a level of cores, what the threads leave names them.
     shifts.core = cores.value_or(levels.front().type == Level::thread ? shiftOf(levels.front()) : std::uint8_t{0});
     shifts.package = inside;
-    model.shifts = shifts;
+    placing.shifts = shifts;
     place.id = levels.front().x2apicId;
     return true;
 }
 
 // Leaf 0x80000026: here a level's shift leaves what names its own object. A level of cores says which kind this one is.
-bool placeByAmdLevels(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
+bool placeByAmdLevels(LeafReader& leaves, PlaceFacts& place, PlacingFacts& placing) {
     const std::vector<Level> levels = readLevels(leaves, Level::amdNumber);
     if (levels.empty()) {
         return false;
@@ -78,7 +79,7 @@ bool placeByAmdLevels(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) 
         if (level.type == Level::amdCore) {
             shifts.core = shiftOf(level);
             if (level.heterogeneous && level.coreType <= Level::amdEfficiency) {
-                model.kind = level.coreType == Level::amdPerformance ? CoreKind::performance : CoreKind::efficient;
+                placing.kind = level.coreType == Level::amdPerformance ? CoreKind::performance : CoreKind::efficient;
             }
         } else if (level.type == Level::amdComplex) {
             setOnce(shifts.complex, shiftOf(level));
@@ -87,7 +88,7 @@ bool placeByAmdLevels(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) 
         }
     }
     shifts.package = shiftOf(levels.back());
-    model.shifts = shifts;
+    placing.shifts = shifts;
     place.id = levels.front().x2apicId;
     return true;
 }
@@ -99,7 +100,7 @@ std::uint8_t amdPackageShift(LeafReader& leaves) {
 }
 
 // Leaf 0x8000001E, where there are topology extensions.
-bool placeByNodes(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
+bool placeByNodes(LeafReader& leaves, const ProcessorIdentity& identity, PlaceFacts& place, PlacingFacts& placing) {
     if (!leaves.has(cpu::AmdTopologyLeaf::number) || !leaves.get<cpu::ExtendedFeaturesLeaf>().topologyExtensions) {
         return false;
     }
@@ -107,86 +108,88 @@ bool placeByNodes(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
     if (told.extendedApicId == 0 && place.initialId != 0) {
         return false; // a hypervisor that hides the leaf and not the feature
     }
-    const std::uint32_t family = model.identity.family;
+    const std::uint32_t family = identity.family;
     if (family == 0x15) {
-        model.shifts.module = bitsFor(told.threadsPerCore);
+        placing.shifts.module = bitsFor(told.threadsPerCore);
     } else {
-        model.shifts.core = bitsFor(told.threadsPerCore);
+        placing.shifts.core = bitsFor(told.threadsPerCore);
     }
-    model.shifts.package = amdPackageShift(leaves);
+    placing.shifts.package = amdPackageShift(leaves);
     place.id = told.extendedApicId;
     place.node = told.nodeId;
     // From the second generation of Zen on a node is the package, and the leaf does not tell its dies.
-    model.nodesAreDies = family < 0x17 || (family == 0x17 && model.identity.model < 0x30) || family == 0x18 ||
-                         told.nodesPerProcessor > 1;
+    placing.nodesAreDies =
+        family < 0x17 || (family == 0x17 && identity.model < 0x30) || family == 0x18 || told.nodesPerProcessor > 1;
     return true;
 }
 
 // Family 10h model 9 has two dies of half the cores each (BIOS and kernel developer's guide for family 10h, "Multiple
 // node processors"); leaves tell them together.
-void placeInHalves(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
+void placeInHalves(LeafReader& leaves, const ProcessorIdentity& identity, PlaceFacts& place, PlacingFacts& placing) {
     const std::uint32_t half = leaves.get<cpu::PackageSizeLeaf>().threads / 2;
-    if (model.identity.family == 0x10 && model.identity.model == 9 && half != 0) {
-        place.node = (place.id & ((std::uint32_t{1} << model.shifts.package) - 1)) < half ? 0 : 1;
-        model.nodesAreDies = true;
+    if (identity.family == 0x10 && identity.model == 9 && half != 0) {
+        place.node = (place.id & ((std::uint32_t{1} << placing.shifts.package) - 1)) < half ? 0 : 1;
+        placing.nodesAreDies = true;
     }
 }
 
-bool placeByCoreCount(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
+bool placeByCoreCount(LeafReader& leaves, const ProcessorIdentity& identity, PlaceFacts& place, PlacingFacts& placing) {
     if (!leaves.get<cpu::PackageSizeLeaf>().told) {
         return false;
     }
-    model.shifts.package = amdPackageShift(leaves);
-    placeInHalves(leaves, place, model);
+    placing.shifts.package = amdPackageShift(leaves);
+    placeInHalves(leaves, identity, place, placing);
     return true;
 }
 
 // Leaf 1, where it says that it counts: the IDs that a package takes. Leaf 4: those that its cores take. Without leaf 4
 // the processors of a Pentium 4 are threads of one core, and those of others cores.
-void placeByInitialId(LeafReader& leaves, ModelFacts& model) {
+void placeByInitialId(LeafReader& leaves, const ProcessorIdentity& identity, PlacingFacts& placing) {
     const auto version = leaves.get<cpu::VersionLeaf>();
     if (!version.htt) {
         return; // a package of one processor
     }
     const std::uint8_t ids = bitsFor(version.logicalProcessors);
     const cpu::CacheLeaf caches(leaves.read(cpu::CacheLeaf::intelNumber));
-    const bool oneCore = makerOf(leaves) == Maker::intel && model.identity.family == 15;
+    const bool oneCore = makerOf(leaves) == Maker::intel && identity.family == 15;
     std::uint8_t cores = oneCore ? std::uint8_t{0} : ids;
     if (caches.type != cpu::CacheLeaf::none) {
         cores = bitsFor(caches.packageCores);
     }
-    model.shifts.core = static_cast<std::uint8_t>(ids > cores ? ids - cores : 0);
-    model.shifts.package = std::max(ids, cores);
+    placing.shifts.core = static_cast<std::uint8_t>(ids > cores ? ids - cores : 0);
+    placing.shifts.package = std::max(ids, cores);
 }
 
 } // namespace
 
-void decodePlace(LeafReader& leaves, PlaceFacts& place, ModelFacts& model) {
+PlacingFacts decodePlace(LeafReader& leaves, const ProcessorIdentity& identity, PlaceFacts& place) {
+    PlacingFacts placing;
     const auto version = leaves.get<cpu::VersionLeaf>();
     place.initialId = version.initialApicId;
     place.id = place.initialId;
     if (makerOf(leaves) == Maker::amd) {
-        place.idTold = placeByAmdLevels(leaves, place, model) || placeByNodes(leaves, place, model) ||
-                       placeByIntelLevels(leaves, Level::number, place, model);
-        if (!place.idTold && !placeByCoreCount(leaves, place, model)) {
-            placeByInitialId(leaves, model);
+        place.idTold = placeByAmdLevels(leaves, place, placing) || placeByNodes(leaves, identity, place, placing) ||
+                       placeByIntelLevels(leaves, Level::number, place, placing);
+        if (!place.idTold && !placeByCoreCount(leaves, identity, place, placing)) {
+            placeByInitialId(leaves, identity, placing);
         }
     } else {
-        place.idTold = placeByIntelLevels(leaves, Level::v2Number, place, model) ||
-                       placeByIntelLevels(leaves, Level::number, place, model);
+        place.idTold = placeByIntelLevels(leaves, Level::v2Number, place, placing) ||
+                       placeByIntelLevels(leaves, Level::number, place, placing);
         if (!place.idTold) {
-            placeByInitialId(leaves, model);
+            placeByInitialId(leaves, identity, placing);
         }
     }
     place.idTold = place.idTold || version.apic;
-    if (model.identity.coreType) {
+    if (identity.coreType) {
         const auto told = leaves.get<cpu::CoreTypeLeaf>();
         if (told.type == cpu::CoreTypeLeaf::core) {
-            model.kind = CoreKind::performance;
+            placing.kind = CoreKind::performance;
         } else if (told.type == cpu::CoreTypeLeaf::atom) {
-            model.kind = CoreKind::efficient;
+            placing.kind = CoreKind::efficient;
         }
     }
+    return placing;
 }
 
 } // namespace libQuarrow::topology

@@ -108,6 +108,32 @@ std::optional<Avx10> avx10Of(const FeatureSet& features, LeafReader& leaves) {
     return avx10;
 }
 
+// Which bits of which leaves tell a processor from its like. Those that decodePlace() goes by.
+cpu::cpuid_args withoutIds(std::uint32_t leaf, cpu::cpuid_args registers) {
+    switch (leaf) {
+    case cpu::VersionLeaf::number:
+        registers.ebx &= 0x00FFFFFF;
+        break;
+    case cpu::TopologyLevelLeaf::number:
+    case cpu::TopologyLevelLeaf::v2Number:
+    case cpu::TopologyLevelLeaf::amdNumber:
+        registers.edx = 0;
+        break;
+    case cpu::AmdTopologyLeaf::number:
+        registers.eax = 0;
+        registers.ebx &= 0xFFFFFF00;
+        registers.ecx &= 0xFFFFFF00;
+        break;
+    default:
+        break;
+    }
+    return registers;
+}
+
+bool sameButForIds(std::uint32_t leaf, const cpu::cpuid_args& a, const cpu::cpuid_args& b) {
+    return a == b || withoutIds(leaf, a) == withoutIds(leaf, b);
+}
+
 } // namespace
 
 Maker makerOf(const LeafReader& leaves) {
@@ -155,18 +181,30 @@ ProcessorIdentity decodeIdentity(LeafReader& leaves) {
     return identity;
 }
 
-ProcessorFacts decodeProcessor(cpu::CpuidReader& cpuid) {
-    LeafReader leaves(cpuid);
+ProcessorFacts ProcessorDecoder::decode(cpu::CpuidReader& live) {
+    cpu::RememberingCpuidReader cpuid(live);
     ProcessorFacts facts;
-    ProcessorIdentity& identity = facts.model.identity;
+    if (m_model != nullptr && cpuid.readLike(m_answers, sameButForIds)) {
+        LeafReader leaves(cpuid);
+        if (decodePlace(leaves, m_model->identity, facts.place) == m_model->placing) {
+            facts.model = m_model;
+            return facts;
+        }
+    }
+    LeafReader leaves(cpuid);
+    ModelFacts model;
+    ProcessorIdentity& identity = model.identity;
     identity = decodeIdentity(leaves);
     identity.features = featuresOf(cpuid);
     identity.usable = usableOf(identity.features, cpuid);
     identity.level = levelOf(identity.usable);
     identity.avx10 = avx10Of(identity.features, leaves);
-    decodePlace(leaves, facts.place, facts.model);
-    facts.model.caches = decodeCaches(leaves, facts.model);
-    facts.model.tlbs = decodeTlbs(leaves);
+    model.placing = decodePlace(leaves, identity, facts.place);
+    model.caches = decodeCaches(leaves, identity);
+    model.tlbs = decodeTlbs(leaves);
+    m_model = std::make_shared<const ModelFacts>(std::move(model));
+    m_answers = cpuid.answers();
+    facts.model = m_model;
     return facts;
 }
 

@@ -1,12 +1,9 @@
 #pragma once
 
+#include <libQuarrow/cpu/x86/decode/CpuidReader.h>
 #include <libQuarrow/topology/decode/ProcessorFacts.h>
 
 // Private to the library: from the leaves of one processor to what it tells.
-
-namespace libQuarrow::cpu {
-class CpuidReader;
-}
 
 namespace libQuarrow::topology {
 
@@ -17,12 +14,21 @@ enum class Maker { intel, amd, cyrix, other }; // amd: Hygon too; cyrix: what be
 
 Maker makerOf(const LeafReader& leaves);
 ProcessorIdentity decodeIdentity(LeafReader& leaves);
-// Fills `place`, and of `model` the shifts and the kind of core.
-void decodePlace(LeafReader& leaves, PlaceFacts& place, ModelFacts& model);
-std::vector<CacheFacts> decodeCaches(LeafReader& leaves, const ModelFacts& model);
+// Fills `place`, and how that is done on such processors.
+PlacingFacts decodePlace(LeafReader& leaves, const ProcessorIdentity& identity, PlaceFacts& place);
+std::vector<CacheFacts> decodeCaches(LeafReader& leaves, const ProcessorIdentity& identity);
 std::vector<TlbFigures> decodeTlbs(LeafReader& leaves);
 
-// All of them. Number, group and bit are left to the caller.
-ProcessorFacts decodeProcessor(cpu::CpuidReader& cpuid);
+// All of them, of one processor after the other. Number, group and bit are left to the caller.
+class ProcessorDecoder {
+  public:
+    ProcessorFacts decode(cpu::CpuidReader& cpuid);
+
+  private:
+    // Of the last processor that was decoded: one that answers the same but for its IDs is its like, since decoding
+    // goes by the answers alone, and is only placed.
+    cpu::CpuidAnswers m_answers;
+    std::shared_ptr<const ModelFacts> m_model;
+};
 
 } // namespace libQuarrow::topology

@@ -49,16 +49,25 @@ struct CacheFacts {
     friend bool operator<(const CacheFacts& a, const CacheFacts& b) { return a.all() < b.all(); }
 };
 
-// What like processors have in common.
-struct ModelFacts {
-    ProcessorIdentity identity;
+// How a processor of its model is placed.
+struct PlacingFacts {
     IdShifts shifts;
     std::optional<CoreKind> kind; // performance or efficient
     bool nodesAreDies = false;
+
+    auto all() const { return std::tie(shifts, kind, nodesAreDies); }
+    friend bool operator==(const PlacingFacts& a, const PlacingFacts& b) { return a.all() == b.all(); }
+    friend bool operator<(const PlacingFacts& a, const PlacingFacts& b) { return a.all() < b.all(); }
+};
+
+// What like processors have in common.
+struct ModelFacts {
+    ProcessorIdentity identity;
+    PlacingFacts placing;
     std::vector<CacheFacts> caches; // by level, each level and type once
     std::vector<TlbFigures> tlbs;
 
-    auto all() const { return std::tie(identity, shifts, kind, nodesAreDies, caches, tlbs); }
+    auto all() const { return std::tie(identity, placing, caches, tlbs); }
     friend bool operator==(const ModelFacts& a, const ModelFacts& b) { return a.all() == b.all(); }
     friend bool operator<(const ModelFacts& a, const ModelFacts& b) { return a.all() < b.all(); }
 };
@@ -76,7 +85,7 @@ struct ProcessorFacts {
     std::uint16_t group = 0;
     std::uint8_t bit = 0;
     PlaceFacts place;
-    ModelFacts model;
+    std::shared_ptr<const ModelFacts> model; // never null; like processors may share one
     // Null where they were not asked for.
     std::shared_ptr<const ProcessorSpeed> speed;
     std::shared_ptr<const ProcessorLimits> limits;

@@ -7,6 +7,7 @@
 #include <libQuarrow/topology/decode/ProcessorDecoder.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace libQuarrow::topology {
 namespace {
@@ -23,6 +24,7 @@ void add(std::vector<TlbFigures>& tlbs, TlbFigures tlb) {
 std::vector<std::uint64_t> pageSizes(std::uint32_t pages) {
     constexpr std::uint64_t sizes[] = {0x1000, 0x200000, 0x400000, 0x40000000};
     std::vector<std::uint64_t> all;
+    all.reserve(std::size(sizes));
     for (unsigned int i = 0; i < 4; ++i) {
         if ((pages >> i & 1) != 0) {
             all.push_back(sizes[i]);
@@ -80,6 +82,7 @@ void addCoded(std::uint32_t level, std::uint32_t pages, const cpu::CodedTlbs& to
 
 std::vector<TlbFigures> decodeTlbs(LeafReader& leaves) {
     std::vector<TlbFigures> tlbs;
+    tlbs.reserve(12); // more than most tell
     const Maker maker = makerOf(leaves);
     addDeterministic(leaves, tlbs);
     if (tlbs.empty() && maker == Maker::intel) {

@@ -7,44 +7,81 @@
 #include <libQuarrow/topology/features/isa.h>
 #include <libQuarrow/topology/features/usable_features.h>
 
+#include <algorithm>
 #include <iterator>
-#include <map>
 #include <vector>
 
 namespace libQuarrow::topology {
 namespace {
 
 constexpr std::uint32_t rangeMask = 0xFFFF0000; // leaves that share these bits share a maximum
+constexpr std::uint32_t noRange = 0xFFFFFFFF;   // not a range's first leaf
 constexpr std::uint32_t structuredFeatures = 7; // its sub-leaf 0 tells the last sub-leaf
 
-// Reads what is there and nothing else: each range's first leaf tells the highest of the range.
-class ExistingLeaves {
-  public:
-    explicit ExistingLeaves(cpu::CpuidReader& cpuid) : m_cpuid(cpuid) {}
-
-    // Zeros where there is no such leaf or sub-leaf.
-    cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf) {
-        if (leaf > highest(leaf & rangeMask) || (leaf == structuredFeatures && subleaf > lastStructured())) {
-            return {};
-        }
-        return m_cpuid.read(leaf, subleaf);
-    }
-
-  private:
-    // 0 where the range is not there: a leaf that does not answer with one of its own range.
-    std::uint32_t highest(std::uint32_t range) {
-        const auto known = m_highest.find(range);
-        if (known != m_highest.end()) {
-            return known->second;
-        }
-        const std::uint32_t told = cpu::mayHaveRange(m_cpuid, range) ? m_cpuid.read(range).eax : 0;
-        return m_highest[range] = (told & rangeMask) == range ? told : 0;
-    }
-    std::uint32_t lastStructured() { return m_cpuid.read(structuredFeatures).eax; }
-
-    cpu::CpuidReader& m_cpuid;
-    std::map<std::uint32_t, std::uint32_t> m_highest;
+// A leaf or sub-leaf that means something where a flag of another one is set, and nothing elsewhere (Intel SDM volume
+// 2, CPUID, at each leaf; volume 3, chapters on resource director technology and on processor trace). Not reading it
+// there saves what costs most, and whatever a hypervisor left in it.
+struct Announcement {
+    std::uint32_t leaf, subleaf;
+    std::uint32_t byLeaf, bySubleaf;
+    cpu::CpuidRegister reg;
+    std::uint8_t bit;
 };
+constexpr Announcement announcements[] = {
+    {0x0F, 0, 7, 0, cpu::CpuidRegister::ebx, 12},   // resource monitoring
+    {0x0F, 1, 0x0F, 0, cpu::CpuidRegister::edx, 1}, // of the L3
+    {0x10, 0, 7, 0, cpu::CpuidRegister::ebx, 15},   // resource allocation
+    {0x10, 1, 0x10, 0, cpu::CpuidRegister::ebx, 1}, // of the L3
+    {0x10, 2, 0x10, 0, cpu::CpuidRegister::ebx, 2}, // of the L2
+    {0x10, 3, 0x10, 0, cpu::CpuidRegister::ebx, 3}, // of memory bandwidth
+    {0x12, 0, 7, 0, cpu::CpuidRegister::ebx, 2},    // SGX
+    {0x14, 0, 7, 0, cpu::CpuidRegister::ebx, 25},   // processor trace
+    {0x19, 0, 7, 0, cpu::CpuidRegister::ecx, 23},   // key locker
+    {0x24, 0, 7, 1, cpu::CpuidRegister::edx, 19},   // AVX10
+};
+
+const Announcement* announcementOf(std::uint32_t leaf, std::uint32_t subleaf) {
+    const auto* const found =
+        std::find_if(std::begin(announcements), std::end(announcements),
+                     [=](const Announcement& row) { return row.leaf == leaf && row.subleaf == subleaf; });
+    return found != std::end(announcements) ? found : nullptr;
+}
+
+constexpr std::size_t wordBits = 64; // of a FeatureSet
+std::size_t wordsOfAll() {
+    return featureNamesInOrder().size() / wordBits + 1;
+}
+
+// Where a feature is told in its leaf, and its place in a set.
+struct Flag {
+    std::uint8_t reg; // as CpuidRegister numbers them
+    std::uint8_t bit;
+    std::uint16_t feature;
+};
+
+struct LeafFlags {
+    std::uint32_t leaf;
+    std::uint32_t subleaf;
+    const Announcement* announcement; // null: none is needed
+    std::vector<Flag> flags;
+};
+
+const std::vector<LeafFlags>& leavesWithFlags() {
+    static const std::vector<LeafFlags> leaves = [] {
+        std::vector<LeafFlags> found;
+        for (const FeatureField& feature : featureFields()) {
+            const cpu::CpuidField& field = *feature.field;
+            const std::uint32_t subleaf = field.firstSubleaf;
+            if (found.empty() || found.back().leaf != field.leaf || found.back().subleaf != subleaf) {
+                found.push_back({field.leaf, subleaf, announcementOf(field.leaf, subleaf), {}});
+            }
+            found.back().flags.push_back(
+                {static_cast<std::uint8_t>(field.reg), field.lowestBit, static_cast<std::uint16_t>(feature.index)});
+        }
+        return found;
+    }();
+    return leaves;
+}
 
 std::uint32_t registerOf(const cpu::cpuid_args& leaf, cpu::CpuidRegister reg) {
     switch (reg) {
@@ -59,25 +96,67 @@ std::uint32_t registerOf(const cpu::cpuid_args& leaf, cpu::CpuidRegister reg) {
     }
 }
 
-// A row of usableFeatures by the places of its names, which are looked up once.
-struct UsableRow {
-    std::size_t feature;
-    std::uint64_t state;
-    std::optional<std::size_t> enabledBy;
+// Reads what is there and nothing else: each range's first leaf tells the highest of the range.
+class ExistingLeaves {
+  public:
+    explicit ExistingLeaves(cpu::CpuidReader& cpuid) : m_cpuid(cpuid) {}
+
+    // Zeros where there is no such leaf or sub-leaf.
+    cpu::cpuid_args read(std::uint32_t leaf, std::uint32_t subleaf, const Announcement* announcement) {
+        const bool there =
+            leaf <= highest(leaf & rangeMask) && !(leaf == structuredFeatures && subleaf > lastStructured());
+        return there && isAnnounced(announcement) ? m_cpuid.read(leaf, subleaf) : cpu::cpuid_args();
+    }
+
+  private:
+    bool isAnnounced(const Announcement* a) {
+        if (a == nullptr) {
+            return true;
+        }
+        const auto answer = read(a->byLeaf, a->bySubleaf, announcementOf(a->byLeaf, a->bySubleaf));
+        return cpu::bit(registerOf(answer, a->reg), a->bit);
+    }
+    // 0 where the range is not there: a leaf that does not answer with one of its own range. The leaves of a range
+    // follow each other.
+    std::uint32_t highest(std::uint32_t range) {
+        if (range != m_range) {
+            const std::uint32_t told = cpu::mayHaveRange(m_cpuid, range) ? m_cpuid.read(range).eax : 0;
+            m_range = range;
+            m_highest = (told & rangeMask) == range ? told : 0;
+        }
+        return m_highest;
+    }
+    std::uint32_t lastStructured() { return m_cpuid.read(structuredFeatures).eax; }
+
+    cpu::CpuidReader& m_cpuid;
+    std::uint32_t m_range = noRange;
+    std::uint32_t m_highest = 0; // leaf of m_range
 };
 
-const std::vector<UsableRow>& usableRows() {
-    static const std::vector<UsableRow> rows = [] {
-        std::vector<UsableRow> found;
+// What a program may execute where the system saves `state`, and a further feature says so.
+struct UsableGroup {
+    std::uint64_t state;
+    std::optional<std::size_t> enabledBy;
+    FeatureSet features;
+};
+
+const std::vector<UsableGroup>& usableGroups() {
+    static const std::vector<UsableGroup> groups = [] {
+        std::vector<UsableGroup> found;
         for (const UsableFeature& row : usableFeatures) {
-            found.push_back({featureNamed(row.name)->index, row.state, std::nullopt});
-            if (row.enabledBy != nullptr) {
-                found.back().enabledBy = featureNamed(row.enabledBy)->index;
+            const auto enabledBy =
+                row.enabledBy != nullptr ? std::make_optional(featureNamed(row.enabledBy)->index) : std::nullopt;
+            auto group = std::find_if(found.begin(), found.end(), [&](const UsableGroup& other) {
+                return other.state == row.state && other.enabledBy == enabledBy;
+            });
+            if (group == found.end()) {
+                group = found.insert(group, {row.state, enabledBy, {}});
             }
+            group->features.insert({row.name});
         }
         return found;
     }();
-    return rows;
+    return groups;
 }
 
 FeatureSet setOf(std::initializer_list<Feature> features) {
@@ -92,31 +171,36 @@ FeatureSet setOf(std::initializer_list<Feature> features) {
 
 FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
     FeatureSet features;
+    features.m_words.resize(wordsOfAll());
     ExistingLeaves leaves(cpuid);
-    const cpu::CpuidField* previous = nullptr;
-    cpu::cpuid_args answer;
-    for (const FeatureField& feature : featureFields()) {
-        const cpu::CpuidField& field = *feature.field;
-        if (previous == nullptr || previous->leaf != field.leaf || previous->firstSubleaf != field.firstSubleaf) {
-            answer = leaves.read(field.leaf, field.firstSubleaf);
+    for (const LeafFlags& leaf : leavesWithFlags()) {
+        const cpu::cpuid_args answer = leaves.read(leaf.leaf, leaf.subleaf, leaf.announcement);
+        if (answer == cpu::cpuid_args()) {
+            continue;
         }
-        previous = &field;
-        if (cpu::bit(registerOf(answer, field.reg), field.lowestBit)) {
-            features.insertIndex(feature.index);
+        const std::uint32_t registers[] = {answer.eax, answer.ebx, answer.ecx, answer.edx};
+        for (const Flag& flag : leaf.flags) {
+            const std::uint64_t set = registers[flag.reg] >> flag.bit & 1;
+            features.m_words[flag.feature / wordBits] |= set << flag.feature % wordBits;
         }
     }
+    features.trim();
     return features;
 }
 
 FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid) {
     const std::uint64_t enabled = features.contains("osxsave") ? cpuid.xcr0() : 0;
     FeatureSet usable;
-    for (const UsableRow& row : usableRows()) {
-        if (features.containsIndex(row.feature) && (enabled & row.state) == row.state &&
-            (!row.enabledBy || features.containsIndex(*row.enabledBy))) {
-            usable.insertIndex(row.feature);
+    usable.m_words.resize(features.m_words.size());
+    for (const UsableGroup& group : usableGroups()) {
+        if ((enabled & group.state) != group.state || (group.enabledBy && !features.containsIndex(*group.enabledBy))) {
+            continue;
+        }
+        for (std::size_t i = 0; i < std::min(usable.m_words.size(), group.features.m_words.size()); ++i) {
+            usable.m_words[i] |= features.m_words[i] & group.features.m_words[i];
         }
     }
+    usable.trim();
     return usable;
 }
 

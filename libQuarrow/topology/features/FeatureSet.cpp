@@ -9,12 +9,6 @@ namespace {
 
 constexpr std::size_t bitsPerWord = 64;
 
-void trim(std::vector<std::uint64_t>& words) {
-    while (!words.empty() && words.back() == 0) {
-        words.pop_back();
-    }
-}
-
 } // namespace
 
 bool FeatureSet::containsIndex(std::size_t index) const {
@@ -27,6 +21,12 @@ void FeatureSet::insertIndex(std::size_t index) {
         m_words.resize(index / bitsPerWord + 1);
     }
     m_words[index / bitsPerWord] |= std::uint64_t{1} << index % bitsPerWord;
+}
+
+void FeatureSet::trim() {
+    while (!m_words.empty() && m_words.back() == 0) {
+        m_words.pop_back();
+    }
 }
 
 bool FeatureSet::contains(Feature feature) const {
@@ -94,7 +94,7 @@ FeatureSet FeatureSet::operator&(const FeatureSet& other) const {
     for (std::size_t i = 0; i < result.m_words.size(); ++i) {
         result.m_words[i] &= other.m_words[i];
     }
-    trim(result.m_words);
+    result.trim();
     return result;
 }
 
@@ -103,7 +103,7 @@ FeatureSet FeatureSet::operator-(const FeatureSet& other) const {
     for (std::size_t i = 0; i < std::min(m_words.size(), other.m_words.size()); ++i) {
         result.m_words[i] &= ~other.m_words[i];
     }
-    trim(result.m_words);
+    result.trim();
     return result;
 }
 

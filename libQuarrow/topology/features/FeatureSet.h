@@ -54,6 +54,7 @@ class QUARROW_EXPORT FeatureSet {
     friend FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid);
     bool containsIndex(std::size_t index) const;
     void insertIndex(std::size_t index);
+    void trim();
 
     std::vector<std::uint64_t> m_words; // a bit for each name, in the order of names(); no zero word at the end
 };

@@ -74,7 +74,7 @@ void readThrottling(const SpeedSources& sources, ProcessorLimits& limits) {
 } // namespace
 
 bool isEfficientIntelCore(const SpeedSources& sources) {
-    return sources.model.identity.coreType && sources.model.kind == CoreKind::efficient;
+    return sources.model.identity.coreType && sources.model.placing.kind == CoreKind::efficient;
 }
 
 void readIntelSpeed(const SpeedSources& sources, ProcessorSpeed& speed) {

@@ -43,6 +43,14 @@ TEST(Features, AreReadWhereTheProcessorHasTheLeaf) {
         // A sub-leaf past the last one of leaf 7 is not asked; the reader answers it with zeros, the leaf with ones.
         {"GenuineIntel", 7, 0, {{7, 0, {0, 1U << 5, 0, 0}}, {7, 1, {1U << 4, 0, 0, 0}}}, "avx2"},
         {"GenuineIntel", 7, 0, {{7, 0, {1, 1U << 5, 0, 0}}, {7, 1, {1U << 4, 0, 0, 0}}}, "avx2 avx_vnni"},
+        // A leaf that another one has to announce, by which a sub-leaf is announced in turn.
+        {"GenuineIntel", 0x10, 0, {{0x10, 0, {0, 2, 0, 0}}, {0x10, 1, {0, 0, 4, 0}}}, ""},
+        {"GenuineIntel", 0x10, 0, {{7, 0, {0, 1U << 15, 0, 0}}, {0x10, 1, {0, 0, 4, 0}}}, "rdt_a"},
+        {"GenuineIntel",
+         0x10,
+         0,
+         {{7, 0, {0, 1U << 15, 0, 0}}, {0x10, 0, {0, 2, 0, 0}}, {0x10, 1, {0, 0, 4, 0}}, {0x10, 2, {0, 0, 4, 0}}},
+         "rdt_a cat_l3 cdp_l3"},
         // VIA's own range, which an Intel processor answers with its highest leaf. (The reader answers what is above
         // the extended maximum with ones.)
         {"CentaurHauls",
