@@ -40,6 +40,8 @@ const AddRatio ratios[] = {
     {"tree build / hwloc, default", "<= 0.40", [](const Results& r) { return over(r, "live/tree", "hwloc/default"); }},
     {"topology / hwloc, default", "<= 0.10",
      [](const Results& r) { return over(r, "live/topology", "hwloc/default"); }},
+    {"the topology's CPUIDs and migrations alone / hwloc, default", "",
+     [](const Results& r) { return over(r, "live/topology_cpuids_and_migrations", "hwloc/default"); }},
     {"tree build / hwloc, x86 backend only", "<= 0.80",
      [](const Results& r) { return over(r, "live/tree", "hwloc/x86_backend_only"); }},
 };

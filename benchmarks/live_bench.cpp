@@ -47,6 +47,12 @@ boost::optional<double> overFloor(const Results& results, const char* name) {
     return time && floor ? boost::make_optional(*time / *floor) : boost::none;
 }
 
+boost::optional<double> above(const Results& results, const char* name, const char* floor) {
+    const auto whole = results.nanoseconds(name);
+    const auto bare = results.nanoseconds(floor);
+    return whole && bare ? boost::make_optional((*whole - *bare) / 1000) : boost::none;
+}
+
 // Each leaf and sub-leaf that `work` executes, as often as it does.
 template <class Work>
 std::vector<cpu::cpuid_args> cpuidsOf(Work work) {
@@ -205,6 +211,11 @@ const AddRatio ratios[] = {
          const auto together = r.nanoseconds("live/cpuids_and_migrations");
          return tree && together ? boost::make_optional(*tree / *together) : boost::none;
      }},
+    {"one topology, CPUIDs", "", [](const Results& r) { return r.counter("live/topology", "cpuids"); }},
+    {"topology, us above its CPUIDs and migrations in one loop", "",
+     [](const Results& r) { return above(r, "live/topology", "live/topology_cpuids_and_migrations"); }},
+    {"tree build, us above its CPUIDs and migrations in one loop", "",
+     [](const Results& r) { return above(r, "live/tree", "live/cpuids_and_migrations"); }},
     {"topology / its CPUIDs and migrations in one loop", "<= 1.10",
      [](const Results& r) -> boost::optional<double> {
          const auto whole = r.nanoseconds("live/topology");

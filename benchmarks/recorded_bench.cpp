@@ -83,6 +83,22 @@ BENCHMARK_CAPTURE(build, intel, Layout::intel, makeTree)->Name("recorded/intel")
 BENCHMARK_CAPTURE(build, amd, Layout::amdTable, makeTree)->Name("recorded/amd")->Apply(everySize);
 BENCHMARK_CAPTURE(build, topology, Layout::intel, makeTopology)->Name("recorded/topology")->Apply(everySize);
 
+// What a tree of the machine asks, once for each core.
+void queriesOfCores(State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    os::RecordedMachine machine(syntheticMachine(Layout::intel, count));
+    const os::ScopedMachine scope(machine);
+    const topology::Topology topology = topology::Topology::read().value();
+    for (auto _ : state) {
+        for (const topology::ProcessorSet& core : topology.cores()) {
+            benchmark::DoNotOptimize((topology.packages()[topology.find(*core.first())->package] & core).count());
+            benchmark::DoNotOptimize(topology.oneThreadPerCore(core).count());
+        }
+    }
+    state.counters["processors"] = static_cast<double>(count);
+}
+BENCHMARK(queriesOfCores)->Name("recorded/queries_of_cores")->Apply(everySize);
+
 void load(State& state) {
     const std::string path = (std::filesystem::temp_directory_path() / "quarrow_bench.txt").string();
     {
@@ -146,6 +162,10 @@ const AddRatio ratios[] = {
      [](const Results& r) { return spread(r, "recorded/topology"); }},
     {"bytes per processor of a topology, 16384 processors", "",
      [](const Results& r) { return largest(r, "recorded/topology", "bytes_per_processor"); }},
+    {"a query for each core, 512 processors, ns per processor", "",
+     [](const Results& r) { return r.nanosecondsPer("recorded/queries_of_cores/512", "processors"); }},
+    {"the same, 512 to 16384 processors: slowest / fastest", "<= 1.50",
+     [](const Results& r) { return spread(r, "recorded/queries_of_cores"); }},
     {"loading a recording of 4096 processors, MB/s", ">= 50",
      [](const Results& r) -> boost::optional<double> {
          const auto time = r.nanosecondsPer("recording/load_4096", "megabytes");
