@@ -181,8 +181,7 @@ ProcessorIdentity decodeIdentity(LeafReader& leaves) {
     return identity;
 }
 
-ProcessorFacts ProcessorDecoder::decode(cpu::CpuidReader& live) {
-    cpu::RememberingCpuidReader cpuid(live);
+ProcessorFacts ProcessorDecoder::decode(cpu::RememberingCpuidReader& cpuid) {
     ProcessorFacts facts;
     if (m_model != nullptr && cpuid.readLike(m_answers, sameButForIds)) {
         LeafReader leaves(cpuid);

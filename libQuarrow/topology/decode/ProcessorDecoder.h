@@ -22,7 +22,8 @@ std::vector<TlbFigures> decodeTlbs(LeafReader& leaves);
 // All of them, of one processor after the other. Number, group and bit are left to the caller.
 class ProcessorDecoder {
   public:
-    ProcessorFacts decode(cpu::CpuidReader& cpuid);
+    // Nothing was read by `cpuid` before.
+    ProcessorFacts decode(cpu::RememberingCpuidReader& cpuid);
 
   private:
     // Of the last processor that was decoded: one that answers the same but for its IDs is its like, since decoding

@@ -32,6 +32,11 @@ LiteralReader amd() {
                           {0x8000001E, 0, {3, 0x101, 0, 0}}});
 }
 
+ProcessorFacts decoded(ProcessorDecoder& decoder, LiteralReader& cpuid) {
+    libQuarrow::cpu::RememberingCpuidReader remembering(cpuid);
+    return decoder.decode(remembering);
+}
+
 // One that differs in its IDs alone is the like of the one before it; any other difference is seen.
 TEST(ProcessorDecoder, SharesTheModelOfLikeProcessorsAlone) {
     const struct {
@@ -65,16 +70,17 @@ TEST(ProcessorDecoder, SharesTheModelOfLikeProcessorsAlone) {
     for (const auto& test : cases) {
         LiteralReader cpuid = test.before;
         ProcessorDecoder decoder;
-        const ProcessorFacts before = decoder.decode(cpuid);
+        const ProcessorFacts before = decoded(decoder, cpuid);
         for (const Leaf& leaf : test.changes) {
             cpuid.set(leaf);
         }
         cpuid.enabledState = test.enabledState;
         cpuid.executions = 0;
-        const ProcessorFacts facts = decoder.decode(cpuid);
+        const ProcessorFacts facts = decoded(decoder, cpuid);
         const unsigned int executions = cpuid.executions;
         cpuid.executions = 0;
-        const ProcessorFacts alone = ProcessorDecoder().decode(cpuid);
+        ProcessorDecoder another;
+        const ProcessorFacts alone = decoded(another, cpuid);
         const auto which = &test - cases;
         EXPECT_EQ(facts.model == before.model, test.alike) << which;
         EXPECT_TRUE(*facts.model == *alone.model) << which;
