@@ -77,7 +77,7 @@ libQuarrow/topology/speed:   libQuarrow/topology/features libKernelMode zel libQ
                              libQuarrow/topology libQuarrow/topology/decode
 libQuarrow/topology/leaves:  libQuarrow libQuarrow/machine $x86/decode $x86/decode/fields libQuarrow/topology libQuarrow/topology/decode
 libQuarrow/topology/TopologyBuilder.h: libQuarrow/machine libQuarrow/topology/decode
-libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed
+libQuarrow/topology/*.cpp:   zel libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/topology/decode libQuarrow/topology/speed libQuarrow/topology/leaves
 $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86 $x86/decode libQuarrow/recording libQuarrow/topology
 libQuarrow/document:         zel libQuarrow/topology libQuarrow/topology/names nlohmann
 libQuarrow/c:                zel libQuarrow/cpu libQuarrow/recording/formats

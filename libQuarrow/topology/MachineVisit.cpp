@@ -5,6 +5,7 @@
 #include <libQuarrow/topology/ProcessorTour.h>
 #include <libQuarrow/topology/TopologyBuilder.h>
 #include <libQuarrow/topology/decode/ProcessorDecoder.h>
+#include <libQuarrow/topology/leaves/AllAnswers.h>
 #include <libQuarrow/topology/speed/ProcessorMsrs.h>
 #include <libQuarrow/topology/speed/SpeedDecoder.h>
 
@@ -54,6 +55,9 @@ std::optional<Topology> visitMachine(const TopologyRequest& request) {
             if (asksMoreOf(request, place.number)) {
                 const std::string why = askMore(request, remembering, facts);
                 refusal = why.empty() ? refusal : why;
+            }
+            if (request.leaves) {
+                facts.leaves = std::make_shared<const ProcessorLeaves>(place.number, allAnswers(remembering));
             }
             visited.push_back(std::move(facts));
         },

@@ -13,6 +13,8 @@
 
 namespace libQuarrow::topology {
 
+class ProcessorLeaves; // libQuarrow/topology/leaves/ProcessorLeaves.h
+
 // One logical processor. Objects of a level are numbered from 0 over the whole machine, by their lowest processor:
 // processors with the same number share that object. A level that the machine does not tell is absent.
 struct Processor {
@@ -31,10 +33,10 @@ struct Processor {
     std::optional<std::uint32_t> complex; // cores that share an L3, where a package has several
     std::optional<std::uint32_t> module;  // cores that share an L2, where a package has several; AMD: compute units
     std::uint32_t core = 0;
-    std::uint32_t thread = 0;                          // from 0 within the core, by number
-    std::optional<std::uint32_t> numaNode;             // the operating system's own number
-    // Revision of the microcode, where TopologyRequest asked for it and the operating system tells it: Linux does to any
-    // user, Windows does not. In a guest it is what the hypervisor makes up.
+    std::uint32_t thread = 0;              // from 0 within the core, by number
+    std::optional<std::uint32_t> numaNode; // the operating system's own number
+    // Revision of the microcode, where TopologyRequest asked for it and the operating system tells it: Linux does to
+    // any user, Windows does not. In a guest it is what the hypervisor makes up.
     std::optional<std::uint32_t> microcode;
     std::optional<CoreKind> kind;                      // none on a machine with one kind of core
     std::shared_ptr<const ProcessorIdentity> identity; // never null; like processors share one
@@ -42,6 +44,7 @@ struct Processor {
     // Null where TopologyRequest does not ask for them.
     std::shared_ptr<const ProcessorSpeed> speed;
     std::shared_ptr<const ProcessorLimits> limits;
+    std::shared_ptr<const ProcessorLeaves> leaves;
 };
 
 // A processor of the system that could not be visited.

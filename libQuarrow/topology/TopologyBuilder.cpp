@@ -30,7 +30,7 @@ void TopologyBuilder::add(const ProcessorFacts& facts) {
         }
     }
     m_members.push_back(
-        {facts.number, facts.group, facts.bit, facts.place, model, facts.speed, facts.limits});
+        {facts.number, facts.group, facts.bit, facts.place, model, facts.speed, facts.limits, facts.leaves});
 }
 
 Topology TopologyBuilder::build() && {
@@ -181,6 +181,7 @@ void TopologyBuilder::placeMembers() {
         processor.identity = std::shared_ptr<const ProcessorIdentity>(facts, &facts->identity);
         processor.speed = member.speed;
         processor.limits = member.limits;
+        processor.leaves = member.leaves;
         const auto revision = m_microcode.find({member.group, member.bit});
         processor.microcode = revision != m_microcode.end() ? std::make_optional(revision->second) : std::nullopt;
     }

@@ -39,6 +39,7 @@ class TopologyBuilder {
         std::uint32_t model;
         std::shared_ptr<const ProcessorSpeed> speed;
         std::shared_ptr<const ProcessorLimits> limits;
+        std::shared_ptr<const ProcessorLeaves> leaves;
         std::uint64_t id = 0; // differs from all others
     };
     struct Model {

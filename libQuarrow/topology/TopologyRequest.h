@@ -14,6 +14,7 @@ struct TopologyRequest {
     bool speeds = false;           // Processor::speed, and
     bool measure = true;           // of that what must be measured, 25 milliseconds for each processor
     bool limits = false;           // Processor::limits
+    bool leaves = false;           // Processor::leaves
     // Processor::microcode. The files of the system that tell it take longer than all of CPUID: some 2 microseconds for
     // each processor, more in a guest.
     bool microcode = false;

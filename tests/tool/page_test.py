@@ -138,6 +138,14 @@ def check(browser, page, features):
     browser.type("#features input", "no such feature")
     assert shown(browser, ".feature") == []
 
+    leaves = ".leaf tbody tr"
+    assert shown(browser, leaves) == [], "leaves are not folded"
+    browser.click("summary")
+    assert browser.run("return document.querySelectorAll('.leaf[open]').length") == 1
+    browser.type("#leaves input", "physical address bits")
+    found = shown(browser, leaves)
+    assert found and len(shown(browser, ".leaf")) == 1 and "physical" in found[0], found
+
     for preference in ("light", "dark"):
         browser.media(prefers_color_scheme=preference)
         pairs = colours(browser)

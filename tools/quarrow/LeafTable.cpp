@@ -1,6 +1,7 @@
 #include <tools/quarrow/LeafTable.h>
 
 #include <tools/quarrow/Failure.h>
+#include <tools/quarrow/Words.h>
 
 #include <zel/String.h>
 
@@ -111,6 +112,44 @@ std::optional<std::uint32_t> wholeNumber(const std::string& text, int base) {
     return value <= 0xFFFFFFFF ? std::make_optional(static_cast<std::uint32_t>(value)) : std::nullopt;
 }
 
+constexpr std::size_t mostValuesListed = 8; // of a field that differs between processors
+std::string bitsText(const LeafField& field) {
+    const unsigned int highest = field.lowestBit + field.width - 1u;
+    return std::string(nameOf(field.reg)) + " " +
+           (field.width == 1 ? std::to_string(highest)
+                             : std::to_string(highest) + ":" + std::to_string(field.lowestBit));
+}
+
+// "0 on 0-1; 2 on 2-3", or how many values there are.
+std::string differences(const SharedField& field) {
+    if (field.values.size() <= mostValuesListed) {
+        std::vector<std::string> texts;
+        for (const SharedField::Value& value : field.values) {
+            texts.push_back(value.field.shown + " on " + value.processors.toList());
+        }
+        return joined(texts, "; ");
+    }
+    const auto order = [](const SharedField::Value& a, const SharedField::Value& b) {
+        return a.field.raw < b.field.raw;
+    };
+    const auto [lowest, highest] = std::minmax_element(field.values.begin(), field.values.end(), order);
+    return std::to_string(field.values.size()) + " values, " + lowest->field.shown + " to " + highest->field.shown +
+           "; --all tells each";
+}
+
+// Eight digits, with a star for each that differs between processors.
+std::string registerText(const SharedLeaf& leaf, LeafRegister reg) {
+    std::string text;
+    for (const SharedAnswer& shared : leaf.answers) {
+        const std::string digits = zel::String::SprintfFormat("%08X", valueOf(shared.answer, reg)).toUtf8();
+        text = text.empty() ? digits : text;
+        for (std::size_t i = 0; i < digits.size(); ++i) {
+            text[i] = text[i] == digits[i] ? text[i] : '*';
+        }
+    }
+    return std::string(nameOf(reg)) + " " + text;
+}
+
 } // namespace
 
 std::optional<LeafChoice> leafChoice(const Request& request) {
@@ -166,6 +205,34 @@ void failForNoLeaf(const LeafChoice& choice) {
 
 std::string leafName(const SharedLeaf& leaf) {
     return hexadecimalName(leaf.leaf) + (leaf.hasSubleaves ? "." + std::to_string(leaf.subleaf) : "");
+}
+
+std::vector<FieldLine> fieldLines(const SharedLeaf& leaf) {
+    std::vector<FieldLine> lines;
+    for (const SharedField& field : leaf.fields) {
+        const LeafField& first = field.values.front().field;
+        const bool differs = field.values.size() > 1;
+        lines.push_back({bitsText(first), std::string(first.name), differs ? "differs" : first.shown,
+                         std::string(first.meaning), differs ? differences(field) : ""});
+    }
+    for (const UnknownBits& unknown : leaf.unknown) {
+        std::vector<std::string> numbers;
+        for (const unsigned int bit : unknown.bits) {
+            numbers.push_back(std::to_string(bit));
+        }
+        lines.push_back({nameOf(unknown.reg), "unknown", "set",
+                         counted(numbers.size(), "bit") + " of no known name: " + joined(numbers),
+                         unknown.processors == leaf.processors ? "" : "on " + unknown.processors.toList()});
+    }
+    return lines;
+}
+
+std::string registersText(const SharedLeaf& leaf) {
+    std::vector<std::string> registers;
+    for (const LeafRegister reg : {LeafRegister::eax, LeafRegister::ebx, LeafRegister::ecx, LeafRegister::edx}) {
+        registers.push_back(registerText(leaf, reg));
+    }
+    return joined(registers, "  ");
 }
 
 } // namespace quarrow

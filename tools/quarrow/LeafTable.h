@@ -58,6 +58,19 @@ std::vector<SharedLeaf> sharedLeaves(const std::vector<const libQuarrow::topolog
 // Throws Failure: no processor answers the leaf that was chosen.
 [[noreturn]] void failForNoLeaf(const LeafChoice& choice);
 
+// A line of the table of fields.
+struct FieldLine {
+    std::string place; // "eax 7:0"
+    std::string name;
+    std::string value;
+    std::string meaning;
+    std::string who; // where processors differ
+};
+
+std::vector<FieldLine> fieldLines(const SharedLeaf& leaf);
+// "eax 0000000D  ebx ..."; a star for each digit that differs between processors.
+std::string registersText(const SharedLeaf& leaf);
+
 // "0x4.1"; "0x1" for a leaf that has no further ones.
 std::string leafName(const SharedLeaf& leaf);
 

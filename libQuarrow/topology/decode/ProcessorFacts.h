@@ -89,6 +89,7 @@ struct ProcessorFacts {
     // Null where they were not asked for.
     std::shared_ptr<const ProcessorSpeed> speed;
     std::shared_ptr<const ProcessorLimits> limits;
+    std::shared_ptr<const ProcessorLeaves> leaves;
 };
 
 } // namespace libQuarrow::topology

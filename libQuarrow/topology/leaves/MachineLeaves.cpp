@@ -1,7 +1,7 @@
 #include <libQuarrow/topology/leaves/MachineLeaves.h>
 
-#include <libQuarrow/cpu/x86/decode/CpuidLeaves.h>
 #include <libQuarrow/topology/ProcessorTour.h>
+#include <libQuarrow/topology/leaves/AllAnswers.h>
 
 #include <algorithm>
 #include <utility>
@@ -11,12 +11,7 @@ namespace libQuarrow::topology {
 std::optional<MachineLeaves> MachineLeaves::read(bool useThreadAffinity) {
     MachineLeaves machine;
     auto tour = tourProcessors(useThreadAffinity, [&machine](const ProcessorPlace& place, cpu::CpuidReader& cpuid) {
-        std::vector<CpuidAnswer> answers;
-        for (const cpu::CpuidLeaf& found : cpu::readAllLeaves(cpuid)) {
-            const cpu::cpuid_args& registers = found.registers;
-            answers.push_back({found.leaf, found.subleaf, registers.eax, registers.ebx, registers.ecx, registers.edx});
-        }
-        machine.m_processors.emplace_back(place.number, std::move(answers));
+        machine.m_processors.emplace_back(place.number, allAnswers(cpuid));
     });
     if (!tour) {
         return std::nullopt;

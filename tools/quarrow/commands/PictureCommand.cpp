@@ -33,6 +33,12 @@ std::vector<PictureBox> picture(const Request& request) {
     return classicPictureOf(machine.tree, sharing);
 }
 
+std::string page(const Request& request) {
+    libQuarrow::topology::TopologyRequest asked;
+    asked.leaves = true;
+    return machinePage(readTopology(request, asked), request.machineFile.value_or(""));
+}
+
 } // namespace
 
 std::string pictureCommand(const Request& request) {
@@ -56,8 +62,7 @@ std::string pictureCommand(const Request& request) {
     if (svg == none && html == none) {
         return drawText(picture(request), columns, outputIsUtf8() ? boxLines : asciiLines);
     }
-    const std::string drawn =
-        svg != none ? drawSvg(picture(request)) : machinePage(readTopology(request), request.machineFile.value_or(""));
+    const std::string drawn = svg != none ? drawSvg(picture(request)) : page(request);
     const std::string& path = svg != none ? svg->second : html->second;
     if (path == "-") {
         return drawn;

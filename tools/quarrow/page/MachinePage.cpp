@@ -1,5 +1,6 @@
 #include <tools/quarrow/page/MachinePage.h>
 
+#include <tools/quarrow/LeafTable.h>
 #include <tools/quarrow/MachineSummary.h>
 #include <tools/quarrow/TopologyReading.h>
 #include <tools/quarrow/Words.h>
@@ -100,12 +101,35 @@ std::string featureSection(const Topology& topology) {
     return htmlSection("features", "Features", html);
 }
 
+// Every leaf, folded; like processors once.
+std::string leafSection(const Topology& topology) {
+    std::vector<const libQuarrow::topology::ProcessorLeaves*> processors;
+    for (const Processor& processor : topology.processors()) {
+        processors.push_back(processor.leaves.get());
+    }
+    std::string html = htmlSearch("Search leaves: fields, values, meanings", ".leaf tbody tr");
+    for (const SharedLeaf& leaf : sharedLeaves(processors, std::nullopt)) {
+        Rows rows;
+        for (const FieldLine& line : fieldLines(leaf)) {
+            rows.push_back({line.place, line.name, line.value, line.meaning, line.who});
+        }
+        const std::string title = leaf.title.empty() ? "not known" : leaf.title;
+        html += htmlElement(
+            "details", "leaf",
+            "<summary><code>" + leafName(leaf) + "</code>" + htmlText(title) + "</summary>\n<p><code>" +
+                htmlText(registersText(leaf)) + "</code></p>\n" +
+                (rows.empty() ? std::string() : htmlTable({"Bits", "Field", "Value", "Meaning", "Whose"}, rows)));
+        html += "\n";
+    }
+    return htmlSection("leaves", "CPUID leaves", html);
+}
+
 } // namespace
 
 std::string machinePage(const Topology& topology, const std::string& fileName) {
     return htmlPage(processorName(*topology.processors().front().identity),
                     summarySection(topology, fileName) + pictureSection(topology) + cacheSection(topology) +
-                        featureSection(topology) + processorSection(topology));
+                        featureSection(topology) + processorSection(topology) + leafSection(topology));
 }
 
 } // namespace quarrow
