@@ -18,6 +18,8 @@
 
 namespace libQuarrow::topology {
 
+class ProcessorLeaves;
+
 // How the APIC ID is made up: the processors whose IDs are the same from bit n on share the object.
 struct IdShifts {
     std::uint8_t core = 0;

@@ -8,7 +8,7 @@ using namespace libQuarrow::topology;
 namespace {
 
 constexpr std::uint32_t osxsaveAndXsave = 3U << 26; // leaf 1 ECX
-constexpr std::uint32_t topologyExtensions = 1U << 22;
+constexpr std::uint32_t topologyExtensionsBit = 1U << 22;
 
 LiteralReader intel() {
     LiteralReader cpuid("GenuineIntel", 0xB, 0x80000004,
@@ -27,7 +27,7 @@ LiteralReader intel() {
 LiteralReader amd() {
     return LiteralReader("AuthenticAMD", 1, 0x8000001E,
                          {{1, 0, {0x830F10, 0x03100800, 0, 1U << 28}},
-                          {0x80000001, 0, {0, 0, topologyExtensions, 0}},
+                          {0x80000001, 0, {0, 0, topologyExtensionsBit, 0}},
                           {0x80000008, 0, {0, 0, 0x4003, 0}},
                           {0x8000001E, 0, {3, 0x101, 0, 0}}});
 }
