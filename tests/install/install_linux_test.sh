@@ -113,6 +113,6 @@ echo "built as a part of another project"
 
 # The C interface is one shared library whatever the others are.
 ! find "$work/static" -name '*.so*' ! -name 'libquarrow_c.so*' | grep . || fail "installs shared libraries where static ones were asked for"
-with_find_package "$work/static"
+without_c=without_c with_find_package "$work/static"
 static=--static with_pkg_config "$work/static"
 ! readelf -d "$work/by_hand" | grep -i quarrow || fail "is linked with a shared library of ours"

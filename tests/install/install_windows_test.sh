@@ -51,6 +51,6 @@ in_c "$root" x86_64-w64-mingw32-gcc-posix
         cmake --install "$work/static_build" --prefix "$work/static"
 } >"$work/log" 2>&1 || fail "BUILD_SHARED_LIBS=OFF: $(cat "$work/log")"
 rm "$root"/bin/zel.dll "$root"/bin/lib[KQ]*.dll
-with_find_package "$work/static" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
+without_c=without_c with_find_package "$work/static" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
     -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
 static=--static with_pkg_config "$work/static" -isystem "$build/dependencies"
