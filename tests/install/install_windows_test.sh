@@ -46,7 +46,7 @@ in_c "$root" x86_64-w64-mingw32-gcc-posix
 # The same with static libraries: of ours no DLL is needed.
 {
     cmake -S "$source" -B "$work/static_build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
-        -DBUILD_SHARED_LIBS=OFF -DQUARROW_BUILD_TOOL=OFF -DQUARROW_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=ON \
+        -DBUILD_SHARED_LIBS=OFF -DQUARROW_BUILD_TOOL=OFF -DQUARROW_BUILD_C=OFF -DQUARROW_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=ON \
         -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 && cmake --build "$work/static_build" &&
         cmake --install "$work/static_build" --prefix "$work/static"
 } >"$work/log" 2>&1 || fail "BUILD_SHARED_LIBS=OFF: $(cat "$work/log")"
