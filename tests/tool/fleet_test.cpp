@@ -49,7 +49,7 @@ TEST(Fleet, GroupsMachinesThatAreAlikeWhateverTheyWereReadFrom) {
         ++groups[group["count"].get<std::size_t>()];
     }
     EXPECT_EQ(groups, (std::map<std::size_t, std::size_t>{{3, 1}, {2, 1}, {1, 1}}));
-    for (const char* broken : {"README: ", "lines:3: it has no summary\n", "lines:4: it is no JSON\n"}) {
+    for (const char* broken : {"README: ", "lines:3: it has no summary", "lines:4: it is no JSON"}) {
         EXPECT_THAT(run.err, HasSubstr(broken));
     }
     EXPECT_THAT(run.err, Not(HasSubstr("hidden")));
