@@ -42,16 +42,3 @@ with_find_package "$root" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cm
     -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
 with_pkg_config "$root" -isystem "$build/dependencies"
 in_c "$root" x86_64-w64-mingw32-gcc-posix
-
-# The same with static libraries: of ours no DLL is needed. As one unit the library has more sections than an object of the
-# usual form holds.
-{
-    cmake -S "$source" -B "$work/static_build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
-        -DBUILD_SHARED_LIBS=OFF -DQUARROW_BUILD_TOOL=OFF -DQUARROW_BUILD_C=OFF -DQUARROW_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=ON \
-        -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_CXX_FLAGS=-Wa,-mbig-obj && cmake --build "$work/static_build" &&
-        cmake --install "$work/static_build" --prefix "$work/static"
-} >"$work/log" 2>&1 || fail "BUILD_SHARED_LIBS=OFF: $(cat "$work/log")"
-rm "$root"/bin/zel.dll "$root"/bin/lib[KQ]*.dll
-without_c=without_c with_find_package "$work/static" -DCMAKE_TOOLCHAIN_FILE="$source/cmake/windows-mingw.cmake" \
-    -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DBoost_NO_BOOST_CMAKE=ON -DBoost_INCLUDE_DIR="$build/dependencies"
-static=--static with_pkg_config "$work/static" -isystem "$build/dependencies"
