@@ -3,7 +3,7 @@
 #include <libQuarrow/topology/names/NameRow.h>
 
 // Private to the library: which package AMD's and Hygon's processors are in. Family 0Fh tells it by the two lowest bits
-// of the model ("CPUID Specification", 25481), later families by the package type in CPUID leaf 0x80000001 (EBX bits 28
+// of the model (AMD document 25481), later families by the package type in CPUID leaf 0x80000001 (EBX bits 28
 // to 31), whose values the BKDG or the PPR of those models explains. Of models without a public one, from 1Ah 20h on,
 // they are what AMD's product pages name for the products that answer so.
 

@@ -3,7 +3,7 @@
 #include <libQuarrow/topology/names/NameRow.h>
 
 // Private to the library: what makers call the steppings of their processors. Intel: the tables of component
-// identification in the specification updates of each product line, and the release notes of the microcode that Intel
+// identification in the update documents of each product line, and the release notes of the microcode that Intel
 // publishes for Linux (releasenote.md). Where dies of one signature have steppings of their own, all of them stand
 // there. AMD: the tables of silicon revisions in the revision guide of each family.
 

@@ -104,7 +104,7 @@ struct CoreTypeLeaf {
     std::uint32_t type; // EAX bits 31 to 24
 };
 
-// Leaf 0x24, sub-leaf 0: AVX10. Intel ("Intel Advanced Vector Extensions 10.2 Architecture Specification", 361050).
+// Leaf 0x24, sub-leaf 0: AVX10. Intel (AVX10.2 architecture, document 361050).
 struct Avx10Leaf {
     static constexpr std::uint32_t number = 0x24;
     explicit constexpr Avx10Leaf(const cpuid_args& r)
