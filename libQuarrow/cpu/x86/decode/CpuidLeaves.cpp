@@ -35,7 +35,7 @@ constexpr SubleafRow subleafRows[] = {
     {0x0000000B, End::levelType,       0}, // extended topology
     {0x0000000D, End::fixed,          63}, // XSAVE: one for each state component
     {0x0000000F, End::fixed,           1}, // resource monitoring
-    {0x00000010, End::fixed,           5}, // resource allocation
+    {0x00000010, End::fixed,           6}, // resource allocation
     {0x00000012, End::enclaveSection,  0}, // SGX
     {0x00000014, End::maximum,         0}, // processor trace
     {0x00000017, End::maximum,         0}, // system-on-chip vendor
@@ -47,6 +47,7 @@ constexpr SubleafRow subleafRows[] = {
     {0x00000020, End::maximum,         0}, // history reset
     {0x00000023, End::fixed,           5}, // performance monitoring
     {0x00000024, End::maximum,         0}, // AVX10
+    {0x00000027, End::fixed,           1}, // resource monitoring that differs between processors
     {0x00000028, End::fixed,           6}, // resource allocation that differs between processors
     {0x40000003, End::fixed,           2}, // time of Xen's
     {0x8000001D, End::cacheType,       0}, // cache topology

@@ -71,7 +71,7 @@ TEST(MachineRecorder, FollowsEachEnumerationToItsEnd) {
     }
     leaves[{0x40000000, 0}].eax = 0x40000000; // no hypervisor is announced
     const std::map<std::uint32_t, unsigned int> expected = {
-        {4, 13},    {7, 35},    {0xB, 8},   {0xD, 32},        {0xF, 2},        {0x10, 6},      {0x12, 11},
+        {4, 13},    {7, 35},    {0xB, 8},   {0xD, 32},        {0xF, 2},        {0x10, 7},      {0x12, 11},
         {0x14, 64}, {0x17, 35}, {0x18, 35}, {0x1B, 4},        {0x1D, 35},      {0x1E, 35},     {0x1F, 8},
         {0x20, 35}, {0x23, 6},  {0x24, 35}, {0x8000001D, 13}, {0x80000020, 6}, {0x80000026, 8}};
     auto found = counted(recording, ~0U);

@@ -70,10 +70,11 @@ constexpr CpuidField extendedFields[] = {
     number(0x80000006, 0,            edx, 11,  8, decimal,       "l3_lines_per_tag",               "lines per tag"),
     number(0x80000006, 0,            edx, 15, 12, waysCode,      "l3_ways",                        "associativity"),
     number(0x80000006, 0,            edx, 31, 18, halfMegabytes, "l3_size",                        "and least size"),
-    // AMD APM volume 3, appendix E.4.5; EAX: BKDG of families 0x15 and 0x16, processor feedback
+    // AMD APM volume 3, appendix E.4.5. EAX is reserved there: fields by the CPUID leaves of a public cpuid header
+    // (ProcessorFeedbackCapsVersion, MaxWrapTime), as in dumps of family 0x16; the unit of the time is not told
     number(0x80000007, 0,            eax,  7,  0, decimal,       "feedback_monitors",              "Monitors of the processor feedback", amdOwner),
     number(0x80000007, 0,            eax, 15,  8, decimal,       "feedback_version",               "Version of the processor feedback", amdOwner),
-    number(0x80000007, 0,            eax, 31, 16, decimal,       "feedback_max_wrap",              "Longest time between readings, in milliseconds", amdOwner),
+    number(0x80000007, 0,            eax, 31, 16, decimal,       "feedback_max_wrap",              "Longest time between readings", amdOwner),
     number(0x80000007, 0,            ecx, 31,  0, decimal,       "power_sample_ratio",             "Power accumulator samples per TSC tick"),
     // AMD APM volume 3, appendix E.4.6; Intel SDM volume 2, CPUID: EAX alone
     number(0x80000008, 0,            eax,  7,  0, bits,          "physical_address_bits",          "Physical addresses"),
@@ -198,11 +199,13 @@ constexpr CpuidField extendedFields[] = {
     number(0x80000022, 0,            ecx, 31,  0, hex,           "memory_controllers",             "Active memory controllers, a bit each"),
     // AMD APM volume 3, appendix E.4.21
     number(0x80000023, 0,            ebx, 15,  0, decimal,       "memory_keys",                    "Keys of memory encryption"),
-    // AMD PPR of family 0x1A, segmented reverse map table (Linux, Documentation/arch/x86/amd-memory-encryption.rst: EBX)
+    // AMD APM volume 2, 15.36.22 (segmented reverse map table); Linux, arch/x86/virt/svm/sev.c; edx: Linux, RMPOPT patches
+    // of 2026 by AMD
     number(0x80000025, 0,            eax,  5,  0, twoToBytes,    "rmp_min_segment",                "Smallest segment of the reverse map table"),
     number(0x80000025, 0,            eax, 11,  6, twoToBytes,    "rmp_max_segment",                "Largest segment of it"),
     number(0x80000025, 0,            ebx,  9,  0, decimal,       "rmp_cached_segments",            "Segments that are cached"),
     yesNo (0x80000025, 0,            ebx, 10,                    "rmp_segments_limited",           "There can be no more than those"),
+    yesNo (0x80000025, 0,            edx,  0,                        "rmpopt",                         "RMPOPT"),
     // AMD APM volume 3, appendix E.4.22
     number(0x80000026, allSubleaves, eax,  4,  0, bits,          "x2apic_shift",                   "x2APIC ID bits of this level and below"),
     yesNo (0x80000026, allSubleaves, eax, 29,                    "efficiency_ranked",              "Cores have an efficiency ranking"),
@@ -215,7 +218,7 @@ constexpr CpuidField extendedFields[] = {
     number(0x80000026, allSubleaves, ecx,  7,  0, decimal,       "level",                          "Number of the level: the sub-leaf"),
     number(0x80000026, allSubleaves, ecx, 15,  8, amdLevelType,  "level_type",                     "Type of the level"),
     number(0x80000026, allSubleaves, edx, 31,  0, decimal,       "x2apic_id",                      "x2APIC ID of this processor"),
-    // Linux, drivers/platform/x86/amd/hfi
+    // Linux, drivers/platform/x86/amd/hfi/hfi.c
     number(0x80000027, 0,            eax, 31,  0, decimal,       "workload_classes",               "Classes of workloads"),
     number(0x80000027, 0,            ebx,  3,  0, hex,           "dynamic_ranking",                "Rankings that change while the machine runs"),
 };

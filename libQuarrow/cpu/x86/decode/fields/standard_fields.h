@@ -93,6 +93,9 @@ constexpr CpuidField standardFields[] = {
     // Intel SDM volume 2, CPUID, leaf 7
     number(0x00000007, 0,            eax, 31,  0, decimal,           "max_subleaf",                 "Highest sub-leaf"),
     number(0x00000007, 0,            ecx, 21, 17, decimal,           "mawau",                       "Address width adjustment of BNDLDX and BNDSTX for programs"),
+    // intel-cmt-cat, lib/hybrid.c
+    yesNo (0x00000007, 1,            ecx,  0,                        "asymmetric_monitoring",       "Monitoring of resources that differs between processors"),
+    yesNo (0x00000007, 1,            ecx,  1,                        "asymmetric_allocation",       "Allocation of resources that differs between processors"),
     // Intel SDM volume 2, CPUID, leaf 9
     number(0x00000009, 0,            eax, 31,  0, hex,               "platform_dca_cap",            "IA32_PLATFORM_DCA_CAP; bit 0: direct cache access is switched on"),
     // Intel SDM volume 2, CPUID, leaf 0xA, and volume 3, architectural performance monitoring
@@ -156,29 +159,6 @@ constexpr CpuidField standardFields[] = {
     yesNo (0x0000000D, {2, 63},      ecx,  0,                        "component_xss",               "Enabled by XSS, not by XCR0"),
     yesNo (0x0000000D, {2, 63},      ecx,  1,                        "component_aligned",           "Begins at a multiple of 64 bytes when compacted"),
     yesNo (0x0000000D, {2, 63},      ecx,  2,                        "component_xfd",               "Its first use can be made to fault"),
-    // Intel SDM volume 3, resource monitoring; bits 9 and 10: monitoring of I/O agents
-    number(0x0000000F, 0,            ebx, 31,  0, decimal,           "max_rmid",                    "Highest monitoring ID of any resource"),
-    number(0x0000000F, 1,            eax,  7,  0, bitsLess24,        "l3_counter_width",            "Width of the counters"),
-    yesNo (0x0000000F, 1,            eax,  8,                        "l3_counter_overflow",         "Bit 61 of a counter tells that it overflowed"),
-    yesNo (0x0000000F, 1,            eax,  9,                        "l3_io_occupancy",             "Occupancy by I/O agents"),
-    yesNo (0x0000000F, 1,            eax, 10,                        "l3_io_bandwidth",             "Bandwidth of I/O agents"),
-    number(0x0000000F, 1,            ebx, 31,  0, bytes,             "l3_counter_scale",            "What a count stands for"),
-    number(0x0000000F, 1,            ecx, 31,  0, decimal,           "l3_max_rmid",                 "Highest monitoring ID of the L3"),
-    // Intel SDM volume 3, resource allocation; bits 5 and 6: resource director technology architecture document
-    yesNo (0x00000010, 0,            ebx,  5,                        "cba",                         "Throttling of core bandwidth"),
-    yesNo (0x00000010, 0,            ebx,  6,                        "resource_priority",           "Resource priority"),
-    number(0x00000010, {1, 2},       eax,  4,  0, bitsLessOne,       "capacity_mask_length",        "Length of a capacity mask"),
-    number(0x00000010, {1, 2},       ebx, 31,  0, hex,               "capacity_mask_shared",        "Parts that others may use too"),
-    yesNo (0x00000010, {1, 2},       ecx,  1,                        "capacity_io_agents",          "I/O agents can be given a class"),
-    yesNo (0x00000010, {1, 2},       ecx,  3,                        "capacity_noncontiguous",      "A mask may have holes"),
-    number(0x00000010, {1, 2},       edx, 15,  0, decimal,           "max_class",                   "Highest class of service"),
-    number(0x00000010, 3,            eax, 11,  0, percentLessOne,    "mba_max_delay",               "Largest throttling"),
-    yesNo (0x00000010, 3,            ecx,  2,                        "mba_linear",                  "Throttling is linear"),
-    number(0x00000010, 3,            edx, 15,  0, decimal,           "mba_max_class",               "Highest class of service"),
-    number(0x00000010, 5,            eax,  7,  0, lessOne,           "cba_max_level",               "Largest level of core bandwidth throttling"),
-    number(0x00000010, 5,            eax, 11,  8, hex,               "cba_scope",                   "Scope of core bandwidth throttling"),
-    yesNo (0x00000010, 5,            ecx,  3,                        "cba_linear",                  "Throttling is linear"),
-    number(0x00000010, 5,            edx, 15,  0, decimal,           "cba_max_class",               "Highest class of service"),
     // Intel SDM volume 3, SGX
     yesNo (0x00000012, 0,            eax,  5,                        "sgx_enclv",                   "ENCLV: EINCVIRTCHILD, EDECVIRTCHILD, ESETCONTEXT"),
     yesNo (0x00000012, 0,            eax,  6,                        "sgx_oversubscription",        "ENCLS: ETRACKC, ERDINFO, ELDBC, ELDUC"),
@@ -216,7 +196,8 @@ constexpr CpuidField standardFields[] = {
     number(0x00000012, {2, 63},      ecx,  3,  0, enclaveCare,       "section_protection",          "How memory is protected"),
     number(0x00000012, {2, 63},      ecx, 31, 12, hex,               "section_size_low",            "Size, bits 12 to 31"),
     number(0x00000012, {2, 63},      edx, 19,  0, hex,               "section_size_high",           "Size, bits 32 to 51"),
-    // Intel SDM volume 3, processor trace; bit 9 and the triggers: instruction set extensions programming reference
+    // Linux, x86-cpuid-db, leaf_14.xml; trigger tracing: as JavaCrossPlatformCPUID (Cpuid00000014) has it from Intel's
+    // instruction set extensions programming reference
     number(0x00000014, 0,            eax, 31,  0, decimal,           "max_subleaf",                 "Highest sub-leaf"),
     yesNo (0x00000014, 0,            ebx,  0,                        "pt_cr3_filter",               "Filter by CR3"),
     yesNo (0x00000014, 0,            ebx,  1,                        "pt_psb_cyc",                  "Configurable packet stream boundaries, cycle packets"),
@@ -237,6 +218,9 @@ constexpr CpuidField standardFields[] = {
     number(0x00000014, 1,            eax, 31, 16, hex,               "pt_mtc_periods",              "Periods of mini time counters, a bit each"),
     number(0x00000014, 1,            ebx, 15,  0, hex,               "pt_cycle_thresholds",         "Cycle thresholds, a bit each"),
     number(0x00000014, 1,            ebx, 31, 16, hex,               "pt_psb_frequencies",          "Frequencies of boundaries, a bit each"),
+    yesNo (0x00000014, 1,            ecx,  0,                        "pt_trigger_attribution",      "Triggers can tell which of them acted"),
+    yesNo (0x00000014, 1,            ecx,  1,                        "pt_trigger_pause",            "Triggers can pause and resume tracing"),
+    yesNo (0x00000014, 1,            ecx, 15,                        "pt_trigger_debug_register",   "Matches of debug registers can be triggers"),
     // Intel SDM volume 2, CPUID, leaves 0x15 and 0x16
     number(0x00000015, 0,            eax, 31,  0, decimal,           "tsc_denominator",             "Crystal clocks that make up so many TSC ticks:"),
     number(0x00000015, 0,            ebx, 31,  0, decimal,           "tsc_numerator",               "the TSC ticks"),
@@ -371,12 +355,6 @@ constexpr CpuidField standardFields[] = {
     number(0x00000024, 0,            eax, 31,  0, decimal,           "max_subleaf",                 "Highest sub-leaf"),
     number(0x00000024, 0,            ebx,  7,  0, decimal,           "avx10_version",               "Version of AVX10"),
     yesNo (0x00000024, 1,            ecx,  2,                        "avx10_vnni_int",              "AVX10 dot products of bytes and words"),
-    // Intel resource director technology architecture document, leaf 0x28: allocation that differs between processors
-    yesNo (0x00000028, 0,            ebx,  1,                        "asymmetric_l3",               "Allocation of the L3"),
-    yesNo (0x00000028, 0,            ebx,  2,                        "asymmetric_l2",               "Allocation of the L2"),
-    yesNo (0x00000028, 0,            ebx,  3,                        "asymmetric_mba",              "Allocation of memory bandwidth"),
-    yesNo (0x00000028, 0,            ebx,  5,                        "asymmetric_cba",              "Throttling of core bandwidth"),
-    yesNo (0x00000028, 0,            ebx,  6,                        "asymmetric_priority",         "Resource priority"),
 };
 // clang-format on
 static_assert(fieldsAscend(standardFields));
