@@ -41,10 +41,10 @@ if command -v promtool >/dev/null; then
         "$tool" --machine "$machine" export prometheus | promtool check metrics || complain "promtool refuses $machine"
     done
 fi
-# The labels are as Kubernetes has them: 63 characters at most, the first and last a letter or digit.
+# The labels are as Kubernetes has them: a namespace, and 63 characters at most, the first and last a letter or digit.
 for machine in "$source"/tests/machines/*.txt; do
     bad=$("$tool" --machine "$machine" export nfd |
-        grep -vE '^[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?=[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?$')
+        grep -vE '^feature\.node\.kubernetes\.io/[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?=[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?$')
     [ -z "$bad" ] || complain "no labels: $bad"
 done
 exit $failed

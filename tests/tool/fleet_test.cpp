@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 using nlohmann::json;
@@ -145,9 +146,20 @@ TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
     EXPECT_EQ(flagsOf("x86-64", {"lm"}, {"pentium-m"}), "-m32 -march=pentium-m -mtune=pentium-m");
 }
 
+TEST(Export, PutsLabelsIntoTheNamespaceOfNodeFeatures) {
+    std::istringstream lines(runTool("export nfd --machine " + quoted(machine(names[0]))).out);
+    std::set<std::string> labels;
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_THAT(
+            line, testing::MatchesRegex("feature\\.node\\.kubernetes\\.io/quarrow\\.[-a-zA-Z0-9._]+=[-a-zA-Z0-9._]+"));
+        labels.insert(line.substr(line.find('/') + 1));
+    }
+    EXPECT_EQ(labels.count("quarrow.cores=4") + labels.count("quarrow.usable.sse4_2=true"), 2U);
+}
+
 TEST(Export, SaysHonestlyWhatSlurmCannotHold) {
     EXPECT_THAT(runTool("export slurm --machine " + quoted(machine(names[0]))).out,
-                testing::StartsWith("NodeName=intel-2p-smt CPUs=8 Boards=1 SocketsPerBoard=2 CoresPerSocket=2 "
+                testing::StartsWith("NodeName=intel-2p-smt CPUs=8 Sockets=2 CoresPerSocket=2 "
                                     "ThreadsPerCore=2 Features=genuineintel,westmere_ep,westmere,x86_64_v1,x86_64_v2"));
     const std::string uneven = scratch("uneven.txt"); // the last of the four threads of two cores is missing
     const std::string whole = contentOf(machine(names[1]));

@@ -8,8 +8,12 @@ bool isAlphanumeric(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
-// Names and values of labels have up to 63 letters, digits, dashes, underscores and dots, the first and the last of
-// them a letter or digit; a value may be empty.
+// The lines of a feature file of node feature discovery (its customization guide, "local feature source"): a namespace,
+// a slash, name and value. Without its namespace, which versions up to now have put before it, a label is to be
+// refused later. A file may have 64 KB.
+//
+// Names and values of labels (Kubernetes, "labels and selectors") have up to 63 letters, digits, dashes, underscores
+// and dots, the first and the last of them a letter or digit; a value may be empty.
 std::string labelText(const std::string& text) {
     constexpr std::size_t longest = 63;
     std::string label;
@@ -29,7 +33,8 @@ std::string labelText(const std::string& text) {
 
 std::string labelLine(const std::string& name, const std::string& value) {
     const std::string text = labelText(value);
-    return text.empty() ? std::string() : labelText("quarrow." + name) + "=" + text + "\n";
+    return text.empty() ? std::string()
+                        : "feature.node.kubernetes.io/" + labelText("quarrow." + name) + "=" + text + "\n";
 }
 
 } // namespace

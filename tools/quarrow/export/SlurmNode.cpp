@@ -76,6 +76,8 @@ std::string slurmNodeName(const std::string& name) {
 
 } // namespace
 
+// A line of slurm.conf (its manual page, "node configuration"). CPUs is the number of logical processors, which the
+// product of the others must give; Sockets alone would follow from it with 1 for the others.
 std::string slurmNode(const Topology& topology, const std::string& name) {
     if (name.empty()) {
         throw Failure(Failure::WrongInput, "it is not known what the machine is called; give --name NAME");
@@ -86,7 +88,7 @@ std::string slurmNode(const Topology& topology, const std::string& name) {
     std::string text;
     std::string sockets;
     if (perPackage.size() == 1 && perCore.size() == 1) {
-        sockets = " Boards=1 SocketsPerBoard=" + std::to_string(machine.packages) +
+        sockets = " Sockets=" + std::to_string(machine.packages) +
                   " CoresPerSocket=" + std::to_string(machine.cores / machine.packages) +
                   " ThreadsPerCore=" + std::to_string(*perCore.begin());
     } else {
