@@ -2,10 +2,11 @@
 
 // Private to CompilerTargets.cpp: the targets of gcc and clang, and what each enables.
 //
-// Sources: the macros that Debian's gcc 11 and 12 and clang 13, 14, 16, 19 and 22 define with each -march, and for gcc
-// 14 its page of changes. Rows that begin with gcc 13 have clang's features for the same target, which gcc 13 was not
-// there to confirm. A feature that some version of a compiler has with a target and another has not is listed where it
-// can be switched off (see targetSwitches); otherwise the target has a row for either.
+// Sources: the macros that Debian's gcc 11 and 12 and clang 13, 14, 16, 19 and 22 define with each -march; for later
+// versions of gcc the PTA_ tables of gcc/config/i386/i386.h, as in the branch of gcc 13, in the sources of gcc 15 while
+// it was made, and in those of 2026; for gcc 14 its page of changes. A feature that some version of a compiler has with
+// a target and another has not is listed where it can be switched off (see targetSwitches); otherwise the target has a
+// row for either.
 //
 // Left out: targets with AVX10.2, whose version is no flag; those of makers whose targets no such compiler could be
 // asked about; other names of the same target.
@@ -15,7 +16,7 @@ namespace quarrow {
 constexpr unsigned int none = 0;    // the compiler does not have it
 constexpr unsigned int later = ~0U; // nor has dropped it
 constexpr unsigned int oldGcc = 11;
-constexpr unsigned int newGcc = 14;
+constexpr unsigned int newGcc = 15;
 constexpr unsigned int oldClang = 13;
 constexpr unsigned int newClang = 22;
 
@@ -79,7 +80,7 @@ constexpr CompilerTarget compilerTargets[] = {
                                                                       "sha_ni vaes vpclmulqdq waitpkg", "shstk", "", "Alder Lake|Alder Lake-N|Gracemont"},
     {"raptorlake",      13, later,    16, later,    "alderlake",      "", "", "", "Raptor Lake|Raptor Lake-S|Raptor Lake-P"},
     {"meteorlake",      13, later,    16, later,    "alderlake",      "", "", "", "Meteor Lake|Arrow Lake-U"},
-    {"arrowlake",       14, later,    18, later,    "alderlake",      "avx_ifma avx_ne_convert avx_vnni_int8 cmpccxadd enqcmd uintr", "", "", "Arrow Lake-H"},
+    {"arrowlake",       14, later,    18, later,    "alderlake",      "avx_ifma avx_ne_convert avx_vnni_int8 cmpccxadd uintr", "enqcmd", "", "Arrow Lake-H"},
     {"arrowlake-s",     14, later,    18, later,    "arrowlake",      "avx_vnni_int16 sha512 sm3 sm4", "", "", "Arrow Lake-S"},
     {"lunarlake",       14, later,    18, later,    "arrowlake-s",    "", "", "", "Lunar Lake"},
     {"pantherlake",     14, later,    18, later,    "arrowlake-s",    "prefetchi", "", "", "Panther Lake"},
