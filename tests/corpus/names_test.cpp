@@ -54,15 +54,16 @@ struct Exception {
     const char* reason;
 };
 constexpr Exception exceptions[] = {
-    {"amd-k19-ryzen-7940h", "microarchitecture", "none tells; Zen 4 by the programming reference of its models"},
-    {"amd-k19-ryzen-7735hs", "revision", "RMB-B1, by the revision guide of its models"},
+    {"amd-k19-ryzen-7940h", "microarchitecture", "none tells; Zen 4 by libcpuid's comments and Linux"},
+    {"amd-k19-threadripper-7960x", "revision", "STP-B1 in illumos"},
+    {"amd-k19-ryzen-7735hs", "revision", "RMB-B1 in illumos and in XenServer's notes on microcode"},
     {"guest-firecracker-sapphirerapids", "microarchitecture", "Golden Cove, not the Sunny Cove of Ice Lake"},
     {"intel-sapphirerapids", "microarchitecture", "Golden Cove, not the Sunny Cove of Ice Lake"},
     {"intel-emeraldrapids", "microarchitecture", "they repeat the codename; the core is Raptor Cove"},
     {"intel-graniterapids", "microarchitecture", "Redwood Cove, not the Golden Cove of Sapphire Rapids"},
     {"intel-alderlaken", "microarchitecture", "it has efficient cores alone, which are Gracemont"},
     {"intel-arrowlake-ultra5", "microarchitecture", "none tells; the performance cores are Lion Cove"},
-    {"intel-arrowlake-ultra7-265u", "process", "Arrow Lake-U is Meteor Lake's design in Intel 3"},
+    {"intel-arrowlake-ultra7-265u", "process", "one says Intel 4, the other TSMC N3B, the press Intel 3"},
     {"intel-pantherlake", "microarchitecture", "none knows it"},
     {"intel-pantherlake", "codename", "none knows it"},
     {"hygon-k18-dhyana", "codename", "none tells; the brand string says Dhyana"},

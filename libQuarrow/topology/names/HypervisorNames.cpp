@@ -8,9 +8,8 @@ struct HypervisorRow {
     std::string_view name;
 };
 
-// From the hypervisors' own documents (KVM: Linux, Documentation/virt/kvm/x86/cpuid.rst; Hyper-V: top-level functional
-// reference; Xen: public/arch-x86/cpuid.h; FEX-Emu: docs/CPUID.md; the code of those whose code is public) and what
-// Linux and systemd recognise.
+// What programs recognise: systemd, src/basic/virt.c; VMAware, its table of signatures; steam-runtime (FEX-Emu);
+// kvmtool, which is LKVM; and Barevisor's own documents.
 // clang-format off
 constexpr HypervisorRow hypervisors[] = {
     {" QNXQVMBSQG ",  "QNX"},

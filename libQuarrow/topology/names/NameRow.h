@@ -7,18 +7,15 @@
 
 namespace libQuarrow::topology {
 
-// Where a row's names stand. Several documents of a kind are told apart by the family that they are for.
+// Where a row's names stand. Makers' own documents are no source: none was read for them.
 enum class NameSource {
-    SdmModels,      // Intel SDM volume 4, table 2-1: processors by DisplayFamily_DisplayModel
-    SpecUpdate,     // Intel data sheets and their updates: component identification by CPUID
-    LinuxFamilies,  // Linux, intel-family.h: models that Intel has added before it published the processor
-    RevisionGuide,  // the AMD revision guide of that family
-    ProgrammingRef, // the AMD processor programming reference of those models
-    DataSheet,      // the maker's data sheet or programmer's manual of that product
-    KernelModels,   // Linux, cpu/amd.c, cpu/hygon.c, cpu/vortex.c and the perf drivers: generations by model
-    Dumps,          // public CPUID dumps, whose collectors name the product
-    CompilerModels, // gcc cpuinfo.h and the Zhaoxin perf driver of Linux: models by generation, contributed by the
-                    // maker
+    Cpuid,          // the cpuid program (Debian's 20230120) names the core, the product and the process by signature
+    Libcpuid,       // libcpuid, recog_intel.c, recog_amd.c and recog_centaur.c of 2025, does so by signature and brand
+    LinuxFamilies,  // Linux, intel-family.h of 2026, which Intel contributes; processes as the press has them
+    KernelModels,   // Linux, cpu/amd.c of 2026 and cpu/vortex.c: generations by model; illumos, cpuid_subr.c: codenames
+    CompilerModels, // gcc, cpuinfo.h of 2026: Zhaoxin's models, contributed by the maker
+    Dumps,          // public CPUID dumps, whose collectors name the product; processes by libcpuid
+    Press,          // magazines, collectors and encyclopedias
 };
 
 // A signature and its names. Null: not known, or not the same for all of these.
