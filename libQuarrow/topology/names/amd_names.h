@@ -117,12 +117,11 @@ constexpr NameRow amdNames[] = {
 };
 static_assert(signaturesAscend(amdNames));
 
-// Product names from the brand strings; codenames as the cpuid program and libcpuid have them for public dumps.
+// Product names from the brand strings; codenames as the cpuid program, libcpuid or the press have them.
 //   family, models, steppings, word, codename
 constexpr BrandRow amdBrandNames[] = {
     {0x06, 0x08, 0x08, 0, 15, "Duron",           "Applebred"},
     {0x0F, 0x23, 0x23, 0, 15, "Opteron",         "Denmark"},
-    {0x0F, 0x24, 0x24, 0, 15, "Sempron",         "Albany"},
     {0x0F, 0x27, 0x27, 0, 15, "Opteron",         "Venus"},
     {0x0F, 0x2C, 0x2F, 0, 15, "Sempron",         "Palermo"},
     {0x0F, 0x4F, 0x5F, 0, 15, "Sempron",         "Manila"},
@@ -143,7 +142,6 @@ constexpr BrandRow amdBrandNames[] = {
     {0x10, 0x06, 0x06, 0, 15, " M",              "Caspian"},
     {0x10, 0x06, 0x06, 0, 15, " P",              "Champlain"},
     {0x10, 0x06, 0x06, 0, 15, " N",              "Champlain"},
-    {0x10, 0x06, 0x06, 0, 15, "Neo",             "Geneva"},
     {0x10, 0x08, 0x08, 0, 15, "Processor 41",    "Lisbon"},
     {0x10, 0x0A, 0x0A, 0, 15, "X4",              "Zosma"},
     {0x14, 0x00, 0x0F, 0, 15, "AMD E",           "Zacate"},
@@ -163,7 +161,6 @@ constexpr BrandRow amdBrandNames[] = {
     {0x17, 0x01, 0x01, 0, 15, "EPYC",            "Naples"},
     {0x17, 0x01, 0x01, 0, 15, "Threadripper",    "Whitehaven"},
     {0x17, 0x08, 0x08, 0, 15, "Threadripper",    "Colfax"},
-    {0x17, 0x20, 0x20, 0, 15, "AMD 3020e",       "Pollock"},
     {0x17, 0x20, 0x20, 0, 15, "AMD 3015",        "Pollock"},
     {0x17, 0x31, 0x31, 0, 15, "Threadripper",    "Castle Peak"},
     {0x19, 0x00, 0x01, 2,  2, "EPYC",            "Milan-X"},
@@ -173,7 +170,6 @@ constexpr BrandRow amdBrandNames[] = {
     {0x19, 0x60, 0x6F, 0, 15, "HX",              "Dragon Range"},
     {0x19, 0xA0, 0xAF, 0, 15, "EPYC 8",          "Siena"},
     {0x1A, 0x40, 0x4F, 0, 15, "HX",              "Fire Range"},
-    {0x1A, 0x40, 0x4F, 0, 15, "EPYC",            "Grado"},
 };
 
 //   family, model, efficient cores, low-power cores (the press)

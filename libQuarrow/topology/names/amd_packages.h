@@ -4,8 +4,8 @@
 
 // Private to the library: which package AMD's and Hygon's processors are in. Family 0Fh tells it by the two lowest bits
 // of the model, later families by the package type in CPUID leaf 0x80000001 (EBX bits 28 to 31). Source: illumos,
-// usr/src/uts/intel/os/cpuid_subr.c, from AMD's documents; of 1Ah 40h, dumps of the Ryzen 9 9950X; of 1Ah 70h, the
-// sample of AMD's Ryzen Master monitoring SDK.
+// usr/src/uts/intel/os/cpuid_subr.c, from AMD's documents; of 1Ah from 20h on, the types are those of dumps and the
+// packages those of the products: FP8 by Wikipedia (Zen 5), FP11 by the sample of AMD's Ryzen Master monitoring SDK.
 
 namespace libQuarrow::topology {
 
@@ -79,7 +79,9 @@ constexpr PackageRow amdPackages[] = {
     {0x19, 0xA0, 0xAF, 4, "SP5"},
     {0x19, 0xA0, 0xAF, 8, "SP6"},
     {0x1A, 0x00, 0x1F, 4, "SP5"},
+    {0x1A, 0x20, 0x2F, 1, "FP8"},
     {0x1A, 0x40, 0x4F, 0, "AM5"},
+    {0x1A, 0x60, 0x6F, 1, "FP8"},
     {0x1A, 0x70, 0x7F, 1, "FP11"},
 };
 // clang-format on

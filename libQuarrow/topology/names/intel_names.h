@@ -138,7 +138,7 @@ constexpr NameRow intelNames[] = {
 };
 static_assert(signaturesAscend(intelNames));
 
-// Product names from the brand strings; codenames as the cpuid program and libcpuid have them for public dumps.
+// Product names from the brand strings; codenames as the cpuid program, libcpuid or Intel's microcode notes have them.
 //   family, models, steppings, word, codename
 constexpr BrandRow intelBrandNames[] = {
     {0x06, 0x05, 0x05,  0, 15, "Celeron",                 "Covington"},
