@@ -1,5 +1,6 @@
 // What is read from files of the kernel.
 
+#include <libQuarrow/machine/Machine.h>
 #include <libQuarrow/os/linux/SystemMicrocode.h>
 #include <libQuarrow/os/linux/SystemNumaNodes.h>
 
@@ -9,6 +10,7 @@
 #include <fstream>
 
 using libQuarrow::os::MicrocodeRevisions;
+using libQuarrow::os::onlyPossibleNode;
 using libQuarrow::os::readMicrocodeRevisions;
 using libQuarrow::os::readNumaNodes;
 
@@ -30,7 +32,20 @@ TEST(SystemNumaNodes, AreReadFromTheirFolders) {
     add("node70", "2-3\n");
     const libQuarrow::os::NumaNodes expected = {{0, {{0, 0x3}, {1, 0x4}}}, {3, {}}, {70, {{0, 0xC}}}};
     EXPECT_EQ(readNumaNodes(folder.string()), expected);
+
+    EXPECT_FALSE(onlyPossibleNode(folder.string())) << "not told";
+    const std::pair<const char*, std::optional<std::uint32_t>> cases[] = {
+        {"0\n", 0}, {"3", 3}, {"63\n", 63}, {"70\n", 70}, {"0-1\n", {}}, {"1,3\n", {}}, {"0,64\n", {}}, {"\n", {}}};
+    for (const auto& [list, only] : cases) {
+        std::ofstream(folder / "possible") << list;
+        EXPECT_EQ(onlyPossibleNode(folder.string()), only) << list;
+    }
     std::filesystem::remove_all(folder);
+}
+
+// The machine reads them where it must; where there can be one only, it knows them without.
+TEST(SystemNumaNodes, OfThisMachineAreThoseOfItsFolders) {
+    EXPECT_EQ(libQuarrow::os::nativeMachine().numaNodes(), readNumaNodes("/sys/devices/system/node"));
 }
 
 TEST(SystemMicrocode, IsReadFromItsFilesElseFromTheReport) {
