@@ -2,6 +2,8 @@
 
 #include <libQuarrow/machine/Machine.h>
 
+#include <algorithm>
+
 namespace libQuarrow::cpu {
 
 bool CpuidReader::ask(std::uint32_t leaf, std::uint32_t subleaf, cpuid_args& answer) {
@@ -35,12 +37,17 @@ bool LiveCpuidReader::hasCpuid() {
 }
 
 const CpuidAnswers::Leaf* RememberingCpuidReader::remembered(std::uint32_t leaf, std::uint32_t subleaf) const {
-    for (const CpuidAnswers::Leaf& answer : m_answers.leaves) {
-        if (answer.leaf == leaf && answer.subleaf == subleaf) {
-            return &answer;
-        }
+    const auto isIt = [=](const CpuidAnswers::Leaf& answer) {
+        return answer.leaf == leaf && answer.subleaf == subleaf;
+    };
+    const std::size_t last = m_places[placeOf(leaf, subleaf)];
+    if (last == 0) {
+        return nullptr;
     }
-    return nullptr;
+    const auto* const end = m_answers.leaves.data() + m_answers.leaves.size();
+    const auto* const likely = m_answers.leaves.data() + (last - 1);
+    const auto* const found = isIt(*likely) ? likely : std::find_if(m_answers.leaves.data(), end, isIt);
+    return found != end ? found : nullptr;
 }
 
 cpuid_args RememberingCpuidReader::read(std::uint32_t leaf, std::uint32_t subleaf) {
@@ -48,7 +55,7 @@ cpuid_args RememberingCpuidReader::read(std::uint32_t leaf, std::uint32_t sublea
         return known->registers; // zeros where ask() was refused it
     }
     const cpuid_args registers = m_source.read(leaf, subleaf);
-    m_answers.leaves.push_back({leaf, subleaf, registers, true});
+    remember({leaf, subleaf, registers, true});
     return registers;
 }
 
@@ -57,7 +64,7 @@ bool RememberingCpuidReader::ask(std::uint32_t leaf, std::uint32_t subleaf, cpui
     if (known == nullptr) {
         cpuid_args registers;
         const bool there = m_source.ask(leaf, subleaf, registers);
-        m_answers.leaves.push_back({leaf, subleaf, registers, there});
+        remember({leaf, subleaf, registers, there});
         known = &m_answers.leaves.back();
     }
     if (known->there) {

@@ -4,6 +4,8 @@
 
 #include <boost/container/small_vector.hpp>
 
+#include <array>
+#include <cstddef>
 #include <optional>
 
 // Private to the library: where decoders read a processor from. Whatever turns register values into facts takes one of
@@ -77,7 +79,7 @@ class RememberingCpuidReader : public CpuidReader {
     bool readLike(const CpuidAnswers& other, Alike alike) {
         for (const CpuidAnswers::Leaf& expected : other.leaves) {
             const cpuid_args registers = m_source.read(expected.leaf, expected.subleaf);
-            m_answers.leaves.push_back({expected.leaf, expected.subleaf, registers, true});
+            remember({expected.leaf, expected.subleaf, registers, true});
             if (!alike(expected.leaf, expected.registers, registers)) {
                 return false;
             }
@@ -86,10 +88,21 @@ class RememberingCpuidReader : public CpuidReader {
     }
 
   private:
+    static constexpr std::size_t places = 64;
+    // Where an answer stands in m_places. Ranges of leaves differ in the highest bits.
+    static std::size_t placeOf(std::uint32_t leaf, std::uint32_t subleaf) {
+        return (leaf + (leaf >> 26) + 19 * subleaf) % places;
+    }
     const CpuidAnswers::Leaf* remembered(std::uint32_t leaf, std::uint32_t subleaf) const;
+    void remember(const CpuidAnswers::Leaf& answer) {
+        m_answers.leaves.push_back(answer);
+        m_places[placeOf(answer.leaf, answer.subleaf)] = static_cast<std::uint16_t>(m_answers.leaves.size());
+    }
 
     CpuidReader& m_source;
     CpuidAnswers m_answers;
+    // For each place the last answer that belongs there, counted from 1; 0: none does. Decoders ask again and again.
+    std::array<std::uint16_t, places> m_places{};
 };
 
 } // namespace libQuarrow::cpu

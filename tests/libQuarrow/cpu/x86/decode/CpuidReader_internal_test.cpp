@@ -28,4 +28,24 @@ TEST(CpuidReader, is_asked_only_for_leaves_of_a_range_that_reaches_them) {
     EXPECT_EQ(literal.executions, 0u);
 }
 
+TEST(CpuidReader, that_remembers_tells_any_number_of_leaves_apart) {
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> asked;
+    LiteralReader literal("GenuineIntel", 0x40, 0x80000040, {});
+    for (const std::uint32_t range : {0u, 0x80000000u}) {
+        for (std::uint32_t leaf = range + 1; leaf <= range + 0x40; ++leaf) {
+            for (const std::uint32_t subleaf : {0u, 1u, 64u}) {
+                literal.set({leaf, subleaf, {leaf, subleaf, 0, 0}});
+                asked.emplace_back(leaf, subleaf);
+            }
+        }
+    }
+    RememberingCpuidReader remembering(literal);
+    for (int pass = 0; pass < 2; ++pass) {
+        for (const auto& [leaf, subleaf] : asked) {
+            EXPECT_EQ(remembering.read(leaf, subleaf), (cpuid_args{leaf, subleaf, 0, 0})) << std::hex << leaf;
+        }
+        EXPECT_EQ(literal.executions, asked.size());
+    }
+}
+
 } // namespace
