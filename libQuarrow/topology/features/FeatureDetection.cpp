@@ -52,19 +52,37 @@ std::size_t wordsOfAll() {
     return featureNamesInOrder().size() / wordBits + 1;
 }
 
-// Where a feature is told in its leaf, and its place in a set.
-struct Flag {
+// Features that follow each other in their register and in a word of a set.
+struct FlagRun {
     std::uint8_t reg; // as CpuidRegister numbers them
-    std::uint8_t bit;
-    std::uint16_t feature;
+    std::uint8_t lowestBit;
+    std::uint8_t word;
+    std::uint8_t lowestWordBit;
+    std::uint32_t mask; // a bit for each of them
 };
 
 struct LeafFlags {
     std::uint32_t leaf;
     std::uint32_t subleaf;
     const Announcement* announcement; // null: none is needed
-    std::vector<Flag> flags;
+    std::vector<FlagRun> runs;
 };
+
+void addFlag(std::vector<FlagRun>& runs, cpu::CpuidRegister reg, unsigned int bit, std::size_t feature) {
+    const FlagRun flag{static_cast<std::uint8_t>(reg), static_cast<std::uint8_t>(bit),
+                       static_cast<std::uint8_t>(feature / wordBits), static_cast<std::uint8_t>(feature % wordBits), 1};
+    if (!runs.empty()) {
+        FlagRun& last = runs.back();
+        const std::uint32_t next = last.mask + 1; // the mask's ones are its lowest bits
+        if (last.reg == flag.reg && last.word == flag.word && flag.lowestBit >= last.lowestBit &&
+            std::uint64_t{1} << (flag.lowestBit - last.lowestBit) == next &&
+            flag.lowestWordBit - last.lowestWordBit == flag.lowestBit - last.lowestBit) {
+            last.mask |= next;
+            return;
+        }
+    }
+    runs.push_back(flag);
+}
 
 const std::vector<LeafFlags>& leavesWithFlags() {
     static const std::vector<LeafFlags> leaves = [] {
@@ -75,8 +93,7 @@ const std::vector<LeafFlags>& leavesWithFlags() {
             if (found.empty() || found.back().leaf != field.leaf || found.back().subleaf != subleaf) {
                 found.push_back({field.leaf, subleaf, announcementOf(field.leaf, subleaf), {}});
             }
-            found.back().flags.push_back(
-                {static_cast<std::uint8_t>(field.reg), field.lowestBit, static_cast<std::uint16_t>(feature.index)});
+            addFlag(found.back().runs, field.reg, field.lowestBit, feature.index);
         }
         return found;
     }();
@@ -179,9 +196,9 @@ FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
             continue;
         }
         const std::uint32_t registers[] = {answer.eax, answer.ebx, answer.ecx, answer.edx};
-        for (const Flag& flag : leaf.flags) {
-            const std::uint64_t set = registers[flag.reg] >> flag.bit & 1;
-            features.m_words[flag.feature / wordBits] |= set << flag.feature % wordBits;
+        for (const FlagRun& run : leaf.runs) {
+            const std::uint64_t set = registers[run.reg] >> run.lowestBit & run.mask;
+            features.m_words[run.word] |= set << run.lowestWordBit;
         }
     }
     features.trim();
@@ -189,7 +206,8 @@ FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
 }
 
 FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid) {
-    const std::uint64_t enabled = features.contains("osxsave") ? cpuid.xcr0() : 0;
+    static const std::size_t osxsave = featureNamed("osxsave")->index;
+    const std::uint64_t enabled = features.containsIndex(osxsave) ? cpuid.xcr0() : 0;
     FeatureSet usable;
     usable.m_words.resize(features.m_words.size());
     for (const UsableGroup& group : usableGroups()) {

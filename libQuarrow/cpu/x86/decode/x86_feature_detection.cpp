@@ -21,30 +21,60 @@ feature_rows::Vendors toSet(x86_cpu_vendor vendor) {
     }
 }
 
-// The same rows, those of a leaf together.
-constexpr auto rowsByLeaf = [] {
-    std::array<feature_rows::Row, rowCount(feature_rows::all)> rows{};
+// What finding features takes of their rows, without the texts and the other makers' rows: a processor that was just
+// entered has none of them in its caches.
+struct FeatureBit {
+    std::uint32_t leaf;
+    std::uint8_t feature;
+    std::uint8_t reg; // 0 to 3: EAX to EDX
+    std::uint8_t bit;
+};
+static_assert(x86_feature_count <= UINT8_MAX);
+
+constexpr std::uint8_t numberOf(std::uint32_t cpuid_args::*reg) {
+    return reg == &cpuid_args::eax ? 0 : reg == &cpuid_args::ebx ? 1 : reg == &cpuid_args::ecx ? 2 : 3;
+}
+
+struct FeatureBits {
+    std::array<FeatureBit, rowCount(feature_rows::all)> rows{};
     std::size_t size = 0;
+};
+
+// Those of a leaf together.
+constexpr FeatureBits bitsOf(feature_rows::Vendors vendor) {
+    FeatureBits bits;
     for (const feature_rows::Row& row : feature_rows::all) {
-        std::size_t at = size++;
-        for (; at > 0 && rows[at - 1].leaf > row.leaf; --at) {
-            rows[at] = rows[at - 1];
+        if ((row.vendors & vendor) == 0) {
+            continue;
         }
-        rows[at] = row;
+        std::size_t at = bits.size++;
+        for (; at > 0 && bits.rows[at - 1].leaf > row.leaf; --at) {
+            bits.rows[at] = bits.rows[at - 1];
+        }
+        bits.rows[at] = {row.leaf, static_cast<std::uint8_t>(row.feature), numberOf(row.reg),
+                         static_cast<std::uint8_t>(row.bit)};
     }
-    return rows;
-}();
+    return bits;
+}
+
+constexpr FeatureBits intelBits = bitsOf(feature_rows::intel);
+constexpr FeatureBits amdBits = bitsOf(feature_rows::amd);
+constexpr FeatureBits othersBits = bitsOf(feature_rows::others);
 
 // Reads `leaf` and adds what it reports of a processor of these vendors.
 void addFeaturesOfLeaf(CpuidReader& cpuid, std::uint32_t leaf, feature_rows::Vendors vendor,
                        x86_feature_flags& features) {
     const cpuid_args answer = cpuid.read(leaf);
-    const auto* row =
-        std::lower_bound(rowsByLeaf.begin(), rowsByLeaf.end(), leaf,
-                         [](const feature_rows::Row& r, std::uint32_t number) { return r.leaf < number; });
-    for (; row != rowsByLeaf.end() && row->leaf == leaf; ++row) {
-        if ((row->vendors & vendor) != 0 && ((answer.*row->reg >> row->bit) & 1U) != 0) {
-            features.addFeature(row->feature);
+    const std::uint32_t registers[] = {answer.eax, answer.ebx, answer.ecx, answer.edx};
+    const FeatureBits& bits = vendor == feature_rows::intel ? intelBits
+                              : vendor == feature_rows::amd ? amdBits
+                                                            : othersBits;
+    const auto* const end = bits.rows.data() + bits.size;
+    const auto* row = std::lower_bound(bits.rows.data(), end, leaf,
+                                       [](const FeatureBit& r, std::uint32_t number) { return r.leaf < number; });
+    for (; row != end && row->leaf == leaf; ++row) {
+        if ((registers[row->reg] >> row->bit & 1U) != 0) {
+            features.addFeature(static_cast<x86_cpu_features>(row->feature));
         }
     }
 }
