@@ -1,5 +1,6 @@
 #pragma once
 
+#include <libQuarrow/cpu/x86/decode/x86_table_checks.h>
 #include <libQuarrow/topology/Cache.h>
 #include <libQuarrow/topology/Tlb.h>
 
@@ -172,6 +173,10 @@ constexpr TlbDescriptor tlbs[] = {
     {0xCA, 2, STlb, k4,      512, 4},
 };
 // clang-format on
+
+static_assert(cpu::rowsAscend(tlbs, [](const TlbDescriptor& row, const TlbDescriptor& next) {
+    return row.descriptor <= next.descriptor;
+}));
 
 } // namespace descriptors
 } // namespace libQuarrow::topology

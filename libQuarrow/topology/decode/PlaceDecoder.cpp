@@ -5,21 +5,23 @@
 
 #include <libQuarrow/topology/decode/LeafReader.h>
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 
 namespace libQuarrow::topology {
 namespace {
 
 using Level = cpu::TopologyLevelLeaf;
+using Levels = boost::container::small_vector<Level, 4>; // most tell two to four
 
 // Manuals define six levels; the enumeration is ended after twice as many, whatever a processor says.
 constexpr std::uint32_t mostLevels = 12;
 
 // Leaf 0xB, 0x1F or 0x80000026, with shifts that never fall. Empty where the leaf is not told. The number in a level is
 // of no use: some repeat it.
-std::vector<Level> readLevels(LeafReader& leaves, std::uint32_t leaf) {
-    std::vector<Level> levels;
-    levels.reserve(4); // most tell two to four
+Levels readLevels(LeafReader& leaves, std::uint32_t leaf) {
+    Levels levels;
     for (std::uint32_t subleaf = 0; leaves.has(leaf) && subleaf < mostLevels; ++subleaf) {
         Level level(leaves.read(leaf, subleaf));
         if (level.type == Level::invalid || (subleaf == 0 && level.logicalProcessors == 0)) {
@@ -43,7 +45,7 @@ void setOnce(std::optional<Shift>& shift, std::uint8_t value) {
 // Leaves 0xB and 0x1F. A level's shift leaves what names the object of the next level outwards, so that an object is
 // named by the shift of the level inside it. What a level of unknown type has counts with the one inside it.
 bool placeByIntelLevels(LeafReader& leaves, std::uint32_t leaf, PlaceFacts& place, PlacingFacts& placing) {
-    const std::vector<Level> levels = readLevels(leaves, leaf);
+    const Levels levels = readLevels(leaves, leaf);
     if (levels.empty()) {
         return false;
     }
@@ -70,7 +72,7 @@ bool placeByIntelLevels(LeafReader& leaves, std::uint32_t leaf, PlaceFacts& plac
 
 // Leaf 0x80000026: here a level's shift leaves what names its own object. A level of cores says which kind this one is.
 bool placeByAmdLevels(LeafReader& leaves, PlaceFacts& place, PlacingFacts& placing) {
-    const std::vector<Level> levels = readLevels(leaves, Level::amdNumber);
+    const Levels levels = readLevels(leaves, Level::amdNumber);
     if (levels.empty()) {
         return false;
     }

@@ -20,6 +20,7 @@ std::string characters(const std::array<std::uint32_t, count>& registers) {
     std::array<char, 4 * count + 1> text{};
     std::memcpy(text.data(), registers.data(), 4 * count);
     std::string utf8;
+    utf8.reserve(4 * count);
     for (const char* at = text.data(); *at != 0; ++at) {
         const auto byte = static_cast<unsigned char>(*at);
         if (byte < 0x80) {
@@ -95,7 +96,7 @@ void decodeHypervisor(LeafReader& leaves, ProcessorIdentity& identity) {
 }
 
 std::optional<Avx10> avx10Of(const FeatureSet& features, LeafReader& leaves) {
-    if (!features.contains(isa::avx10) || !leaves.has(cpu::Avx10Leaf::number)) {
+    if (!leaves.has(cpu::Avx10Leaf::number) || !features.contains(isa::avx10)) {
         return std::nullopt;
     }
     const auto leaf = leaves.get<cpu::Avx10Leaf>();

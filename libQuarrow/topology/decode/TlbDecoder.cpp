@@ -52,11 +52,12 @@ void addDeterministic(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
 
 void addDescribed(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
     for (const std::uint8_t descriptor : readDescriptors(leaves)) {
-        for (const TlbDescriptor& row : descriptors::tlbs) {
-            if (row.descriptor == descriptor) {
-                add(tlbs, {row.level, row.type, pageSizes(row.pages), row.entries,
-                           row.ways == descriptors::notTold ? std::nullopt : std::optional<std::uint32_t>(row.ways)});
-            }
+        const auto* row =
+            std::lower_bound(std::begin(descriptors::tlbs), std::end(descriptors::tlbs), descriptor,
+                             [](const TlbDescriptor& r, std::uint8_t wanted) { return r.descriptor < wanted; });
+        for (; row != std::end(descriptors::tlbs) && row->descriptor == descriptor; ++row) {
+            add(tlbs, {row->level, row->type, pageSizes(row->pages), row->entries,
+                       row->ways == descriptors::notTold ? std::nullopt : std::optional<std::uint32_t>(row->ways)});
         }
     }
 }
