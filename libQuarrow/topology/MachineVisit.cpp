@@ -41,7 +41,7 @@ bool asksMoreOf(const TopologyRequest& request, std::uint32_t number) {
 } // namespace
 
 std::optional<Topology> visitMachine(const TopologyRequest& request) {
-    std::vector<ProcessorFacts> visited;
+    TopologyBuilder builder;
     ProcessorDecoder decoder;
     std::string refusal;
     auto tour = tourProcessors(
@@ -59,16 +59,13 @@ std::optional<Topology> visitMachine(const TopologyRequest& request) {
             if (request.leaves) {
                 facts.leaves = std::make_shared<const ProcessorLeaves>(place.number, allAnswers(remembering));
             }
-            visited.push_back(std::move(facts));
+            builder.add(std::move(facts));
         },
         request.progress);
     if (!tour) {
         return std::nullopt;
     }
-    TopologyBuilder builder(std::move(tour->numbering));
-    for (const ProcessorFacts& facts : visited) {
-        builder.add(facts);
-    }
+    builder.setNumbering(std::move(tour->numbering));
     for (LeftOutProcessor& processor : tour->leftOut) {
         builder.leaveOut(std::move(processor));
     }
@@ -76,8 +73,8 @@ std::optional<Topology> visitMachine(const TopologyRequest& request) {
     if (request.microcode) {
         builder.setMicrocode(os::currentMachine().microcodeRevisions());
     }
-    if (const auto nodes = os::currentMachine().numaNodes()) {
-        builder.setNumaNodes(*nodes);
+    if (auto nodes = os::currentMachine().numaNodes()) {
+        builder.setNumaNodes(std::move(*nodes));
     }
     return std::move(builder).build();
 }

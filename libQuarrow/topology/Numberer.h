@@ -1,8 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 // Private to the library.
@@ -11,10 +11,6 @@ namespace libQuarrow::topology {
 
 constexpr std::uint32_t noNumber = 0xFFFFFFFF;
 
-inline std::optional<std::uint32_t> ifTold(std::uint32_t number) {
-    return number != noNumber ? std::make_optional(number) : std::nullopt;
-}
-
 // Names an object: by what is around it, and by what tells it from others there.
 struct ObjectKey {
     std::uint64_t scope;
@@ -22,11 +18,23 @@ struct ObjectKey {
     friend bool operator==(const ObjectKey& a, const ObjectKey& b) { return a.scope == b.scope && a.value == b.value; }
 };
 
-// Numbers objects from 0 in the order in which they are first asked for. A table with open addresses: machines have
-// tens of thousands of objects, and one allocation for each was most of the time.
+// Numbers objects from 0 in the order in which they are first asked for. The first ones stand in a list. Beyond them it
+// is a table with open addresses: machines have tens of thousands of objects, and one allocation for each was most of
+// the time.
 class Numberer {
   public:
     std::uint32_t operator()(const ObjectKey& key) {
+        if (m_slots.empty()) {
+            for (std::uint32_t number = 0; number < m_count; ++number) {
+                if (m_first[number] == key) {
+                    return number;
+                }
+            }
+            if (m_count < m_first.size()) {
+                m_first[m_count] = key;
+                return m_count++;
+            }
+        }
         if (2 * (m_count + 1) > m_slots.size()) {
             grow();
         }
@@ -36,7 +44,6 @@ class Numberer {
         }
         return slot.number;
     }
-    std::size_t count() const { return m_count; }
 
   private:
     struct Slot {
@@ -56,8 +63,13 @@ class Numberer {
         return m_slots[at];
     }
     void grow() {
-        std::vector<Slot> before(m_slots.empty() ? 16 : 2 * m_slots.size());
+        std::vector<Slot> before(m_slots.empty() ? 4 * m_first.size() : 2 * m_slots.size());
         before.swap(m_slots);
+        if (before.empty()) {
+            for (std::uint32_t number = 0; number < m_count; ++number) {
+                find(m_first[number]) = {m_first[number], number};
+            }
+        }
         for (const Slot& slot : before) {
             if (slot.number != noNumber) {
                 find(slot.key) = slot;
@@ -65,7 +77,8 @@ class Numberer {
         }
     }
 
-    std::vector<Slot> m_slots; // a power of two of them, at least half of them free
+    std::array<ObjectKey, 8> m_first{}; // all of them while there are no slots
+    std::vector<Slot> m_slots;          // a power of two of them, at least half of them free
     std::uint32_t m_count = 0;
 };
 

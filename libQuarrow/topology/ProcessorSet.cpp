@@ -98,6 +98,10 @@ void ProcessorSet::insert(const Range& range) {
     if (range.last < range.first) {
         return;
     }
+    if (!m_ranges.empty() && range.first != 0 && m_ranges.back().last == range.first - 1) {
+        m_ranges.back().last = range.last; // as where a set is filled upwards
+        return;
+    }
     // What overlaps the range or touches it becomes one with it.
     const auto begin = m_ranges.empty() || m_ranges.back().last < (range.first == 0 ? 0 : range.first - 1)
                            ? m_ranges.end()

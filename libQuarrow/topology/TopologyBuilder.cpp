@@ -18,7 +18,7 @@ constexpr unsigned int toldIdBits = 32;
 
 } // namespace
 
-void TopologyBuilder::add(const ProcessorFacts& facts) {
+void TopologyBuilder::add(ProcessorFacts facts) {
     std::uint32_t model = static_cast<std::uint32_t>(m_modelOf.size());
     if (!m_members.empty() && modelOf(m_members.back()).facts == facts.model) {
         model = m_members.back().model; // as good as always
@@ -26,15 +26,19 @@ void TopologyBuilder::add(const ProcessorFacts& facts) {
         const auto [known, isNew] = m_models.emplace(facts.model.get(), model);
         model = known->second;
         if (isNew) {
-            m_modelOf.push_back({facts.model, facts.model->placing.shifts});
+            m_modelOf.push_back({facts.model, facts.model->placing.shifts, {}, {}});
         }
     }
-    m_members.push_back(
-        {facts.number, facts.group, facts.bit, facts.place, model, facts.speed, facts.limits, facts.leaves});
+    m_members.push_back({facts.number, facts.group, facts.bit, facts.place, model, std::move(facts.speed),
+                         std::move(facts.limits), std::move(facts.leaves)});
 }
 
 Topology TopologyBuilder::build() && {
-    std::sort(m_members.begin(), m_members.end(), [](const Member& a, const Member& b) { return a.number < b.number; });
+    const auto earlier = [](const Member& a, const Member& b) { return a.number < b.number; };
+    if (!std::is_sorted(m_members.begin(), m_members.end(), earlier)) {
+        std::sort(m_members.begin(), m_members.end(), earlier);
+    }
+    findRuns();
     agreeOnShifts();
     makeIdsDiffer();
     placeMembers();
@@ -45,6 +49,17 @@ Topology TopologyBuilder::build() && {
     tellNodes();
     findTlbs();
     return std::move(m_topology);
+}
+
+void TopologyBuilder::findRuns() {
+    for (const Member& member : m_members) {
+        if (!m_runs.empty() && m_runs.back().model == member.model &&
+            m_runs.back().processors.last + 1 == member.number) {
+            m_runs.back().processors.last = member.number;
+        } else {
+            m_runs.push_back({member.model, {member.number, member.number}});
+        }
+    }
 }
 
 // Like processors make up their IDs alike, and those of several kinds do too as far as is known. So where processors of
@@ -74,7 +89,7 @@ void TopologyBuilder::agreeOnShifts() {
 }
 
 std::size_t TopologyBuilder::doubledIds(std::uint32_t PlaceFacts::*id) const {
-    std::vector<std::uint32_t> ids;
+    Numbers ids;
     ids.reserve(m_members.size());
     for (const Member& member : m_members) {
         ids.push_back(member.place.*id);
@@ -116,22 +131,41 @@ void TopologyBuilder::makeIdsDiffer() {
 
 // Numbers the objects of a level by what is around them, and makes them what is around those of the next level.
 // `keyOf`: what tells the object of a member and its model from others; none where the level is not told.
-template <class KeyOf>
-TopologyBuilder::Numbers TopologyBuilder::numberLevel(Scopes& scopes, KeyOf keyOf) const {
-    Numbers numbers(m_members.size(), noNumber);
+template <class Number, class KeyOf>
+void TopologyBuilder::numberLevel(Scopes& scopes, Number Processor::*level, std::vector<ProcessorSet>& objects,
+                                  KeyOf keyOf) {
     Numberer numberer;
     ++scopes.level;
     for (std::size_t i = 0; i < m_members.size(); ++i) {
         const std::optional<std::uint64_t> key = keyOf(m_members[i], modelOf(m_members[i]));
         if (key) {
-            numbers[i] = numberer({scopes.of[i], *key});
-            scopes.of[i] = scopes.level << 32 | numbers[i];
+            const std::uint32_t number = numberer({scopes.of[i], *key});
+            scopes.of[i] = scopes.level << 32 | number;
+            m_topology.m_processors[i].*level = number;
+            insertInto(objects, number, m_members[i].number);
         }
     }
-    return numbers;
 }
 
 void TopologyBuilder::placeMembers() {
+    std::vector<Processor>& processors = m_topology.m_processors;
+    processors.resize(m_members.size());
+    for (std::size_t i = 0; i < m_members.size(); ++i) {
+        Member& member = m_members[i];
+        Processor& processor = processors[i];
+        processor.number = member.number;
+        processor.group = member.group;
+        processor.bit = member.bit;
+        processor.apicId = member.place.idTold ? std::make_optional(member.place.id) : std::nullopt;
+        const auto& facts = modelOf(member).facts;
+        processor.identity = std::shared_ptr<const ProcessorIdentity>(facts, &facts->identity);
+        processor.speed = std::move(member.speed);
+        processor.limits = std::move(member.limits);
+        processor.leaves = std::move(member.leaves);
+        const auto revision = m_microcode.find({member.group, member.bit});
+        processor.microcode = revision != m_microcode.end() ? std::make_optional(revision->second) : std::nullopt;
+    }
+
     const auto byShift = [](std::optional<std::uint8_t> IdShifts::*level) {
         return [level](const Member& member, const Model& model) {
             const auto& shift = model.shifts.*level;
@@ -139,10 +173,10 @@ void TopologyBuilder::placeMembers() {
         };
     };
     Scopes scopes{0, std::vector<std::uint64_t>(m_members.size(), 0)};
-    const Numbers packages = numberLevel(scopes, [](const Member& member, const Model& model) {
+    numberLevel(scopes, &Processor::package, m_topology.m_packages, [](const Member& member, const Model& model) {
         return std::make_optional(lowestId(member.id, model.shifts.package));
     });
-    const Numbers dies = numberLevel(scopes, [](const Member& member, const Model& model) {
+    numberLevel(scopes, &Processor::die, m_topology.m_dies, [](const Member& member, const Model& model) {
         if (model.shifts.die) {
             return std::make_optional(lowestId(member.id, *model.shifts.die));
         }
@@ -151,48 +185,23 @@ void TopologyBuilder::placeMembers() {
                    ? std::make_optional(displaced ? member.id : std::uint64_t{*member.place.node})
                    : std::nullopt;
     });
-    const Numbers complexes = numberLevel(scopes, byShift(&IdShifts::complex));
-    const Numbers modules = numberLevel(scopes, byShift(&IdShifts::module));
-    const Numbers cores = numberLevel(scopes, [](const Member& member, const Model& model) {
+    numberLevel(scopes, &Processor::complex, m_topology.m_complexes, byShift(&IdShifts::complex));
+    numberLevel(scopes, &Processor::module, m_topology.m_modules, byShift(&IdShifts::module));
+    numberLevel(scopes, &Processor::core, m_topology.m_cores, [](const Member& member, const Model& model) {
         return std::make_optional(lowestId(member.id, model.shifts.core));
     });
-    fillSets(m_topology.m_packages, packages, m_members);
-    fillSets(m_topology.m_dies, dies, m_members);
-    fillSets(m_topology.m_complexes, complexes, m_members);
-    fillSets(m_topology.m_modules, modules, m_members);
-    fillSets(m_topology.m_cores, cores, m_members);
-
-    std::vector<std::uint32_t> threads(m_topology.m_cores.size(), 0);
-    m_topology.m_processors.resize(m_members.size());
-    for (std::size_t i = 0; i < m_members.size(); ++i) {
-        const Member& member = m_members[i];
-        Processor& processor = m_topology.m_processors[i];
-        processor.number = member.number;
-        processor.group = member.group;
-        processor.bit = member.bit;
-        processor.apicId = member.place.idTold ? std::make_optional(member.place.id) : std::nullopt;
-        processor.package = packages[i];
-        processor.die = ifTold(dies[i]);
-        processor.complex = ifTold(complexes[i]);
-        processor.module = ifTold(modules[i]);
-        processor.core = cores[i];
-        processor.thread = threads[cores[i]]++;
-        const auto& facts = modelOf(member).facts;
-        processor.identity = std::shared_ptr<const ProcessorIdentity>(facts, &facts->identity);
-        processor.speed = member.speed;
-        processor.limits = member.limits;
-        processor.leaves = member.leaves;
-        const auto revision = m_microcode.find({member.group, member.bit});
-        processor.microcode = revision != m_microcode.end() ? std::make_optional(revision->second) : std::nullopt;
+    Numbers threads(m_topology.m_cores.size(), 0);
+    for (Processor& processor : processors) {
+        processor.thread = threads[processor.core]++;
     }
 }
 
-void TopologyBuilder::fillSets(std::vector<ProcessorSet>& sets, const Numbers& numbers,
-                               const std::vector<Member>& members) {
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        if (numbers[i] != noNumber) {
-            sets.resize(std::max<std::size_t>(sets.size(), numbers[i] + 1));
-            sets[numbers[i]].insert(members[i].number);
+void TopologyBuilder::makeLevelOf(const Numbers& groups, std::optional<std::uint32_t> Processor::*level,
+                                  std::vector<ProcessorSet>& objects) {
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        if (groups[i] != noNumber) {
+            m_topology.m_processors[i].*level = groups[i];
+            insertInto(objects, groups[i], m_members[i].number);
         }
     }
 }
@@ -224,26 +233,20 @@ void TopologyBuilder::tellNodes() {
 }
 
 void TopologyBuilder::findTlbs() {
-    const std::vector<const TlbFigures*> all = distinct<TlbFigures>([](const ModelFacts& facts, auto add) {
-        for (const TlbFigures& tlb : facts.tlbs) {
-            add(tlb);
-        }
-    });
+    const std::vector<const TlbFigures*> all =
+        distinct<TlbFigures>(&Model::tlbs, [](const ModelFacts& facts, auto add) {
+            for (const TlbFigures& tlb : facts.tlbs) {
+                add(tlb);
+            }
+        });
     std::vector<Tlb>& tlbs = m_topology.m_tlbs;
     tlbs.reserve(all.size());
     for (const TlbFigures* const figures : all) {
         tlbs.push_back({*figures, {}});
     }
-    std::vector<std::vector<std::size_t>> ofModel(m_modelOf.size());
-    for (std::size_t model = 0; model < m_modelOf.size(); ++model) {
-        ofModel[model].reserve(m_modelOf[model].facts->tlbs.size());
-        for (const TlbFigures& tlb : m_modelOf[model].facts->tlbs) {
-            ofModel[model].push_back(indexIn(all, tlb));
-        }
-    }
-    for (const Member& member : m_members) {
-        for (const std::size_t tlb : ofModel[member.model]) {
-            tlbs[tlb].processors.insert(member.number);
+    for (const Run& run : m_runs) {
+        for (const std::uint32_t tlb : m_modelOf[run.model].tlbs) {
+            tlbs[tlb].processors.insert(run.processors);
         }
     }
 }

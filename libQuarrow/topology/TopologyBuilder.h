@@ -20,17 +20,16 @@ namespace libQuarrow::topology {
 
 class TopologyBuilder {
   public:
-    explicit TopologyBuilder(ProcessorNumbering numbering) { m_topology.m_numbering = std::move(numbering); }
-
-    void add(const ProcessorFacts& facts);
+    void setNumbering(ProcessorNumbering numbering) { m_topology.m_numbering = std::move(numbering); }
+    void add(ProcessorFacts facts);
     void leaveOut(LeftOutProcessor processor) { m_topology.m_leftOut.push_back(std::move(processor)); }
-    void setNumaNodes(const os::NumaNodes& nodes) { m_nodes = nodes; }
+    void setNumaNodes(os::NumaNodes nodes) { m_nodes = std::move(nodes); }
     void setMicrocode(os::MicrocodeRevisions revisions) { m_microcode = std::move(revisions); }
     void setMsrRefusal(std::string reason) { m_topology.m_msrRefusal = std::move(reason); }
     Topology build() &&;
 
   private:
-    using Numbers = std::vector<std::uint32_t>; // one for each processor, or noNumber
+    using Numbers = std::vector<std::uint32_t>; // one for each processor or object of a level, or noNumber
     struct Member {
         std::uint32_t number;
         std::uint16_t group;
@@ -45,6 +44,13 @@ class TopologyBuilder {
     struct Model {
         std::shared_ptr<const ModelFacts> facts;
         IdShifts shifts; // those that its like agree on
+        Numbers caches;  // for each of its facts the place in Topology::caches()
+        Numbers tlbs;
+    };
+    // Processors of one model that follow each other.
+    struct Run {
+        std::uint32_t model;
+        ProcessorSet::Range processors;
     };
     // What is around the next level's objects: a level, from 1 inwards, and the number of its object.
     struct Scopes {
@@ -53,12 +59,15 @@ class TopologyBuilder {
     };
 
     const Model& modelOf(const Member& member) const { return m_modelOf[member.model]; }
-    // What all models' `visit` adds, ascending, each once.
+    // What all models' `visit` adds, ascending, each once. A model's own, as places in that list, go to its `numbers`.
     template <class Figures, class Visit>
-    std::vector<const Figures*> distinct(Visit visit) const {
+    std::vector<const Figures*> distinct(Numbers Model::*numbers, Visit visit) {
         std::vector<const Figures*> all;
-        for (const Model& model : m_modelOf) {
+        all.reserve(12); // more than most machines have
+        for (Model& model : m_modelOf) {
+            const std::size_t before = all.size();
             visit(*model.facts, [&all](const Figures& figures) { all.push_back(&figures); });
+            (model.*numbers).reserve(all.size() - before);
         }
         const auto less = [](const Figures* a, const Figures* b) { return *a < *b; };
         const auto same = [](const Figures* a, const Figures* b) { return *a == *b; };
@@ -66,24 +75,33 @@ class TopologyBuilder {
             std::sort(all.begin(), all.end(), less);
         }
         all.erase(std::unique(all.begin(), all.end(), same), all.end());
+        for (Model& model : m_modelOf) {
+            visit(*model.facts, [&](const Figures& figures) {
+                const auto at = std::lower_bound(all.begin(), all.end(), &figures, less);
+                (model.*numbers).push_back(static_cast<std::uint32_t>(at - all.begin()));
+            });
+        }
         return all;
-    }
-    template <class Figures>
-    static std::size_t indexIn(const std::vector<const Figures*>& all, const Figures& figures) {
-        const auto less = [](const Figures* a, const Figures& b) { return *a < b; };
-        return static_cast<std::size_t>(std::lower_bound(all.begin(), all.end(), figures, less) - all.begin());
     }
 
     // Places: TopologyBuilder.cpp.
+    void findRuns();
     void agreeOnShifts();
     void makeIdsDiffer();
     std::size_t doubledIds(std::uint32_t PlaceFacts::*id) const;
     void placeMembers();
-    template <class KeyOf>
-    Numbers numberLevel(Scopes& scopes, KeyOf keyOf) const;
+    template <class Number, class KeyOf>
+    void numberLevel(Scopes& scopes, Number Processor::*level, std::vector<ProcessorSet>& objects, KeyOf keyOf);
     void tellNodes();
     void findTlbs();
-    static void fillSets(std::vector<ProcessorSet>& sets, const Numbers& numbers, const std::vector<Member>& members);
+    static void insertInto(std::vector<ProcessorSet>& objects, std::uint32_t number, std::uint32_t processor) {
+        if (number >= objects.size()) {
+            objects.resize(number + std::size_t{1});
+        }
+        objects[number].insert(processor);
+    }
+    void makeLevelOf(const Numbers& groups, std::optional<std::uint32_t> Processor::*level,
+                     std::vector<ProcessorSet>& objects);
 
     // Caches, and what follows from who shares them: TopologyCaches.cpp.
     void findCaches();
@@ -104,6 +122,7 @@ class TopologyBuilder {
     };
     std::map<const ModelFacts*, std::uint32_t, ByContent> m_models; // their numbers
     std::vector<Model> m_modelOf;                                   // by a member's number of it
+    std::vector<Run> m_runs;                                        // ascending
     os::NumaNodes m_nodes;
     os::MicrocodeRevisions m_microcode;
     Topology m_topology;

@@ -77,32 +77,36 @@ std::optional<ObjectKey> TopologyBuilder::sharersKey(std::size_t index, const Ca
 }
 
 void TopologyBuilder::findCaches() {
-    const std::vector<const CacheFigures*> all = distinct<CacheFigures>([](const ModelFacts& facts, auto add) {
-        for (const CacheFacts& cache : facts.caches) {
-            add(cache.figures);
-        }
-    });
+    const std::vector<const CacheFigures*> all =
+        distinct<CacheFigures>(&Model::caches, [](const ModelFacts& facts, auto add) {
+            for (const CacheFacts& cache : facts.caches) {
+                add(cache.figures);
+            }
+        });
     std::vector<Cache>& caches = m_topology.m_caches;
     caches.reserve(all.size());
     for (const CacheFigures* const figures : all) {
         caches.push_back({*figures, {}, std::vector<ProcessorSet>()});
     }
+    for (const Run& run : m_runs) {
+        for (const std::uint32_t cache : m_modelOf[run.model].caches) {
+            caches[cache].processors.insert(run.processors);
+        }
+    }
     const bool byNodes = nodesHold();
     std::vector<Numberer> numberers(caches.size());
     for (std::size_t i = 0; i < m_members.size(); ++i) {
         Processor& processor = m_topology.m_processors[i];
-        const std::vector<CacheFacts>& own = modelOf(m_members[i]).facts->caches;
-        processor.caches.reserve(own.size());
-        for (const CacheFacts& facts : own) {
-            const auto number = static_cast<std::uint32_t>(indexIn(all, facts.figures));
+        const Model& model = modelOf(m_members[i]);
+        processor.caches.reserve(model.caches.size());
+        for (std::size_t k = 0; k < model.caches.size(); ++k) {
+            const std::uint32_t number = model.caches[k];
             Cache& cache = caches[number];
-            cache.processors.insert(processor.number);
-            const auto key = sharersKey(i, facts, byNodes);
+            const auto key = sharersKey(i, model.facts->caches[k], byNodes);
             Processor::CacheUse use{number, std::nullopt};
             if (key && cache.sharedBy) {
                 use.instance = numberers[number](*key);
-                cache.sharedBy->resize(numberers[number].count());
-                (*cache.sharedBy)[*use.instance].insert(processor.number);
+                insertInto(*cache.sharedBy, *use.instance, processor.number);
             } else {
                 cache.sharedBy.reset();
             }
@@ -179,28 +183,22 @@ void TopologyBuilder::deriveComplexes() {
         return;
     }
     const Numbers groups = instancesOf(3);
-    if (!nests(groups)) {
-        return;
-    }
     const bool zen = std::all_of(m_modelOf.begin(), m_modelOf.end(), [](const Model& model) {
         return isAmd(model.facts->identity) && model.facts->identity.family >= 0x17;
     });
-    if (zen || splitsPackages(groups)) {
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            m_topology.m_processors[i].complex = ifTold(groups[i]);
-        }
-        fillSets(m_topology.m_complexes, groups, m_members);
+    if ((zen || splitsPackages(groups)) && nests(groups)) {
+        makeLevelOf(groups, &Processor::complex, m_topology.m_complexes);
     }
 }
 
 // Where no leaf names modules: the cores of an L2, where several share one and a package has several.
 void TopologyBuilder::deriveModules() {
+    if (!m_topology.m_modules.empty()) {
+        return;
+    }
     const Numbers groups = instancesOf(2);
-    if (m_topology.m_modules.empty() && nests(groups) && splitsPackages(groups) && joinsCores(groups)) {
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            m_topology.m_processors[i].module = ifTold(groups[i]);
-        }
-        fillSets(m_topology.m_modules, groups, m_members);
+    if (joinsCores(groups) && splitsPackages(groups) && nests(groups)) {
+        makeLevelOf(groups, &Processor::module, m_topology.m_modules);
     }
 }
 
