@@ -2,7 +2,7 @@
 
 #include <libQuarrow/topology/Topology.h>
 
-#include <deque>
+#include <list>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,7 +28,7 @@ class ProcessorTexts {
     void find(const topology::Topology& topology);
 
     std::once_flag m_once;
-    std::deque<Texts> m_texts;                // alike processors have one
+    std::list<Texts> m_texts;                 // alike processors have one
     std::vector<const Texts*> m_ofProcessors; // by index
 };
 
