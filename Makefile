@@ -51,7 +51,7 @@ stress:
 # folders of Windows are for cppcheck only.
 analyze:
 	@scripts/install-packages.sh analyze
-	$(call build,linux-asan,,libQuarrow_objects)
+	$(call build,linux-asan,-DCMAKE_UNITY_BUILD=OFF,libQuarrow_objects)
 	cppcheck --quiet --std=c++17 --language=c++ --enable=warning,performance,portability --inline-suppr \
 	    --error-exitcode=1 -j $(JOBS) -I. -Ibuild/linux-asan zel libKernelMode pci libQuarrow tools examples
 	git ls-files zel libKernelMode pci libQuarrow tools examples | grep '\.cpp$$' | grep -v /windows/ | \

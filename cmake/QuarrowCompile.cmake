@@ -13,10 +13,20 @@ function(quarrow_unity target)
     get_target_property(sources ${target} SOURCES)
     list(FILTER sources INCLUDE REGEX "/os/windows/.*\\.cpp$")
     set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    # What is local to one source of a batch is not known to the next. gcc also takes them for headers, in which a local type
+    # would be a fault. Where they are compiled alone, as in the preset release, both are looked for.
+    set(before "#pragma GCC diagnostic ignored \"-Wshadow\"")
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # It takes the sources of a batch for headers, in which a local type would be a fault, and what is local to one of
-        # them for known to the next. Where they are compiled alone, as in the preset linux-asan, both are looked for.
-        set_target_properties(${target} PROPERTIES UNITY_BUILD_CODE_BEFORE_INCLUDE
-            "#pragma GCC diagnostic ignored \"-Wsubobject-linkage\"\n#pragma GCC diagnostic ignored \"-Wshadow\"")
+        string(APPEND before "\n#pragma GCC diagnostic ignored \"-Wsubobject-linkage\"")
     endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_CODE_BEFORE_INCLUDE "${before}")
+endfunction()
+
+# quarrow_as_one(<target>): it is compiled in one batch, unless the user decides otherwise by CMAKE_UNITY_BUILD. For where
+# the headers of others are most of what compiling costs.
+function(quarrow_as_one target)
+    if(NOT DEFINED CMAKE_UNITY_BUILD)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+    endif()
+    quarrow_unity(${target})
 endfunction()

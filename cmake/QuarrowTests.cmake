@@ -37,15 +37,15 @@ function(quarrow_tests program)
     target_link_libraries(${program} PRIVATE ${ARG_LINK} ${QUARROW_GTEST})
     target_compile_definitions(${program} PRIVATE QUARROW_CORPUS="${QUARROW_CORPUS}"
         QUARROW_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    if(QUARROW_SANITIZE)
+        target_compile_definitions(${program} PRIVATE QUARROW_SANITIZED)
+    endif()
     if(ARG_INTERNAL)
         # The objects are linked in, so nothing of theirs is imported.
         target_compile_definitions(${program} PRIVATE ${ARG_FOLDER}_EXPORTS)
     endif()
     quarrow_warnings(${program})
-    # GoogleTest's headers are the most of what their compilation costs, so all are compiled as one, whatever the rest is.
-    if(NOT DEFINED CMAKE_UNITY_BUILD)
-        set_target_properties(${program} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
-    endif()
-    quarrow_unity(${program})
+    # GoogleTest's headers are the most of what their compilation costs.
+    quarrow_as_one(${program})
     add_test(NAME ${program} COMMAND ${program})
 endfunction()
