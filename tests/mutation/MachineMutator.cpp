@@ -139,6 +139,19 @@ std::vector<os::Recording> recordingsOf(const std::string& folder) {
     return recordings;
 }
 
+void askTopology(const os::Recording& recording) {
+    os::RecordedMachine machine(recording);
+    const os::ScopedMachine scope(machine);
+    topology::TopologyRequest request;
+    request.speeds = request.limits = request.leaves = true;
+    if (const auto topology = topology::Topology::read(request)) {
+        const std::string wrong = testing_support::contradictionIn(*topology);
+        if (!wrong.empty()) {
+            throw std::logic_error("the topology contradicts itself: " + wrong);
+        }
+    }
+}
+
 std::size_t askEverything(const os::Recording& recording) {
     os::RecordedMachine machine(recording);
     const os::ScopedMachine scope(machine);
@@ -165,11 +178,6 @@ std::size_t askEverything(const os::Recording& recording) {
     ask(quarrow::classicTreeCommand, true);
     ask(quarrow::speedCommand, true);
     ask(quarrow::limitsCommand, true);
-    if (const auto topology = topology::Topology::read()) {
-        const std::string wrong = testing_support::contradictionIn(*topology);
-        if (!wrong.empty()) {
-            throw std::logic_error("the topology contradicts itself: " + wrong);
-        }
-    }
+    askTopology(recording);
     return characters;
 }

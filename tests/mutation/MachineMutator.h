@@ -16,7 +16,11 @@ libQuarrow::os::Recording mutatedRecording(libQuarrow::os::Recording recording, 
 // All recordings of a folder, in the order of their names.
 std::vector<libQuarrow::os::Recording> recordingsOf(const std::string& folder);
 
-// Asks the recorded machine for everything the tool can print, for people and for programs, and answers how many
-// characters came. Whatever the machine says, each answer is a text or the one failure that the tool reports, and its
-// topology does not contradict itself (else std::logic_error).
+// Takes the recorded machine's topology with all that can be asked for. Whatever the machine says, it does not
+// contradict itself (else std::logic_error).
+void askTopology(const libQuarrow::os::Recording& recording);
+
+// Asks the recorded machine for everything the tool can print, for people and for programs, and for its topology, and
+// answers how many characters came. Whatever the machine says, each answer is a text or the one failure that the tool
+// reports.
 std::size_t askEverything(const libQuarrow::os::Recording& recording);
