@@ -171,7 +171,7 @@ quarrow_processor factsOf(const topology::Processor& processor, const ProcessorT
     facts.physical_address_bits = orNone(identity.physicalAddressBits);
     facts.linear_address_bits = orNone(identity.linearAddressBits);
     facts.level = identity.level.value_or(0);
-    facts.hypervisor_interface = identity.hypervisor ? orNone(identity.hypervisor->interface) : QUARROW_NONE;
+    facts.hypervisor_interface = identity.hypervisor ? orNone(identity.hypervisor->interfaceSignature) : QUARROW_NONE;
     facts.cache_count = static_cast<std::uint32_t>(processor.caches.size());
     facts.microcode = orNone(processor.microcode);
     if (identity.avx10) {

@@ -12,10 +12,10 @@ namespace libQuarrow::topology {
 
 // An interface of the hypervisor that a processor says it runs under (leaf 1 ECX bit 31).
 struct Hypervisor {
-    std::string signature;                  // first leaf of its range: "KVMKVMKVM"; empty where it does not answer
-    std::optional<std::uint32_t> interface; // second leaf, EAX: "Hv#1" is 0x31237648
+    std::string signature; // first leaf of its range: "KVMKVMKVM"; empty where it does not answer
+    std::optional<std::uint32_t> interfaceSignature; // second leaf, EAX: "Hv#1" is 0x31237648
 
-    auto all() const { return std::tie(signature, interface); }
+    auto all() const { return std::tie(signature, interfaceSignature); }
     friend bool operator==(const Hypervisor& a, const Hypervisor& b) { return a.all() == b.all(); }
     friend bool operator<(const Hypervisor& a, const Hypervisor& b) { return a.all() < b.all(); }
 };

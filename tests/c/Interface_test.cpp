@@ -114,7 +114,7 @@ void expectSame(const quarrow_machine* c, const topology::Processor& processor, 
     if (identity.hypervisor) {
         EXPECT_EQ(facts.hypervisor, std::string(identity.hypervisor->signature.c_str()));
         EXPECT_EQ(textOf(facts.hypervisor_name), textOf(topology::hypervisorNamed(identity.hypervisor->signature)));
-        EXPECT_EQ(known(facts.hypervisor_interface), identity.hypervisor->interface);
+        EXPECT_EQ(known(facts.hypervisor_interface), identity.hypervisor->interfaceSignature);
     }
     ASSERT_EQ(facts.cache_count, processor.caches.size());
     for (std::size_t i = 0; i < processor.caches.size(); ++i) {

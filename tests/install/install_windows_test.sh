@@ -35,6 +35,13 @@ done
 cmake -E chdir "$work/unpacked" cmake -E tar xf "${users%.zip}-dev.zip"
 [ "$(echo "$work"/unpacked/*)" = "$root" ] || fail "the archives unpack into folders of different names"
 
+# The headers compile together, and after the system's own, which define words such as interface.
+(cd "$root/include" && find zel libKernelMode pci libQuarrow -name '*.h') | sed 's/.*/#include <&>/' >"$work/headers"
+[ "$(wc -l <"$work/headers")" -gt 30 ] || fail "headers are missing: $(cat "$work/headers")"
+{ echo "#include <windows.h>"; cat "$work/headers"; } |
+    "$compiler" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$root/include" -isystem "$build/dependencies" -x c++ - ||
+    fail "the headers do not compile after those of Windows"
+
 # The Boost headers are the programmer's own; here those that the build uses. WINEPATH is where DLLs are looked for.
 WINEPATH=$(echo "Z:$root/bin" | tr / '\134')
 export WINEPATH

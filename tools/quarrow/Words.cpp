@@ -114,7 +114,8 @@ std::string hypervisorName(const ProcessorIdentity& identity) {
     const std::string name = nameOfSignature(all.back().signature);
     std::vector<std::string> imitated;
     for (const Hypervisor& other : all) {
-        const std::string otherName = other.interface == hyperVInterface ? "Hyper-V" : nameOfSignature(other.signature);
+        const std::string otherName =
+            other.interfaceSignature == hyperVInterface ? "Hyper-V" : nameOfSignature(other.signature);
         if (otherName != name && std::find(imitated.begin(), imitated.end(), otherName) == imitated.end()) {
             imitated.push_back(otherName);
         }

@@ -68,7 +68,7 @@ void decodeSignature(std::uint32_t signature, ProcessorIdentity& identity) {
 Hypervisor hypervisorAt(std::uint32_t range, const cpu::cpuid_args& first, LeafReader& leaves) {
     Hypervisor hypervisor{characters<3>({first.ebx, first.ecx, first.edx}), std::nullopt};
     if (first.eax > range) {
-        hypervisor.interface = leaves.readAnyway(range + 1).eax;
+        hypervisor.interfaceSignature = leaves.readAnyway(range + 1).eax;
     }
     return hypervisor;
 }

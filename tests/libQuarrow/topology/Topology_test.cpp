@@ -282,7 +282,7 @@ TEST(Topology, KnowsWhoAProcessorIs) {
     EXPECT_EQ(identity.linearAddressBits, 48U);
     ASSERT_TRUE(identity.hypervisor);
     EXPECT_EQ(identity.hypervisor->signature, "KVMKVMKVM");
-    EXPECT_EQ(identity.hypervisor->interface, 0x01000000U);
+    EXPECT_EQ(identity.hypervisor->interfaceSignature, 0x01000000U);
     EXPECT_TRUE(identity.furtherHypervisors.empty());
     EXPECT_FALSE(identity.avx10);
 }
