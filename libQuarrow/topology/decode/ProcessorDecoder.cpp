@@ -1,6 +1,6 @@
 #include <libQuarrow/topology/decode/ProcessorDecoder.h>
 
-#include <libQuarrow/machine/hypervisor_leaves.h>
+#include <libQuarrow/cpu/x86/decode/CpuidLeaves.h>
 #include <libQuarrow/topology/decode/LeafReader.h>
 #include <libQuarrow/topology/features/FeatureDetection.h>
 #include <libQuarrow/topology/features/isa.h>
@@ -75,20 +75,19 @@ Hypervisor hypervisorAt(std::uint32_t range, const cpu::cpuid_args& first, LeafR
 
 // The ranges of leaves that are left to hypervisors. An old one names no highest leaf in the first of them (0).
 void decodeHypervisor(LeafReader& leaves, ProcessorIdentity& identity) {
-    constexpr std::uint32_t lastLeaf = hypervisorRange + 0xFFFF;
     if (!leaves.get<cpu::VersionLeaf>().hypervisor) {
         return;
     }
-    const cpu::cpuid_args first = leaves.readAnyway(hypervisorRange);
-    if (first.eax != 0 && (first.eax < hypervisorRange || first.eax > lastLeaf)) {
+    const cpu::cpuid_args first = leaves.readAnyway(cpu::cpuid_ranges::hypervisor);
+    if (first.eax != 0 && !cpu::isHypervisorLeaf(first.eax)) {
         identity.hypervisor = Hypervisor();
         return;
     }
-    identity.hypervisor = hypervisorAt(hypervisorRange, first, leaves);
-    for (std::uint32_t i = 1; i < mostHypervisorRanges; ++i) {
-        const std::uint32_t range = hypervisorRange + i * hypervisorRangeSize;
+    identity.hypervisor = hypervisorAt(cpu::cpuid_ranges::hypervisor, first, leaves);
+    for (std::uint32_t i = 1; i < cpu::cpuid_ranges::mostHypervisors; ++i) {
+        const std::uint32_t range = cpu::hypervisorRange(i);
         const cpu::cpuid_args next = leaves.readAnyway(range);
-        if (first.eax >= range || !isHypervisorRange(range, next.eax)) {
+        if (first.eax >= range || !cpu::namesLeafOfRange(next.eax, range)) {
             return;
         }
         identity.furtherHypervisors.push_back(hypervisorAt(range, next, leaves));

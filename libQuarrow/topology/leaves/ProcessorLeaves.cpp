@@ -12,7 +12,6 @@
 namespace libQuarrow::topology {
 namespace {
 
-constexpr std::uint32_t leavesOfHypervisor = 0x100;
 constexpr std::uint32_t hyperVInterface = 0x31237648; // "Hv#1"
 
 // Every field of the tables, those of a leaf together.
@@ -29,13 +28,9 @@ const std::vector<const cpu::CpuidField*>& fieldsByLeaf() {
     return all;
 }
 
-bool isHypervisorLeaf(std::uint32_t leaf) {
-    return leaf >> 16 == cpu::cpuid_ranges::hypervisor >> 16;
-}
-
 // The number of the leaf where its hypervisor is the only one.
 std::uint32_t numberInTables(std::uint32_t leaf) {
-    return isHypervisorLeaf(leaf) ? cpu::cpuid_ranges::hypervisor + leaf % leavesOfHypervisor : leaf;
+    return cpu::isHypervisorLeaf(leaf) ? cpu::cpuid_ranges::hypervisor + leaf % cpu::cpuid_ranges::mostLeaves : leaf;
 }
 
 template <class Row>
@@ -188,13 +183,13 @@ const CpuidAnswer* ProcessorLeaves::find(std::uint32_t leaf, std::uint32_t suble
 // A hypervisor may answer as Hyper-V does under a name of its own.
 std::uint16_t ProcessorLeaves::ownersOf(std::uint32_t leaf) const {
     using R = LeafRegister;
-    if (!isHypervisorLeaf(leaf)) {
+    if (!cpu::isHypervisorLeaf(leaf)) {
         const CpuidAnswer* first = find(0);
         return first != nullptr
                    ? ownerSigned(makerOwners, signatureOf(*first, {R::ebx, R::edx, R::ecx}), cpu::otherMakerOwner)
                    : std::uint16_t{cpu::otherMakerOwner};
     }
-    const std::uint32_t range = leaf - leaf % leavesOfHypervisor;
+    const std::uint32_t range = leaf - leaf % cpu::cpuid_ranges::mostLeaves;
     const CpuidAnswer* first = find(range);
     const CpuidAnswer* interface = find(range + 1);
     std::uint32_t owners =

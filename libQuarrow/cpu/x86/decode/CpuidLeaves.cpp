@@ -56,8 +56,6 @@ constexpr SubleafRow subleafRows[] = {
 };
 // clang-format on
 
-constexpr std::uint32_t maxLeavesPerRange = 0x100;
-constexpr std::uint32_t hypervisorRanges = 4; // each begins 0x100 above the one before
 constexpr std::uint32_t xeonPhiFamily = 11;
 
 // Whether the sub-leaf is the last one of its enumeration by what it answers.
@@ -119,15 +117,13 @@ class AllLeaves {
             const bool isEcho = first != 0 && registers == m_cpuid.read(m_cpuid.read(0).eax);
             leaves = isEcho ? 0 : first == cpuid_ranges::hypervisor && registers.eax == 0 ? 2 : 1;
         }
-        for (std::uint32_t i = skipped; i < std::min(leaves, maxLeavesPerRange); ++i) {
+        for (std::uint32_t i = skipped; i < std::min(leaves, cpuid_ranges::mostLeaves); ++i) {
             readLeaf(first + i);
         }
     }
 
-    // Of one that names a highest leaf of its own.
     bool readNamedRange(std::uint32_t first) {
-        const std::uint32_t highest = m_cpuid.read(first).eax;
-        const bool isThere = highest >= first && highest - first < maxLeavesPerRange;
+        const bool isThere = namesLeafOfRange(m_cpuid.read(first).eax, first);
         if (isThere) {
             readRange(first, 0);
         }
@@ -140,9 +136,7 @@ class AllLeaves {
     }
     // One that answers as another moves its own leaves up (KVM and Xen beneath Hyper-V's).
     void readFurtherHypervisors() {
-        std::uint32_t first = cpuid_ranges::hypervisor + maxLeavesPerRange;
-        for (std::uint32_t i = 1; i < hypervisorRanges && readNamedRange(first); ++i) {
-            first += maxLeavesPerRange;
+        for (std::uint32_t i = 1; i < cpuid_ranges::mostHypervisors && readNamedRange(hypervisorRange(i)); ++i) {
         }
     }
 
