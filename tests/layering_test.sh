@@ -51,7 +51,8 @@ libQuarrow/memory:           zel libQuarrow libKernelMode
 libQuarrow/io:               zel libQuarrow libKernelMode
 libQuarrow/cpu:              zel libQuarrow libQuarrow/machine
 $x86/*.h:                    zel libQuarrow libQuarrow/machine libQuarrow/cpu
-$x86/decode:                 zel libQuarrow/machine $x86
+$x86/decode/fields:
+$x86/decode:                 zel libQuarrow/machine $x86 $x86/decode/fields
 $x86/topology:               zel libQuarrow/machine libQuarrow/cpu $x86 $x86/decode
 $x86/caches:                 zel libQuarrow/machine libQuarrow/cpu $x86 $x86/decode $x86/topology
 $x86/speed:                  zel libQuarrow libQuarrow/machine pci $x86 $x86/decode
@@ -67,7 +68,6 @@ libQuarrow/os/windows:       zel libKernelMode pci libQuarrow/machine libQuarrow
 libQuarrow/recording:        pci libQuarrow/machine
 libQuarrow/recording/formats: zel pci libQuarrow libQuarrow/machine libQuarrow/recording nlohmann
 libQuarrow/os/recorded:      zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x86/decode libQuarrow/recording
-$x86/decode/fields:
 libQuarrow/topology/features/*.h: libQuarrow $x86/decode/fields
 libQuarrow/topology/features: libQuarrow/machine $x86/decode $x86/decode/fields
 libQuarrow/topology/*.h:     libQuarrow/topology/features zel libQuarrow libQuarrow/machine libQuarrow/cpu

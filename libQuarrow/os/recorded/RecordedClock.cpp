@@ -1,6 +1,6 @@
 #include <libQuarrow/os/recorded/RecordedClock.h>
 
-#include <libQuarrow/machine/clock_leaves.h>
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/os/recorded/RecordedLeaves.h>
 
 namespace libQuarrow::os {

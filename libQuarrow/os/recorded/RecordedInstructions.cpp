@@ -1,13 +1,9 @@
 #include <libQuarrow/os/recorded/RecordedInstructions.h>
 
+#include <libQuarrow/cpu/x86/decode/x86_registers.h>
 #include <libQuarrow/os/recorded/RecordedLeaves.h>
 
 namespace libQuarrow::os {
-namespace {
-
-constexpr std::uint32_t xgetbvBit = 27; // leaf 1 ECX, OSXSAVE
-
-} // namespace
 
 void RecordedInstructions::cpuid(cpu::cpuid_args& registers) {
     const RecordedProcessor* here = m_state.processor();
@@ -27,9 +23,9 @@ std::uint64_t RecordedInstructions::xgetbv(std::uint32_t index) {
         return *here->xcr0;
     }
     // An operating system that uses XSAVE enables what there is.
-    const cpu::cpuid_args* features = findLeaf(*here, 1, 0);
+    const cpu::cpuid_args* features = findLeaf(*here, cpu::VersionLeaf::number, 0);
     const cpu::cpuid_args* states = findLeaf(*here, 0xD, 0);
-    const bool enabled = features != nullptr && states != nullptr && (features->ecx >> xgetbvBit & 1) != 0;
+    const bool enabled = features != nullptr && states != nullptr && cpu::VersionLeaf(*features).osxsave;
     return enabled ? std::uint64_t{states->edx} << 32 | states->eax : 0;
 }
 

@@ -84,7 +84,7 @@ void addLegacyL2(LeafReader& leaves, const ProcessorIdentity& identity, std::vec
     cache.sharing = makerOf(leaves) == Maker::intel ? CacheSharing::notTold : CacheSharing::core;
     if (identity.vendor == "CentaurHauls" && identity.family == 6 && identity.model <= 8) {
         // VIA's C3 up to model 8 (its data sheet, CPUID 0x80000006) has the fields where leaf 0x80000005 has them.
-        const cpu::L1CacheLeaf::Cache old(leaves.read(cpu::L2L3CacheLeaf::number).ecx);
+        const cpu::L1CacheLeaf::Cache old = cpu::L1CacheLeaf(leaves.read(cpu::L2L3CacheLeaf::number)).data;
         cache.figures.sizeBytes = std::uint64_t{old.kilobytes} * 1024;
         cache.figures.ways = waysOfByte(old.associativity);
     }

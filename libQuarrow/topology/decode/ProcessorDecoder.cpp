@@ -108,21 +108,21 @@ std::optional<Avx10> avx10Of(const FeatureSet& features, LeafReader& leaves) {
     return avx10;
 }
 
-// Which bits of which leaves tell a processor from its like. Those that decodePlace() goes by.
+// Which fields of which leaves tell a processor from its like. Those that decodePlace() goes by.
 cpu::cpuid_args withoutIds(std::uint32_t leaf, cpu::cpuid_args registers) {
     switch (leaf) {
     case cpu::VersionLeaf::number:
-        registers.ebx &= 0x00FFFFFF;
+        cpu::clearAt<cpu::placeOf(cpu::VersionLeaf::number, "initial_apic_id")>(registers);
         break;
     case cpu::TopologyLevelLeaf::number:
     case cpu::TopologyLevelLeaf::v2Number:
     case cpu::TopologyLevelLeaf::amdNumber:
-        registers.edx = 0;
+        cpu::clearAt<cpu::TopologyLevelLeaf::place("x2apic_id")>(registers);
         break;
     case cpu::AmdTopologyLeaf::number:
-        registers.eax = 0;
-        registers.ebx &= 0xFFFFFF00;
-        registers.ecx &= 0xFFFFFF00;
+        cpu::clearAt<cpu::placeOf(cpu::AmdTopologyLeaf::number, "extended_apic_id")>(registers);
+        cpu::clearAt<cpu::placeOf(cpu::AmdTopologyLeaf::number, "core_id")>(registers);
+        cpu::clearAt<cpu::placeOf(cpu::AmdTopologyLeaf::number, "node_id")>(registers);
         break;
     default:
         break;

@@ -20,7 +20,7 @@ void add(std::vector<TlbFigures>& tlbs, TlbFigures tlb) {
     }
 }
 
-// From the bits k4, m2, m4 and g1, which leaf 0x18 has in the same places.
+// From the bits k4, m2, m4 and g1.
 std::vector<std::uint64_t> pageSizes(std::uint32_t pages) {
     constexpr std::uint64_t sizes[] = {0x1000, 0x200000, 0x400000, 0x40000000};
     std::vector<std::uint64_t> all;
@@ -31,6 +31,11 @@ std::vector<std::uint64_t> pageSizes(std::uint32_t pages) {
         }
     }
     return all;
+}
+
+std::uint32_t pagesOf(const cpu::TlbLeaf& told) {
+    using namespace descriptors;
+    return (told.has4K ? k4 : 0U) | (told.has2M ? m2 : 0U) | (told.has4M ? m4 : 0U) | (told.has1G ? g1 : 0U);
 }
 
 void addDeterministic(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
@@ -45,7 +50,7 @@ void addDeterministic(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
         if (told.type == cpu::TlbLeaf::none || told.type > cpu::TlbLeaf::store || entries > UINT32_MAX) {
             continue;
         }
-        add(tlbs, {std::max(told.level, 1U), types[told.type - 1], pageSizes(told.pages),
+        add(tlbs, {std::max(told.level, 1U), types[told.type - 1], pageSizes(pagesOf(told)),
                    static_cast<std::uint32_t>(entries), told.fullyAssociative ? 0 : told.ways});
     }
 }
@@ -64,8 +69,8 @@ void addDescribed(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
 
 void addLegacyL1(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
     const auto leaf = leaves.get<cpu::L1TlbLeaf>();
-    const std::pair<std::uint32_t, cpu::L1TlbLeaf::Pages> rows[] = {{descriptors::m2 | descriptors::m4, leaf.large},
-                                                                    {descriptors::k4, leaf.small}};
+    const std::pair<std::uint32_t, cpu::AmdTlbs> rows[] = {{descriptors::m2 | descriptors::m4, leaf.large},
+                                                           {descriptors::k4, leaf.small}};
     for (const auto& [pages, told] : rows) {
         add(tlbs, {1, TlbType::data, pageSizes(pages), told.dataEntries, waysOfByte(told.dataAssociativity)});
         add(tlbs, {1, TlbType::instruction, pageSizes(pages), told.instructionEntries,
@@ -73,10 +78,10 @@ void addLegacyL1(LeafReader& leaves, std::vector<TlbFigures>& tlbs) {
     }
 }
 
-void addCoded(std::uint32_t level, std::uint32_t pages, const cpu::CodedTlbs& told, std::vector<TlbFigures>& tlbs) {
+void addCoded(std::uint32_t level, std::uint32_t pages, const cpu::AmdTlbs& told, std::vector<TlbFigures>& tlbs) {
     add(tlbs, {level, TlbType::data, pageSizes(pages), told.dataEntries, waysOfCode(told.dataAssociativity)});
-    add(tlbs, {level, told.unified ? TlbType::unified : TlbType::instruction, pageSizes(pages), told.instructionEntries,
-               waysOfCode(told.instructionAssociativity)});
+    add(tlbs, {level, told.unified() ? TlbType::unified : TlbType::instruction, pageSizes(pages),
+               told.instructionEntries, waysOfCode(told.instructionAssociativity)});
 }
 
 } // namespace

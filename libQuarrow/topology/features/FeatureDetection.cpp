@@ -1,6 +1,7 @@
 #include <libQuarrow/topology/features/FeatureDetection.h>
 
 #include <libQuarrow/cpu/x86/decode/CpuidLeaves.h>
+#include <libQuarrow/cpu/x86/decode/CpuidPlace.h>
 #include <libQuarrow/cpu/x86/decode/CpuidReader.h>
 #include <libQuarrow/machine/bits.h>
 #include <libQuarrow/topology/features/FeatureNames.h>
@@ -24,20 +25,23 @@ constexpr std::uint32_t structuredFeatures = 7; // its sub-leaf 0 tells the last
 struct Announcement {
     std::uint32_t leaf, subleaf;
     std::uint32_t byLeaf, bySubleaf;
-    cpu::CpuidRegister reg;
-    std::uint8_t bit;
+    cpu::CpuidPlace flag;
 };
+constexpr Announcement announced(std::uint32_t leaf, std::uint32_t subleaf, std::uint32_t byLeaf,
+                                 std::uint32_t bySubleaf, const char* flag) {
+    return {leaf, subleaf, byLeaf, bySubleaf, cpu::bitPlaceOf(byLeaf, bySubleaf, flag)};
+}
 constexpr Announcement announcements[] = {
-    {0x0F, 0, 7, 0, cpu::CpuidRegister::ebx, 12},   // resource monitoring
-    {0x0F, 1, 0x0F, 0, cpu::CpuidRegister::edx, 1}, // of the L3
-    {0x10, 0, 7, 0, cpu::CpuidRegister::ebx, 15},   // resource allocation
-    {0x10, 1, 0x10, 0, cpu::CpuidRegister::ebx, 1}, // of the L3
-    {0x10, 2, 0x10, 0, cpu::CpuidRegister::ebx, 2}, // of the L2
-    {0x10, 3, 0x10, 0, cpu::CpuidRegister::ebx, 3}, // of memory bandwidth
-    {0x12, 0, 7, 0, cpu::CpuidRegister::ebx, 2},    // SGX
-    {0x14, 0, 7, 0, cpu::CpuidRegister::ebx, 25},   // processor trace
-    {0x19, 0, 7, 0, cpu::CpuidRegister::ecx, 23},   // key locker
-    {0x24, 0, 7, 1, cpu::CpuidRegister::edx, 19},   // AVX10
+    announced(0x0F, 0, 7, 0, "cqm"),        // resource monitoring
+    announced(0x0F, 1, 0x0F, 0, "cqm_llc"), // of the L3
+    announced(0x10, 0, 7, 0, "rdt_a"),      // resource allocation
+    announced(0x10, 1, 0x10, 0, "cat_l3"),  // of the L3
+    announced(0x10, 2, 0x10, 0, "cat_l2"),  // of the L2
+    announced(0x10, 3, 0x10, 0, "mba"),     // of memory bandwidth
+    announced(0x12, 0, 7, 0, "sgx"),        // enclaves
+    announced(0x14, 0, 7, 0, "intel_pt"),   // processor trace
+    announced(0x19, 0, 7, 0, "key_locker"), //
+    announced(0x24, 0, 7, 1, "avx10"),      //
 };
 
 const Announcement* announcementOf(std::uint32_t leaf, std::uint32_t subleaf) {
@@ -100,19 +104,6 @@ const std::vector<LeafFlags>& leavesWithFlags() {
     return leaves;
 }
 
-std::uint32_t registerOf(const cpu::cpuid_args& leaf, cpu::CpuidRegister reg) {
-    switch (reg) {
-    case cpu::CpuidRegister::eax:
-        return leaf.eax;
-    case cpu::CpuidRegister::ebx:
-        return leaf.ebx;
-    case cpu::CpuidRegister::ecx:
-        return leaf.ecx;
-    default:
-        return leaf.edx;
-    }
-}
-
 // Reads what is there and nothing else: each range's first leaf tells the highest of the range.
 class ExistingLeaves {
   public:
@@ -131,7 +122,7 @@ class ExistingLeaves {
             return true;
         }
         const auto answer = read(a->byLeaf, a->bySubleaf, announcementOf(a->byLeaf, a->bySubleaf));
-        return cpu::bit(registerOf(answer, a->reg), a->bit);
+        return cpu::bit(answer.*cpu::registerOf(cpu::registerAt(a->flag)), cpu::lowestBitAt(a->flag));
     }
     // 0 where the range is not there: a leaf that does not answer with one of its own range. The leaves of a range
     // follow each other.

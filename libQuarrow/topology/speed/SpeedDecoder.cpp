@@ -1,7 +1,6 @@
 #include <libQuarrow/topology/speed/SpeedDecoder.h>
 
 #include <libQuarrow/cpu/x86/decode/x86_registers.h>
-#include <libQuarrow/machine/clock_leaves.h>
 #include <libQuarrow/topology/decode/LeafReader.h>
 #include <libQuarrow/topology/decode/ProcessorDecoder.h>
 #include <libQuarrow/topology/speed/AmdSpeed.h>

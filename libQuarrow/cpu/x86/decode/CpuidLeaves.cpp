@@ -14,9 +14,9 @@ namespace {
 enum class End {
     fixed,          // the row's last one
     maximum,        // EAX of sub-leaf 0 is the last one
-    cacheType,      // the first one whose EAX bits 0 to 4 are 0
-    levelType,      // the first one whose ECX bits 8 to 15 are 0
-    enclaveSection, // from sub-leaf 2 on, the first one whose EAX bits 0 to 3 are 0
+    cacheType,      // the first one that tells no cache
+    levelType,      // the first one that tells no level
+    enclaveSection, // from sub-leaf 2 on, the first one that tells no section
 };
 
 // Leaves with sub-leaves (Intel SDM volume 2, CPUID; AMD APM volume 3, appendix E). All others have sub-leaf 0 only.
@@ -62,11 +62,11 @@ constexpr std::uint32_t xeonPhiFamily = 11;
 bool ends(End end, std::uint32_t subleaf, const cpuid_args& registers) {
     switch (end) {
     case End::cacheType:
-        return (registers.eax & 0x1F) == 0;
+        return CacheLeaf(registers).type == CacheLeaf::none;
     case End::levelType:
-        return (registers.ecx >> 8 & 0xFF) == 0;
+        return TopologyLevelLeaf(registers).type == TopologyLevelLeaf::invalid;
     case End::enclaveSection:
-        return subleaf >= 2 && (registers.eax & 0xF) == 0;
+        return subleaf >= 2 && valueAt<placeOf(0x12, 2, "section_type")>(registers) == 0;
     default:
         return false;
     }

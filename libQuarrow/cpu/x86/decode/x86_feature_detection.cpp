@@ -100,8 +100,7 @@ bool avxEnabled(CpuidReader& cpuid) {
 // Leaf 7 is read without asking for the highest leaf first, as leaf 1 is: where the firmware limits the leaves, what is
 // allowed has always been what these bits then say, and programs were chosen by it.
 bool avx2Enabled(CpuidReader& cpuid) {
-    constexpr std::uint32_t avx2 = 0x20;
-    return avxReported(cpuid) && (cpuid.read(7).ebx & avx2) != 0 && avxStateEnabled(cpuid);
+    return avxReported(cpuid) && valueAt<placeOf(7, "avx2")>(cpuid.read(7)) != 0 && avxStateEnabled(cpuid);
 }
 
 x86_feature_flags requiredFeatures() {

@@ -70,7 +70,7 @@ bool decodeIntelDescriptors(CpuidReader& cpuid, zel::Array<x86_cache>& caches) {
             return false;
         }
         ++executions;
-        wanted = bits(out.eax, 7, 0);
+        wanted = valueAt<placeOf(descriptorLeaf, "iterations")>(out);
         const std::uint32_t registers[] = {out.eax, out.ebx, out.ecx, out.edx};
         for (unsigned int k = 1; k < 16; ++k) {
             const auto descriptor = static_cast<std::uint8_t>(registers[k / 4] >> k % 4 * 8);

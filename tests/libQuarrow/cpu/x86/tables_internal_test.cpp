@@ -3,12 +3,16 @@
 // again and take over the value that the test prints.
 
 #include <libQuarrow/cpu/x86/amd/x86_amd_revisions.h>
+#include <libQuarrow/cpu/x86/decode/fields/fields.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_cache_descriptors.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_steppings.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_tcc_activation.h>
 #include <libQuarrow/cpu/x86/intel/x86_intel_type_tables.h>
 
 #include <gtest/gtest.h>
+
+#include <iterator>
+#include <vector>
 
 using namespace libQuarrow::cpu;
 
@@ -19,10 +23,10 @@ std::string text(const char* format, Values... values) {
     return zel::String::SprintfFormat(format, values...).toUtf8();
 }
 
-template <class Row, std::size_t count, class Text>
-std::string checkValue(const Row (&rows)[count], Text textOf) {
+template <class Rows, class Text>
+std::string checkValue(const Rows& rows, Text textOf) {
     std::uint64_t hash = 0xCBF29CE484222325;
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         for (const char c : textOf(row) + "\n") {
             hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
         }
@@ -55,6 +59,40 @@ TEST(Tables, are_what_their_sources_say) {
     EXPECT_EQ(checkValue(amdRevisions, [](auto& row) {
         return text("%X %s %X %u %u %u", row.signature, row.text, row.revision.family, row.revision.coreCode,
                     row.revision.revisionCode, unsigned{row.packageType}); }), "0CF8042363875821");
+}
+
+// Where each field stands, which the decoders and the features go by too.
+TEST(Tables, of_fields_are_what_their_sources_say) {
+    const struct {
+        const char* name;
+        const char* value;
+    } expected[] = {
+        {"standardCpuidFlags", "D06320D3C3003431"},
+        {"extendedCpuidFlags", "E62222A6318B923A"},
+        {"otherCpuidFlags", "8FCB21765CA008CF"},
+        {"standardFields", "3DC79FE003C9EB39"},
+        {"monitoringFields", "0804C70207EA7883"},
+        {"allocationFields", "9F9D75B5578692DC"},
+        {"monitoringFields, asymmetric", "F335189D93F3E1E2"},
+        {"allocationFields, asymmetric", "D669CC652521396A"},
+        {"asymmetricFields", "ADED71EC04645D85"},
+        {"extendedFields", "05B8744710E1F98B"},
+        {"otherFields", "A880F84946DF29D2"},
+        {"hypervisorFields", "B03A76EAE2763D98"},
+        {"kvmFields", "66DB69EF0720746B"},
+        {"hyperVFields", "225C0B6A079BEFF8"},
+        {"xenFields", "8F72C6DA401F9351"},
+        {"vmwareFields", "48EA1CF560683C13"},
+    };
+    const auto& tables = cpuidFieldTables();
+    ASSERT_EQ(tables.size(), std::size(expected));
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        const std::vector<CpuidField> rows(tables[i].begin, tables[i].end);
+        EXPECT_EQ(checkValue(rows, [](auto& row) {
+            return text("%X %u-%u %u %u %u %u %X %s", row.leaf, row.firstSubleaf, row.lastSubleaf,
+                        static_cast<unsigned int>(row.reg), row.lowestBit, row.width,
+                        static_cast<unsigned int>(row.kind), row.owners, row.name); }), expected[i].value) << expected[i].name;
+    }
 }
 // clang-format on
 

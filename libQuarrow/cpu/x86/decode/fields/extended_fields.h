@@ -8,7 +8,7 @@ namespace libQuarrow::cpu {
 namespace cpuid_fields {
 
 // clang-format off
-constexpr CpuidField extendedFields[] = {
+inline constexpr CpuidField extendedFields[] = {
     // AMD APM volume 3, appendix E.4.1; Intel SDM volume 2, CPUID
     number(0x80000000, 0,            eax, 31,  0, hex,           "max_extended_leaf",              "Highest extended leaf"),
     text  (0x80000000, 0,            ebx,                        "vendor_0",                       "Maker, characters 0 to 3"),

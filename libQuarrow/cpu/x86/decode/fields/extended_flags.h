@@ -7,7 +7,7 @@
 namespace libQuarrow::cpu {
 
 // clang-format off
-constexpr CpuidField extendedCpuidFlags[] = {
+inline constexpr CpuidField extendedCpuidFlags[] = {
     // AMD APM volume 3, appendix E.4.2; Intel SDM volume 2 agrees where Intel has the bit
     flag(0x80000001, 0, CpuidRegister::ecx,  0, "lahf_lm",                     "LAHF and SAHF in 64-bit mode"),
     flag(0x80000001, 0, CpuidRegister::ecx,  1, "cmp_legacy",                  "The logical processors of a package are all cores"),

@@ -9,7 +9,7 @@ namespace libQuarrow::cpu {
 namespace cpuid_fields {
 
 // clang-format off
-constexpr CpuidField hypervisorFields[] = {
+inline constexpr CpuidField hypervisorFields[] = {
     // Microsoft, Hyper-V TLFS; Linux, Documentation/virt/kvm/x86/cpuid.rst
     number(0x40000000, 0, eax, 31,  0, hex,       "max_hypervisor_leaf", "Highest leaf of this range", anyHypervisor),
     text  (0x40000000, 0, ebx,                    "hypervisor_0",        "Hypervisor, characters 0 to 3", anyHypervisor),
@@ -19,7 +19,7 @@ constexpr CpuidField hypervisorFields[] = {
     number(0x40000010, 0, eax, 31,  0, kilohertz, "tsc_frequency",       "Virtual time-stamp counter", anyHypervisor),
     number(0x40000010, 0, ebx, 31,  0, kilohertz, "apic_frequency",      "Virtual APIC timer", anyHypervisor),
 };
-constexpr CpuidField kvmFields[] = {
+inline constexpr CpuidField kvmFields[] = {
     // Linux, Documentation/virt/kvm/x86/cpuid.rst
     yesNo (0x40000001, 0, eax,  0,       "kvm_clocksource",        "Clock through MSRs 0x11 and 0x12", kvmOwner),
     yesNo (0x40000001, 0, eax,  1,       "kvm_nop_io_delay",       "Port accesses need no delay", kvmOwner),
@@ -41,7 +41,7 @@ constexpr CpuidField kvmFields[] = {
     yesNo (0x40000001, 0, eax, 24,       "kvm_clocksource_stable", "Clocks of all processors agree", kvmOwner),
     yesNo (0x40000001, 0, edx,  0,       "kvm_hints_realtime",     "Processors are never preempted for long", kvmOwner),
 };
-constexpr CpuidField hyperVFields[] = {
+inline constexpr CpuidField hyperVFields[] = {
     // Microsoft, Hyper-V TLFS, "feature and interface discovery" (0x40000003 EAX and EBX: HV_PARTITION_PRIVILEGE_MASK)
     text  (0x40000001, 0, eax,                  "interface",                       "Interface", hyperVOwner),
     number(0x40000002, 0, eax, 31,  0, decimal, "build",                           "Build number", hyperVOwner),
@@ -219,7 +219,7 @@ constexpr CpuidField hyperVFields[] = {
     yesNo (0x4000000C, 0, ebx,  5,              "hv_shared_boundary_active",       "Part of the addresses is shared", hyperVOwner),
     number(0x4000000C, 0, ebx, 11,  6, bits,    "hv_shared_boundary_bits",         "Width of addresses below that part", hyperVOwner),
 };
-constexpr CpuidField xenFields[] = {
+inline constexpr CpuidField xenFields[] = {
     // Xen, public header arch-x86/cpuid.h
     number(0x40000001, 0, eax, 15,  0, decimal,   "xen_version_minor",        "Minor version", xenOwner),
     number(0x40000001, 0, eax, 31, 16, decimal,   "xen_version_major",        "Major version", xenOwner),
@@ -249,7 +249,7 @@ constexpr CpuidField xenFields[] = {
     number(0x40000005, 0, eax, 31,  0, decimal,   "max_subleaf",              "Highest sub-leaf", xenOwner),
     number(0x40000005, 0, ebx,  7,  0, bits,      "xen_machine_address_bits", "Machine addresses", xenOwner),
 };
-constexpr CpuidField vmwareFields[] = {
+inline constexpr CpuidField vmwareFields[] = {
     // VMware, Linux arch/x86/include/asm/vmware.h: leaf 0x40000010 beside the frequencies
     yesNo (0x40000010, 0, ecx,  0,       "vmware_vmcall",  "Hypercalls by VMCALL", vmwareOwner),
     yesNo (0x40000010, 0, ecx,  1,       "vmware_vmmcall", "Hypercalls by VMMCALL", vmwareOwner),

@@ -9,7 +9,7 @@ namespace libQuarrow::cpu {
 namespace cpuid_fields {
 
 // clang-format off
-constexpr CpuidField otherFields[] = {
+inline constexpr CpuidField otherFields[] = {
     // Intel Xeon Phi system software developer's guide, leaf 0x20000000
     number(0x20000000, 0, eax, 31,  0, hex,           "max_phi_leaf",        "Highest leaf of this range"),
     // Transmeta, processor recognition

@@ -7,7 +7,7 @@
 namespace libQuarrow::cpu {
 
 // clang-format off
-constexpr CpuidField otherCpuidFlags[] = {
+inline constexpr CpuidField otherCpuidFlags[] = {
     // Intel Xeon Phi system software developer's guide, leaf 0x20000001
     flag(0x20000001, 0, CpuidRegister::edx,  0, "k1om",        "Knights Corner instructions"),
     // Transmeta, processor recognition, leaf 0x80860001

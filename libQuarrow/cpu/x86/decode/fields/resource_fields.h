@@ -16,7 +16,7 @@ constexpr std::uint32_t asymmetricAllocation = 0x00000028;
 
 // clang-format off
 template <std::uint32_t leaf>
-constexpr CpuidField monitoringFields[] = {
+inline constexpr CpuidField monitoringFields[] = {
     number(leaf, 0,      ebx, 31,  0, decimal,        "max_rmid",               "Highest monitoring ID of any resource"),
     number(leaf, 1,      eax,  7,  0, bitsLess24,     "l3_counter_width",       "Width of the counters"),
     yesNo (leaf, 1,      eax,  8,                     "l3_counter_overflow",    "Bit 61 of a counter tells that it overflowed"),
@@ -26,7 +26,7 @@ constexpr CpuidField monitoringFields[] = {
     number(leaf, 1,      ecx, 31,  0, decimal,        "l3_max_rmid",            "Highest monitoring ID of the L3"),
 };
 template <std::uint32_t leaf>
-constexpr CpuidField allocationFields[] = {
+inline constexpr CpuidField allocationFields[] = {
     yesNo (leaf, 0,      ebx,  5,                     "cba",                    "Allocation of cache bandwidth"),
     yesNo (leaf, 0,      ebx,  6,                     "resource_priority",      "Resource priority"),
     number(leaf, {1, 2}, eax,  4,  0, bitsLessOne,    "capacity_mask_length",   "Length of a capacity mask"),
@@ -46,7 +46,7 @@ constexpr CpuidField allocationFields[] = {
 };
 
 // What leaves 0xF and 0x10 tell in feature flags.
-constexpr CpuidField asymmetricFields[] = {
+inline constexpr CpuidField asymmetricFields[] = {
     yesNo (asymmetricMonitoring, 0,      edx,  1,     "l3_monitoring",          "Monitoring of the L3"),
     yesNo (asymmetricMonitoring, 1,      edx,  0,     "l3_occupancy",           "Occupancy of the L3"),
     yesNo (asymmetricMonitoring, 1,      edx,  1,     "l3_total_bandwidth",     "Total memory bandwidth"),

@@ -8,7 +8,7 @@ namespace libQuarrow::cpu {
 namespace cpuid_fields {
 
 // clang-format off
-constexpr CpuidField standardFields[] = {
+inline constexpr CpuidField standardFields[] = {
     // Intel SDM volume 2, CPUID, leaf 0; AMD APM volume 3, appendix E.3.1
     number(0x00000000, 0,            eax, 31,  0, hex,               "max_leaf",                    "Highest standard leaf"),
     text  (0x00000000, 0,            ebx,                            "vendor_0",                    "Maker, characters 0 to 3"),

@@ -7,7 +7,7 @@
 namespace libQuarrow::cpu {
 
 // clang-format off
-constexpr CpuidField standardCpuidFlags[] = {
+inline constexpr CpuidField standardCpuidFlags[] = {
     // Intel SDM volume 2, CPUID, leaf 1 (AMD APM volume 3, appendix E.3, agrees where AMD has the bit)
     flag(0x00000001, 0, CpuidRegister::ecx,  0, "pni",                         "SSE3 instructions"),
     flag(0x00000001, 0, CpuidRegister::ecx,  1, "pclmulqdq",                   "PCLMULQDQ: carry-less multiplication"),

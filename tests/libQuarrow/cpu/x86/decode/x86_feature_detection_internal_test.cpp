@@ -1,6 +1,4 @@
-#include <libQuarrow/cpu/x86/decode/fields/fields.h>
 #include <libQuarrow/cpu/x86/decode/x86_feature_detection.h>
-#include <libQuarrow/cpu/x86/decode/x86_feature_table.h>
 #include <tests/support/LiteralReader.h>
 
 #include <gtest/gtest.h>
@@ -152,28 +150,6 @@ TEST(AllowedFeatures, WhatTheOperatingSystemEnabled) {
     }
     LiteralReader bare("GenuineIntel", 1, 0, {});
     EXPECT_EQ(decodeAllowedFeatures(bare).toString(), "CPUID");
-}
-
-// The bits of these features stand in two tables, which must not drift apart.
-TEST(SupportedFeatures, LookAtBitsThatTheTablesOfFieldsNameFlags) {
-    std::size_t compared = 0;
-    for (const feature_rows::Row& row : feature_rows::all) {
-        if (row.vendors == feature_rows::nobody) {
-            continue;
-        }
-        const auto reg = row.reg == &cpuid_args::eax   ? CpuidRegister::eax
-                         : row.reg == &cpuid_args::ebx ? CpuidRegister::ebx
-                         : row.reg == &cpuid_args::ecx ? CpuidRegister::ecx
-                                                       : CpuidRegister::edx;
-        bool found = false;
-        forEachCpuidField([&](const CpuidField& field) {
-            found |= field.kind == CpuidFieldKind::flag && field.leaf == row.leaf && field.firstSubleaf == 0 &&
-                     field.reg == reg && field.lowestBit == row.bit;
-        });
-        EXPECT_TRUE(found) << "feature " << row.feature;
-        ++compared;
-    }
-    EXPECT_GT(compared, 100u);
 }
 
 } // namespace
