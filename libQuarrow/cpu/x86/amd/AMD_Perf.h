@@ -1,13 +1,11 @@
 #pragma once
 
-#include <libQuarrow/cpu/x86/amd/AMD_PStateTable.h>
 #include <libQuarrow/cpu/x86/amd/x86_amd_pstates.h>
 #include <libQuarrow/cpu/x86/x86_inst.h>
 #include <libQuarrow/cpu/x86/x86_speed_metrics.h>
 
 #include <boost/optional.hpp>
 
-#include <cstddef>
 #include <cstdint>
 
 // Private to the library.
@@ -17,8 +15,7 @@ namespace libQuarrow::cpu {
 class x86_cpu;
 
 // The P-states of an AMD processor of family 0x10 or later. It knows how the family encodes them, and reads the
-// registers anew every time: the BIOS and overclocking programs change them. Nothing in it changes, so any number of
-// owners may share it.
+// registers anew every time. Nothing in it changes, so any number of owners may share it.
 class AMD_Perf {
   public:
     explicit AMD_Perf(const x86_cpu_signature& signature);
@@ -28,17 +25,6 @@ class AMD_Perf {
     void getSpeedMetrics(const x86_cpu& cpu, std::uint64_t tscHertz, x86_speed_metrics& metrics) const;
 
   private:
-    // The state that the processor is sold with, where it is known, and whether it may go above it.
-    struct Base {
-        boost::optional<std::size_t> state;
-        bool boostIsOn;
-    };
-    double multiplier(std::uint64_t pstate, double pllMHz) const;
-    AMD_PStateTable readStates(const x86_cpu& cpu, double pllMHz) const;
-    Base findBase(const x86_cpu& cpu, const AMD_PStateTable& states, double tscMHz) const;
-    std::size_t lastState(const x86_cpu& cpu, const boost::optional<std::size_t>& base) const;
-    void readPStates(const x86_cpu& cpu, double tscMHz, x86_speed_metrics& metrics) const;
-
     boost::optional<AmdPStateFamily> m_family; // absent: a family with no such registers, or not known
 };
 

@@ -2,6 +2,8 @@
 
 #include <libQuarrow/cpu/x86/decode/x86_table_checks.h>
 
+#include <boost/optional.hpp>
+
 #include <cstdint>
 
 // Private to the library: how each AMD family encodes the frequency of a P-state (MSRC001_0064 and following; the same
@@ -47,6 +49,16 @@ constexpr AmdPStateFamily amdPStateFamilies[] = {
 static_assert(rowsAscend(amdPStateFamilies, [](auto a, auto b) {
     return a.family < b.family || (a.family == b.family && a.lastModel < b.lastModel);
 }));
+
+// By display family and model.
+inline boost::optional<AmdPStateFamily> amdPStateFamily(std::uint32_t family, std::uint32_t model) {
+    for (const AmdPStateFamily& row : amdPStateFamilies) {
+        if (row.family == family && model <= row.lastModel) {
+            return row;
+        }
+    }
+    return boost::none;
+}
 
 // Family 0x12: divisors that CpuDid 0 to 8 stands for.
 constexpr double amdDidDivisors[] = {1, 1.5, 2, 3, 4, 6, 8, 12, 16};

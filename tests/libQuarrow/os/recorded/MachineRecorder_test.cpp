@@ -155,6 +155,9 @@ TEST(MachineRecorder, KeepsEveryInterfaceOfAHypervisor) {
     EXPECT_EQ(counted(recording, 0xFFFFFF00).at(0x40000000), 1U);
     EXPECT_EQ(counted(recording, 0xFFFFFF00).at(0x40000100), 2U);
     EXPECT_EQ(counted(recording, 0xFFFFFF00).count(0x40000300), 0U);
+    leaves[{0x40000200, 0}] = {0x40000200, 1, 2, 3};
+    leaves[{0x40000400, 0}] = {0x40000400, 1, 2, 3}; // as many as are told of the live machine
+    EXPECT_EQ(counted(recording, 0xFFFFFF00).at(0x40000400), 1U);
 }
 
 // Each register of the processor that it was read from, and no others.
