@@ -7,11 +7,12 @@
 #include <string>
 
 // Whatever the bytes are: what is read must round-trip, and what is not must be refused with one line.
-inline void checkRecording(const std::string& bytes) {
+template <class Parse>
+void checkRecording(const std::string& bytes, Parse parse) {
     using namespace libQuarrow::os;
     using namespace testing_support;
     RecordingError error;
-    const auto recording = parseRecording(bytes, "file", error);
+    const boost::optional<Recording> recording = parse(bytes, "file", error);
     if (!recording) {
         require(error.message.substr(0, 4) == "file", "an error names the file");
         require(error.message.find('\n') == std::string::npos, "an error is one line");
