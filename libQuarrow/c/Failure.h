@@ -4,8 +4,10 @@
 
 #include <exception>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 // Private to the library: how C++ failures become those of the C interface. Nothing leaves it as an exception.
 
@@ -57,6 +59,17 @@ Value& given(Value* pointer, const char* what) {
     return *pointer;
 }
 
+// The name of an enumerator, the last of which is `last`.
+template <class Enum>
+const char* wordFor(std::uint32_t value, Enum last) {
+    return answer<const char*>(nullptr, [&] {
+        if (value > static_cast<std::uint32_t>(last)) {
+            throw Failure(QUARROW_ERROR_ARGUMENT, "there is no such constant: " + std::to_string(value));
+        }
+        return nameOf(static_cast<Enum>(value));
+    });
+}
+
 // The element at that index. Throws where there is none.
 template <class Values>
 decltype(auto) elementOf(Values& values, std::size_t index, const char* what) {
@@ -66,6 +79,14 @@ decltype(auto) elementOf(Values& values, std::size_t index, const char* what) {
                                                   std::to_string(values.size()));
     }
     return values[index];
+}
+
+// How what is not known is told. A text has a zero byte behind it, as the library's constants have, which are literals.
+inline std::uint32_t orNone(const std::optional<std::uint32_t>& number) {
+    return number.value_or(QUARROW_NONE);
+}
+inline const char* orNull(std::string_view text) {
+    return text.empty() ? nullptr : text.data();
 }
 
 // A text for the caller to own.

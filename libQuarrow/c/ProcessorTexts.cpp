@@ -1,5 +1,6 @@
 #include <libQuarrow/c/ProcessorTexts.h>
 
+#include <libQuarrow/c/Failure.h>
 #include <libQuarrow/document/ProcessorWords.h>
 #include <libQuarrow/topology/names/HypervisorNames.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
@@ -10,11 +11,6 @@
 namespace libQuarrow::c {
 namespace {
 
-// The library's constants are whole literals, so a zero byte stands behind them.
-const char* orNull(std::string_view constant) {
-    return constant.empty() ? nullptr : constant.data();
-}
-
 ProcessorTexts::Texts textsOf(const topology::Processor& processor) {
     const topology::ProcessorIdentity& identity = *processor.identity;
     const topology::ProcessorNames names = namesOf(processor);
@@ -23,6 +19,8 @@ ProcessorTexts::Texts textsOf(const topology::Processor& processor) {
     texts.microarchitecture = orNull(names.microarchitecture);
     texts.codename = orNull(names.codename);
     texts.process = orNull(names.process);
+    texts.revision = orNull(names.revision);
+    texts.packageName = orNull(names.package);
     if (identity.hypervisor) {
         texts.hypervisor = identity.hypervisor->signature.c_str();
         texts.hypervisorName = orNull(topology::hypervisorNamed(identity.hypervisor->signature));

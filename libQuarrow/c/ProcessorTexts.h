@@ -17,6 +17,8 @@ class ProcessorTexts {
         const char* microarchitecture = nullptr;
         const char* codename = nullptr;
         const char* process = nullptr;
+        const char* revision = nullptr;
+        const char* packageName = nullptr;
         const char* hypervisor = nullptr;
         const char* hypervisorName = nullptr;
     };

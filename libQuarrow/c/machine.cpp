@@ -23,8 +23,9 @@ std::shared_mutex& c::currentMachineMutex() {
 namespace {
 
 topology::TopologyRequest requestOf(std::uint32_t take) {
-    if ((take & ~std::uint32_t{QUARROW_MOVE_PROCESS | QUARROW_WITH_SPEEDS | QUARROW_WITH_LIMITS |
-                               QUARROW_WITH_MICROCODE}) != 0) {
+    constexpr std::uint32_t known = QUARROW_MOVE_PROCESS | QUARROW_WITH_SPEEDS | QUARROW_WITH_LIMITS |
+                                    QUARROW_WITH_MICROCODE | QUARROW_WITH_LEAVES | QUARROW_UNMEASURED;
+    if ((take & ~known) != 0) {
         throw Failure(QUARROW_ERROR_ARGUMENT, "there is no such way to take a machine; see enum quarrow_take");
     }
     topology::TopologyRequest request;
@@ -32,6 +33,8 @@ topology::TopologyRequest requestOf(std::uint32_t take) {
     request.speeds = (take & QUARROW_WITH_SPEEDS) != 0;
     request.limits = (take & QUARROW_WITH_LIMITS) != 0;
     request.microcode = (take & QUARROW_WITH_MICROCODE) != 0;
+    request.leaves = (take & QUARROW_WITH_LEAVES) != 0;
+    request.measure = (take & QUARROW_UNMEASURED) == 0;
     return request;
 }
 
@@ -83,8 +86,15 @@ std::string recordingOf(const quarrow_machine& machine) {
 } // namespace
 
 quarrow_machine* quarrow_machine_native(uint32_t take) {
+    return quarrow_machine_native_of(take, nullptr);
+}
+
+quarrow_machine* quarrow_machine_native_of(uint32_t take, const quarrow_set* whose) {
     return answer<quarrow_machine*>(nullptr, [&] {
-        const topology::TopologyRequest request = requestOf(take);
+        topology::TopologyRequest request = requestOf(take);
+        if (whose != nullptr) {
+            request.whose = whose->processors;
+        }
         const std::shared_lock<std::shared_mutex> lock(currentMachineMutex());
         return takeMachine(request).release();
     });

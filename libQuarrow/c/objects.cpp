@@ -3,6 +3,7 @@
 #include <libQuarrow/c/Handles.h>
 
 #include <libQuarrow/document/MachineDocument.h>
+#include <libQuarrow/topology/names/HypervisorNames.h>
 
 #include <set>
 
@@ -34,10 +35,6 @@ const topology::Processor& c::processorOf(const quarrow_machine* machine, std::u
 
 namespace {
 
-std::uint32_t orNone(const std::optional<std::uint32_t>& number) {
-    return number.value_or(QUARROW_NONE);
-}
-
 // The constants of the interface are those of the library, and stay what they are.
 static_assert(static_cast<int>(topology::CoreKind::performance) == QUARROW_KIND_PERFORMANCE &&
               static_cast<int>(topology::CoreKind::efficient) == QUARROW_KIND_EFFICIENT &&
@@ -51,17 +48,6 @@ static_assert(static_cast<int>(topology::TlbType::data) == QUARROW_TLB_DATA &&
               static_cast<int>(topology::TlbType::unified) == QUARROW_TLB_UNIFIED &&
               static_cast<int>(topology::TlbType::load) == QUARROW_TLB_LOAD &&
               static_cast<int>(topology::TlbType::store) == QUARROW_TLB_STORE);
-
-// The name of an enumerator, the last of which is `last`.
-template <class Enum>
-const char* wordFor(std::uint32_t value, Enum last) {
-    return answer<const char*>(nullptr, [&] {
-        if (value > static_cast<std::uint32_t>(last)) {
-            throw Failure(QUARROW_ERROR_ARGUMENT, "there is no such constant: " + std::to_string(value));
-        }
-        return nameOf(static_cast<Enum>(value));
-    });
-}
 
 std::size_t countOf(const topology::Topology& topology, std::uint32_t object) {
     switch (object) {
@@ -173,6 +159,7 @@ quarrow_processor factsOf(const topology::Processor& processor, const ProcessorT
     facts.level = identity.level.value_or(0);
     facts.hypervisor_interface = identity.hypervisor ? orNone(identity.hypervisor->interfaceSignature) : QUARROW_NONE;
     facts.cache_count = static_cast<std::uint32_t>(processor.caches.size());
+    facts.further_hypervisor_count = static_cast<std::uint32_t>(identity.furtherHypervisors.size());
     facts.microcode = orNone(processor.microcode);
     if (identity.avx10) {
         facts.avx10_version = identity.avx10->version;
@@ -188,6 +175,8 @@ quarrow_processor factsOf(const topology::Processor& processor, const ProcessorT
     facts.process = texts.process;
     facts.hypervisor = texts.hypervisor;
     facts.hypervisor_name = texts.hypervisorName;
+    facts.revision = texts.revision;
+    facts.package_name = texts.packageName;
     return facts;
 }
 
@@ -248,6 +237,17 @@ uint32_t quarrow_machine_find(const quarrow_machine* machine, uint32_t number) {
         const topology::Topology& topology = topologyOf(machine);
         const topology::Processor* const found = topology.find(number);
         return found != nullptr ? static_cast<std::uint32_t>(found - topology.processors().data()) : QUARROW_NONE;
+    });
+}
+
+int quarrow_processor_further_hypervisor(const quarrow_machine* machine, uint32_t number, size_t which,
+                                         quarrow_hypervisor* hypervisor, size_t size) {
+    return attempt([&] {
+        const topology::Hypervisor& found =
+            elementOf(processorOf(machine, number).identity->furtherHypervisors, which, "further hypervisor");
+        const quarrow_hypervisor facts = {orNone(found.interfaceSignature), 0, found.signature.c_str(),
+                                          orNull(topology::hypervisorNamed(found.signature))};
+        fillStructure(hypervisor, size, facts);
     });
 }
 

@@ -10,7 +10,8 @@ namespace {
 const topology::ProcessorSpeed& speedOf(const quarrow_machine* machine, std::uint32_t number) {
     const auto& speed = processorOf(machine, number).speed;
     if (speed == nullptr) {
-        throw Failure(QUARROW_ERROR_UNKNOWN, "the machine was taken without speeds; take it with QUARROW_WITH_SPEEDS");
+        throw Failure(QUARROW_ERROR_UNKNOWN,
+                      "the machine was taken without this speed; take it with QUARROW_WITH_SPEEDS");
     }
     return *speed;
 }
@@ -18,7 +19,8 @@ const topology::ProcessorSpeed& speedOf(const quarrow_machine* machine, std::uin
 const topology::ProcessorLimits& limitsOf(const quarrow_machine* machine, std::uint32_t number) {
     const auto& limits = processorOf(machine, number).limits;
     if (limits == nullptr) {
-        throw Failure(QUARROW_ERROR_UNKNOWN, "the machine was taken without limits; take it with QUARROW_WITH_LIMITS");
+        throw Failure(QUARROW_ERROR_UNKNOWN,
+                      "the machine was taken without these limits; take it with QUARROW_WITH_LIMITS");
     }
     return *limits;
 }

@@ -1,6 +1,6 @@
-// The C interface: it says what the C++ library says, and no mistake of a program makes it crash.
+// The C interface says what the C++ library says.
 
-#include <libQuarrow/c/quarrow.h>
+#include <tests/c/Owned.h>
 
 #include <libQuarrow/os/recorded/RecordedMachine.h>
 #include <libQuarrow/recording/formats/RecordingFile.h>
@@ -9,72 +9,15 @@
 #include <libQuarrow/topology/names/HypervisorNames.h>
 #include <libQuarrow/topology/names/ProcessorNames.h>
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <filesystem>
-#include <functional>
-#include <memory>
-#include <sstream>
 #include <thread>
 
 using namespace libQuarrow;
+using namespace quarrow_c_tests;
 using topology::ProcessorSet;
 
 namespace {
-
-struct Free {
-    void operator()(quarrow_machine* machine) const { quarrow_machine_free(machine); }
-    void operator()(quarrow_set* set) const { quarrow_set_free(set); }
-    void operator()(quarrow_pin* pin) const { quarrow_pin_free(pin); }
-    void operator()(char* text) const { quarrow_text_free(text); }
-};
-template <class Handle>
-using Owned = std::unique_ptr<Handle, Free>;
-
-std::string machineFile(const std::string& name) {
-    return QUARROW_SOURCE_DIR "/tests/machines/" + name;
-}
-
-Owned<quarrow_machine> load(const std::string& name, std::uint32_t take = 0) {
-    Owned<quarrow_machine> machine(quarrow_machine_load(machineFile(name).c_str(), take));
-    EXPECT_NE(machine, nullptr) << quarrow_error_text();
-    return machine;
-}
-
-Owned<quarrow_set> setOf(const char* list) {
-    return Owned<quarrow_set>(quarrow_set_from_list(list));
-}
-
-// The list of a set that a call made; what was wrong where it made none.
-std::string listed(quarrow_set* made) {
-    const Owned<quarrow_set> set(made);
-    return set ? Owned<char>(quarrow_set_list(set.get())).get() : std::string(quarrow_error_text());
-}
-
-// The project's own machines, and those of the folders that QUARROW_CORPUS names.
-std::vector<std::string> allMachines() {
-    std::vector<std::string> files;
-    std::istringstream folders(QUARROW_SOURCE_DIR "/tests/machines " QUARROW_CORPUS);
-    for (std::string folder; folders >> folder;) {
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            if (entry.path().extension() == ".txt") {
-                files.push_back(entry.path().string());
-            }
-        }
-    }
-    return files;
-}
-
-std::optional<std::uint32_t> known(std::uint32_t number) {
-    return number == QUARROW_NONE ? std::nullopt : std::make_optional(number);
-}
-std::string textOf(const char* text) {
-    return text != nullptr ? text : "(null)";
-}
-std::string textOf(std::string_view text) {
-    return text.empty() ? "(null)" : std::string(text);
-}
 
 void expectSame(const quarrow_machine* c, const topology::Processor& processor, std::size_t index) {
     quarrow_processor facts;
@@ -110,11 +53,22 @@ void expectSame(const quarrow_machine* c, const topology::Processor& processor, 
     EXPECT_EQ(textOf(facts.microarchitecture), textOf(names.microarchitecture));
     EXPECT_EQ(textOf(facts.codename), textOf(names.codename));
     EXPECT_EQ(textOf(facts.process), textOf(names.process));
+    EXPECT_EQ(textOf(facts.revision), textOf(names.revision));
+    EXPECT_EQ(textOf(facts.package_name), textOf(names.package));
     EXPECT_EQ(facts.hypervisor != nullptr, identity.hypervisor.has_value());
     if (identity.hypervisor) {
         EXPECT_EQ(facts.hypervisor, std::string(identity.hypervisor->signature.c_str()));
         EXPECT_EQ(textOf(facts.hypervisor_name), textOf(topology::hypervisorNamed(identity.hypervisor->signature)));
         EXPECT_EQ(known(facts.hypervisor_interface), identity.hypervisor->interfaceSignature);
+    }
+    ASSERT_EQ(facts.further_hypervisor_count, identity.furtherHypervisors.size());
+    for (std::size_t i = 0; i < identity.furtherHypervisors.size(); ++i) {
+        const topology::Hypervisor& further = identity.furtherHypervisors[i];
+        quarrow_hypervisor told;
+        ASSERT_EQ(quarrow_processor_further_hypervisor(c, facts.number, i, &told, sizeof told), QUARROW_OK);
+        EXPECT_EQ(told.signature, std::string(further.signature.c_str()));
+        EXPECT_EQ(textOf(told.name), textOf(topology::hypervisorNamed(further.signature)));
+        EXPECT_EQ(known(told.interface_id), further.interfaceSignature);
     }
     ASSERT_EQ(facts.cache_count, processor.caches.size());
     for (std::size_t i = 0; i < processor.caches.size(); ++i) {
@@ -301,6 +255,18 @@ TEST(CInterface, TellsSpeedsAndLimitsWhereTheyWereAskedFor) {
         EXPECT_EQ(ratio, first.limits->turboRatios[i].ratio);
     }
     EXPECT_EQ(quarrow_machine_msr_refusal(with.get()) == nullptr, topology.msrRefusal().empty());
+
+    // Of the live machine those that were asked for alone, and without waiting for what must be measured.
+    const Owned<quarrow_set> all(quarrow_set_of_thread());
+    const std::uint32_t one = quarrow_set_next(all.get(), 0);
+    const auto whose = setOf(std::to_string(one).c_str());
+    const Owned<quarrow_machine> live(quarrow_machine_native_of(QUARROW_WITH_SPEEDS | QUARROW_UNMEASURED, whose.get()));
+    ASSERT_NE(live, nullptr) << quarrow_error_text();
+    for (std::uint32_t n = one; n != QUARROW_NONE; n = quarrow_set_next(all.get(), n + 1)) {
+        EXPECT_EQ(quarrow_processor_speed(live.get(), n, &speed, sizeof speed),
+                  n == one ? QUARROW_OK : QUARROW_ERROR_UNKNOWN);
+        EXPECT_EQ(n == one ? speed.tsc_hertz : 0, 0u);
+    }
 }
 
 TEST(CInterface, FillsAsMuchOfAStructureAsTheCallerKnows) {
@@ -369,124 +335,6 @@ TEST(CInterface, PinsTheThreadAndPutsItBack) {
     EXPECT_EQ(quarrow_error_code(), QUARROW_ERROR_INPUT);
     EXPECT_EQ(quarrow_pin_thread(Owned<quarrow_set>(quarrow_set_new()).get()), nullptr);
     EXPECT_EQ(listed(quarrow_set_of_thread()), before);
-}
-
-TEST(CInterface, KeepsEachThreadsFailure) {
-    quarrow_error_clear();
-    EXPECT_EQ(quarrow_error_code(), QUARROW_OK);
-    EXPECT_STREQ(quarrow_error_text(), "");
-    EXPECT_EQ(quarrow_machine_load("/no/such/file", 0), nullptr);
-    EXPECT_EQ(quarrow_error_code(), QUARROW_ERROR_INPUT);
-    const std::string text = quarrow_error_text();
-    EXPECT_EQ(text.substr(0, 14), "/no/such/file:");
-    std::thread([] { EXPECT_EQ(quarrow_error_code(), QUARROW_OK); }).join();
-    EXPECT_EQ(quarrow_set_count(setOf("1").get()), 1u);
-    EXPECT_EQ(quarrow_error_text(), text); // a call that succeeds leaves it
-    // Too long for what is kept: cut, but not within a character.
-    const std::string name = std::string(510, 'x') + "\xC3\xA4\n";
-    EXPECT_EQ(quarrow_machine_parse("?", 1, name.c_str(), 0), nullptr);
-    EXPECT_EQ(quarrow_error_text(), std::string(510, 'x'));
-}
-
-// Every call with what it must refuse.
-TEST(CInterface, RefusesBadArguments) {
-    const auto machine = load("intel-2p-smt.txt");
-    const quarrow_machine* const m = machine.get();
-    const auto set = setOf("0");
-    const quarrow_set* const s = set.get();
-    const Owned<quarrow_set> changed(quarrow_set_new());
-    quarrow_processor processor;
-    quarrow_cache cache;
-    quarrow_tlb tlb;
-    quarrow_left_out leftOut;
-    quarrow_speed speed;
-    quarrow_limits limits;
-    constexpr std::size_t much = SIZE_MAX;
-    const std::function<bool()> calls[] = {
-        [] { return quarrow_machine_native(0x80) == nullptr; },
-        [] { return quarrow_machine_load(nullptr, 0) == nullptr; },
-        [] { return quarrow_machine_load(machineFile("intel-2p-smt.txt").c_str(), 16) == nullptr; },
-        [] { return quarrow_machine_parse(nullptr, 0, nullptr, 0) == nullptr; },
-        [] { return quarrow_machine_is_recorded(nullptr) == 0; },
-        [] { return quarrow_machine_json(nullptr) == nullptr; },
-        [] { return quarrow_machine_record(nullptr) == nullptr; },
-        [] { return quarrow_machine_record_to(nullptr, "x") == QUARROW_ERROR_ARGUMENT; },
-        [&] { return quarrow_machine_record_to(m, nullptr) == QUARROW_ERROR_ARGUMENT; },
-        [] { return quarrow_machine_count(nullptr, QUARROW_CORES) == 0; },
-        [&] { return quarrow_machine_count(m, 11) == 0; },
-        [&] { return quarrow_machine_object_number(m, QUARROW_CORES, 4) == QUARROW_NONE; },
-        [] { return quarrow_machine_level(nullptr) == 0; },
-        [] { return quarrow_machine_find(nullptr, 0) == QUARROW_NONE; },
-        [&] { return quarrow_machine_processor(nullptr, 0, &processor, sizeof processor) != QUARROW_OK; },
-        [&] { return quarrow_machine_processor(m, 8, &processor, sizeof processor) != QUARROW_OK; },
-        [&] { return quarrow_machine_processor(m, 0, nullptr, sizeof processor) != QUARROW_OK; },
-        [&] { return quarrow_machine_cache(m, much, &cache, sizeof cache) != QUARROW_OK; },
-        [&] { return quarrow_machine_tlb(m, much, &tlb, sizeof tlb) != QUARROW_OK; },
-        [&] { return quarrow_machine_left_out(m, 0, &leftOut, sizeof leftOut) != QUARROW_OK; },
-        [&] { return quarrow_processor_cache(m, 0, 99, nullptr, nullptr) != QUARROW_OK; },
-        [&] { return quarrow_processor_cache(m, 99, 0, nullptr, nullptr) != QUARROW_OK; },
-        [&] { return quarrow_processor_speed(m, 99, &speed, sizeof speed) != QUARROW_OK; },
-        [&] { return quarrow_processor_limits(nullptr, 0, &limits, sizeof limits) != QUARROW_OK; },
-        [&] { return quarrow_processor_performance_state(nullptr, 0, 0, nullptr, nullptr) != QUARROW_OK; },
-        [&] { return quarrow_processor_turbo_ratio(nullptr, 0, 0, nullptr, nullptr) != QUARROW_OK; },
-        [] { return quarrow_machine_msr_refusal(nullptr) == nullptr; },
-        [] { return quarrow_kind_name(3) == nullptr; },
-        [] { return quarrow_cache_type_name(4) == nullptr; },
-        [] { return quarrow_tlb_type_name(5) == nullptr; },
-        [&] { return quarrow_processor_has(m, 0, QUARROW_FEATURE_PREFETCHW + 1) == 0; },
-        [&] { return quarrow_processor_can_use(m, 99, QUARROW_FEATURE_AVX2) == 0; },
-        [&] { return quarrow_processor_has_named(m, 0, "no such feature") == 0; },
-        [&] { return quarrow_processor_can_use_named(m, 0, nullptr) == 0; },
-        [] { return quarrow_processor_features(nullptr, 0, 0) == nullptr; },
-        [] { return quarrow_feature_name(QUARROW_NONE) == nullptr; },
-        [] { return quarrow_feature_at(quarrow_feature_count()) == nullptr; },
-        [] { return quarrow_feature_meaning("no such feature") == nullptr; },
-        [] { return quarrow_set_from_list(nullptr) == nullptr; },
-        [&] { return quarrow_set_from_affinity(m, nullptr) == nullptr; },
-        [] { return quarrow_set_from_affinity(nullptr, "0:1h") == nullptr; },
-        [] { return quarrow_set_copy(nullptr) == nullptr; },
-        [] { return quarrow_set_add(nullptr, 0, 0) != QUARROW_OK; },
-        [&] { return quarrow_set_union(s, nullptr) == nullptr; },
-        [&] { return quarrow_set_intersection(nullptr, s) == nullptr; },
-        [] { return quarrow_set_difference(nullptr, nullptr) == nullptr; },
-        [] { return quarrow_set_count(nullptr) == 0; },
-        [] { return quarrow_set_contains(nullptr, 0) == 0; },
-        [&] { return quarrow_set_includes(s, nullptr) == 0; },
-        [] { return quarrow_set_equal(nullptr, nullptr) == 0; },
-        [] { return quarrow_set_next(nullptr, 0) == QUARROW_NONE; },
-        [] { return quarrow_set_list(nullptr) == nullptr; },
-        [&] { return quarrow_set_affinity(m, nullptr) == nullptr; },
-        [] { return quarrow_set_of_machine(nullptr) == nullptr; },
-        [&] { return quarrow_set_of_object(m, QUARROW_PACKAGES, 2) == nullptr; },
-        [&] { return quarrow_set_of_object(m, 99, 0) == nullptr; },
-        [&] { return quarrow_set_of_cache(m, 0, 99) == nullptr; },
-        [&] { return quarrow_set_of_kind(m, 3) == nullptr; },
-        [] { return quarrow_set_of_numa_node(nullptr, 0) == nullptr; },
-        [&] { return quarrow_set_sharing_cache(m, 99, 1) == nullptr; },
-        [&] { return quarrow_set_one_per_core(nullptr, s) == nullptr; },
-        [] { return quarrow_pin_thread(nullptr) == nullptr; },
-        [] { return quarrow_pin_restore(nullptr) != QUARROW_OK; },
-    };
-    for (std::size_t i = 0; i < std::size(calls); ++i) {
-        quarrow_error_clear();
-        EXPECT_TRUE(calls[i]()) << i;
-        EXPECT_EQ(quarrow_error_code(), QUARROW_ERROR_ARGUMENT) << i << ": " << quarrow_error_text();
-        EXPECT_STRNE(quarrow_error_text(), "") << i;
-    }
-    const char* const notLists[] = {"", "x", "3-1", "1,,2", "99999999999"};
-    for (const char* text : notLists) {
-        EXPECT_EQ(listed(quarrow_set_from_list(text)).substr(0, text[0] != '\0' ? 1 : 2), text[0] != '\0' ? "'" : "''");
-        EXPECT_EQ(quarrow_error_code(), QUARROW_ERROR_INPUT);
-    }
-    for (const char* text : {"", "1", "0:", "x:1h"}) {
-        EXPECT_EQ(quarrow_set_from_affinity(m, text), nullptr) << text;
-        EXPECT_EQ(quarrow_error_code(), QUARROW_ERROR_INPUT);
-    }
-    // What may be null.
-    quarrow_machine_free(nullptr);
-    quarrow_set_free(nullptr);
-    quarrow_pin_free(nullptr);
-    quarrow_text_free(nullptr);
 }
 
 } // namespace

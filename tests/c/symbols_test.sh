@@ -1,11 +1,11 @@
 #!/bin/sh
 # What the C interface declares, what libQuarrow/c/functions.txt lists and what the library exports are the same functions, and
-# the library needs nothing but the system's own libraries. The header compiles as the languages that it promises.
+# the library needs nothing but the system's own libraries. The headers compile as the languages that they
+# promise, each for itself.
 # Usage: symbols_test.sh SOURCE_FOLDER LIBRARY
 set -eu
 source=$1 library=$2
 failed=0
-header=$source/libQuarrow/c/quarrow.h
 # same WHAT: standard input is what the list says.
 same() {
     if ! difference=$(grep -v '^#' "$source/libQuarrow/c/functions.txt" | sort | diff - "$2"); then
@@ -16,7 +16,7 @@ same() {
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-gcc -fpreprocessed -dD -E -P -x c "$header" | grep -oE '\bquarrow_[a-z0-9_]+\(' | tr -d '(' | sort -u >"$folder/declared"
+cat "$source"/libQuarrow/c/quarrow*.h | gcc -fpreprocessed -dD -E -P -x c - | grep -oE '\bquarrow_[a-z0-9_]+\(' | tr -d '(' | sort -u >"$folder/declared"
 same "what quarrow.h declares" "$folder/declared"
 case $library in
     *.dll)
@@ -37,10 +37,12 @@ fi
 
 for language in 'gcc -std=c99 -x c' 'gcc -std=c11 -x c' 'g++ -std=c++98 -x c++' 'g++ -std=c++17 -x c++' \
     'clang -std=c99 -x c' 'clang++ -std=c++98 -x c++'; do
-    # shellcheck disable=SC2086 # a list of words
-    echo '#include "libQuarrow/c/quarrow.h"' | $language -Wall -Wextra -pedantic -Werror -fsyntax-only -I"$source" - || {
-        echo "the header does not compile with $language"
-        failed=1
-    }
+    for header in "$source"/libQuarrow/c/quarrow*.h; do
+        # shellcheck disable=SC2086 # a list of words
+        echo "#include \"$header\"" | $language -Wall -Wextra -pedantic -Werror -fsyntax-only - || {
+            echo "$(basename "$header") does not compile with $language"
+            failed=1
+        }
+    done
 done
 exit $failed

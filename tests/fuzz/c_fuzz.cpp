@@ -43,9 +43,9 @@ quarrow_machine* machineAt(std::size_t index) {
     static const std::vector<quarrow_machine*> all = [] {
         std::vector<quarrow_machine*> machines = {nullptr};
         for (const auto& entry : std::filesystem::directory_iterator(QUARROW_SOURCE_DIR "/tests/machines")) {
-            machines.push_back(
-                quarrow_machine_load(entry.path().string().c_str(),
-                                     machines.size() % 2 == 0 ? 0 : QUARROW_WITH_SPEEDS | QUARROW_WITH_LIMITS));
+            machines.push_back(quarrow_machine_load(
+                entry.path().string().c_str(),
+                machines.size() % 2 == 0 ? 0 : QUARROW_WITH_SPEEDS | QUARROW_WITH_LIMITS | QUARROW_WITH_LEAVES));
             require(machines.back() != nullptr, "an own machine is taken");
         }
         return machines;
@@ -69,6 +69,7 @@ class Caller {
   public:
     Caller(quarrow_machine* machine, Choices& choices) : m(machine), c(choices) {}
     ~Caller() {
+        quarrow_leaves_free(m_leaves);
         for (quarrow_set* set : m_sets) {
             quarrow_set_free(set);
         }
@@ -107,6 +108,12 @@ class Caller {
             quarrow_set_free(set);
         }
     }
+    void keep(quarrow_leaves* leaves) {
+        if (leaves != nullptr) {
+            quarrow_leaves_free(m_leaves);
+            m_leaves = leaves;
+        }
+    }
     // A structure of the size that the program believes it to have.
     template <class Facts, class Fill>
     void fill(Fill function) {
@@ -124,7 +131,25 @@ class Caller {
     quarrow_machine* m;
     Choices& c;
     std::vector<quarrow_set*> m_sets;
+    quarrow_leaves* m_leaves = nullptr;
 };
+
+// Every leaf and field, whose texts end.
+void useLeaves(const quarrow_leaves* leaves) {
+    for (std::size_t i = 0; i < quarrow_leaves_count(leaves); ++i) {
+        quarrow_leaf leaf;
+        require(quarrow_leaves_answer(leaves, i, &leaf, sizeof leaf) == QUARROW_OK, "a leaf that is counted");
+        require(quarrow_leaves_find(leaves, leaf.leaf, leaf.subleaf) == i, "a leaf is found where it is");
+        useText(leaf.title);
+        for (std::uint32_t k = 0; k < leaf.field_count; ++k) {
+            quarrow_leaf_field field;
+            require(quarrow_leaves_field(leaves, i, k, &field, sizeof field) == QUARROW_OK, "a field that is counted");
+            for (const char* text : {field.name, field.meaning, field.unit, field.word, field.shown}) {
+                useText(text);
+            }
+        }
+    }
+}
 
 std::vector<std::function<void(Caller&)>> Caller::allCalls() {
     return {
@@ -157,6 +182,26 @@ std::vector<std::function<void(Caller&)>> Caller::allCalls() {
         },
         [](Caller& t) { quarrow_processor_performance_state(t.m, t.c.number(), t.c.number(), nullptr, nullptr); },
         [](Caller& t) { quarrow_processor_turbo_ratio(t.m, t.c.number(), t.c.number(), nullptr, nullptr); },
+        [](Caller& t) {
+            const std::uint32_t number = t.c.number();
+            const std::uint32_t which = t.c.number();
+            t.fill<quarrow_hypervisor>(
+                [&](auto* p, std::size_t s) { quarrow_processor_further_hypervisor(t.m, number, which, p, s); });
+        },
+        [](Caller& t) { t.keep(quarrow_leaves_of(t.m, t.c.number())); },
+        [](Caller& t) { quarrow_leaves_find(t.m_leaves, t.c.number(), t.c.number()); },
+        [](Caller& t) {
+            const std::uint32_t index = t.c.number();
+            t.fill<quarrow_leaf>([&](auto* p, std::size_t s) { quarrow_leaves_answer(t.m_leaves, index, p, s); });
+        },
+        [](Caller& t) {
+            const std::uint32_t index = t.c.number();
+            const std::uint32_t which = t.c.number();
+            t.fill<quarrow_leaf_field>(
+                [&](auto* p, std::size_t s) { quarrow_leaves_field(t.m_leaves, index, which, p, s); });
+        },
+        [](Caller& t) { useText(quarrow_register_name(t.c.number())); },
+        [](Caller& t) { useText(quarrow_field_kind_name(t.c.number())); },
         [](Caller& t) { quarrow_machine_find(t.m, t.c.number()); },
         [](Caller& t) { quarrow_processor_cache(t.m, t.c.number(), t.c.number(), nullptr, nullptr); },
         [](Caller& t) { useText(quarrow_machine_msr_refusal(t.m)); },
@@ -200,13 +245,26 @@ std::vector<std::function<void(Caller&)>> Caller::allCalls() {
 }
 
 void useRecording(const std::uint8_t* bytes, std::size_t size) {
-    quarrow_machine* machine = quarrow_machine_parse(bytes, size, "fuzzed", QUARROW_WITH_LIMITS);
+    quarrow_machine* machine = quarrow_machine_parse(bytes, size, "fuzzed", QUARROW_WITH_LIMITS | QUARROW_WITH_LEAVES);
     if (machine == nullptr) {
         require(std::strncmp(quarrow_error_text(), "fuzzed", 6) == 0 || quarrow_error_code() == QUARROW_ERROR_MACHINE,
                 "a recording that is none is named");
         return;
     }
     useText(quarrow_machine_json(machine));
+    quarrow_processor processor;
+    require(quarrow_machine_processor(machine, 0, &processor, sizeof processor) == QUARROW_OK, "a first processor");
+    for (std::uint32_t which = 0; which < processor.further_hypervisor_count; ++which) {
+        quarrow_hypervisor further;
+        require(quarrow_processor_further_hypervisor(machine, processor.number, which, &further, sizeof further) ==
+                    QUARROW_OK,
+                "a hypervisor that is counted");
+        useText(further.signature);
+    }
+    quarrow_leaves* leaves = quarrow_leaves_of(machine, processor.number);
+    require(leaves != nullptr, "leaves that were asked for");
+    useLeaves(leaves);
+    quarrow_leaves_free(leaves);
     char* recorded = quarrow_machine_record(machine);
     require(recorded != nullptr, "what was read can be written");
     quarrow_text_free(recorded);
