@@ -39,7 +39,7 @@ def test_every_function_is_declared_as_the_list_has_it() -> None:
     listed = (SOURCE / "libQuarrow/c/functions.txt").read_text().split("\n")
     assert sorted(_library.FUNCTIONS) == sorted(line for line in listed if line and line[0] != "#")
     # The sizes of structures show in what the library fills behind them; the members' order is the header's.
-    header = (SOURCE / "libQuarrow/c/quarrow.h").read_text()
+    header = "".join(path.read_text() for path in sorted((SOURCE / "libQuarrow/c").glob("quarrow*.h")))
     for name, facts in {
         "processor": _library.ProcessorFacts,
         "cache": _library.CacheFacts,
@@ -47,6 +47,9 @@ def test_every_function_is_declared_as_the_list_has_it() -> None:
         "left_out": _library.LeftOutFacts,
         "speed": _library.SpeedFacts,
         "limits": _library.LimitsFacts,
+        "hypervisor": _library.HypervisorFacts,
+        "leaf": _library.LeafFacts,
+        "leaf_field": _library.LeafFieldFacts,
     }.items():
         found = re.search(r"typedef struct quarrow_%s \{(.*?)\} quarrow_%s;" % (name, name), header, re.S)
         assert found
@@ -79,10 +82,12 @@ def check_document(machine: quarrow.Machine, document: dict) -> None:  # type: i
     assert [out.number for out in machine.left_out] == [out["logicalCpuNumber"] for out in summary["leftOut"]]
     for processor, told_of in zip(machine, document["processors"]):
         names = {"logicalCpuNumber": "number", "apicId": "apic_id", "numaNode": "numa_node"}
+        names.update(packageName="package_name")
         names.update(physicalAddressBits="physical_address_bits", linearAddressBits="linear_address_bits")
         for field in (
             "logicalCpuNumber apicId package die complex module core thread numaNode kind vendor family model stepping "
-            "signature microcode microarchitecture codename process level physicalAddressBits linearAddressBits"
+            "signature microcode microarchitecture codename process revision packageName level physicalAddressBits "
+            "linearAddressBits"
         ).split():
             assert getattr(processor, names.get(field, field)) == told_of[field], field
         assert processor.features == set(told_of["features"])
@@ -112,6 +117,56 @@ def test_a_machine_says_what_the_document_says(file: pathlib.Path) -> None:
     machine = quarrow.Machine.load(file, microcode=True)
     assert machine.is_recorded
     check_document(machine, json.loads(told("--machine", str(file), "--json", "tree")))
+
+
+def check_leaves(machine: quarrow.Machine, leaves: list) -> None:  # type: ignore[type-arg]
+    """That the leaves of each processor say what `quarrow --json leaves` says of it."""
+    for processor in machine:
+
+        def of_it(values: list) -> dict:  # type: ignore[type-arg]
+            return next((value for value in values if processor.number in value["processors"]), {})
+
+        told_of = {(leaf["leaf"], leaf["subleaf"]): leaf for leaf in leaves if of_it(leaf["answers"])}
+        assert [(leaf.leaf, leaf.subleaf) for leaf in processor.leaves] == sorted(told_of)
+        for leaf in processor.leaves:
+            told = told_of[(leaf.leaf, leaf.subleaf)]
+            registers = of_it(told["answers"])
+            assert (leaf.eax, leaf.ebx, leaf.ecx, leaf.edx) == tuple(registers[r] for r in ("eax", "ebx", "ecx", "edx"))
+            assert leaf.title == told["title"]
+            unknown = {
+                (bits["register"], bit)
+                for bits in told["unknown"]
+                if processor.number in bits["processors"]
+                for bit in bits["bits"]
+            }
+            masks = leaf.unknown.items()
+            assert unknown == {(name, bit) for name, mask in masks for bit in range(32) if mask >> bit & 1}
+            fields = {field["name"]: field for field in told["fields"] if of_it(field["values"])}
+            assert {field.name for field in leaf.fields} == set(fields)
+            for field in leaf.fields:
+                value = of_it(fields[field.name]["values"])
+                told_once = fields[field.name]
+                assert (field.meaning, field.register, field.kind, field.unit, field.lowest_bit, field.width) == tuple(
+                    told_once[name] for name in ("meaning", "register", "kind", "unit", "lowestBit", "width")
+                )
+                assert (field.raw, field.value, field.word) == (value["raw"], value["value"], value["word"])
+
+
+@pytest.mark.parametrize("file", OWN_MACHINES, ids=[path.stem for path in OWN_MACHINES])
+def test_leaves_say_what_the_document_says(file: pathlib.Path) -> None:
+    machine = quarrow.Machine.load(file, leaves=True)
+    check_leaves(machine, json.loads(told("--machine", str(file), "--json", "leaves"))["leaves"])
+
+
+def test_leaves_and_their_fields() -> None:
+    machine = quarrow.Machine.load(machine_file("intel-2p-smt"), leaves=True)
+    first = machine[0].leaves[0]
+    assert repr(first).startswith("<Leaf 0x0.0: ") and first[first.fields[0].name] is first.fields[0]
+    with pytest.raises(KeyError):
+        first["no such field"]
+    with pytest.raises(quarrow.Error) as info:
+        quarrow.Machine.load(machine_file("intel-2p-smt"))[0].leaves
+    assert info.value.code is quarrow.ErrorCode.UNKNOWN
 
 
 def test_this_machine() -> None:
@@ -155,6 +210,12 @@ def test_speeds_and_limits_where_asked_for() -> None:
     speed, limits = machine[0].speed, machine[0].limits
     assert speed.base is None or speed.base > 10**8
     assert all(ratio > 0 for ratio in limits.turbo_ratios.values())
+    cpus = sorted(quarrow.allowed())
+    live = quarrow.Machine.native(speeds=True, measure=False, whose=cpus[:1])
+    assert live[cpus[0]].speed.tsc is None
+    for number in cpus[1:]:
+        with pytest.raises(quarrow.Error):
+            live[number].speed
 
 
 def test_sets_are_sets() -> None:

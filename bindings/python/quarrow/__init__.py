@@ -13,8 +13,11 @@ from __future__ import annotations
 from typing import Optional, Tuple
 
 from ._cpuset import CpuSet, allowed, pin
+from ._facts import Cache, Hypervisor, LeftOut, Limits, Object, Speed, Tlb
+from ._leaves import Leaf, LeafField
 from ._library import Error, ErrorCode, encoded, library
-from ._machine import Cache, Hypervisor, LeftOut, Limits, Machine, Object, Processor, Speed, Tlb
+from ._machine import Machine
+from ._processor import Processor
 
 __all__ = [
     "Cache",
@@ -22,6 +25,8 @@ __all__ = [
     "Error",
     "ErrorCode",
     "Hypervisor",
+    "Leaf",
+    "LeafField",
     "LeftOut",
     "Limits",
     "Machine",

@@ -1,4 +1,4 @@
-"""The C library: found, loaded, and declared function by function as libQuarrow/c/quarrow.h declares them."""
+"""The C library: found, loaded, and declared function by function as the headers in libQuarrow/c declare them."""
 
 from __future__ import annotations
 
@@ -14,6 +14,7 @@ NONE64 = 0xFFFFFFFFFFFFFFFF
 
 _machine = ctypes.c_void_p
 _set = ctypes.c_void_p
+_leaves = ctypes.c_void_p
 _pin = ctypes.c_void_p
 _owned = ctypes.c_void_p  # a text to be freed, so no c_char_p, which would be converted at once
 _text = ctypes.c_char_p
@@ -47,11 +48,14 @@ class ProcessorFacts(ctypes.Structure):
         for name in (
             "number group bit apic_id package die complex module core thread numa_node kind family model stepping "
             "signature brand_index package_type max_leaf max_extended_leaf core_type physical_address_bits "
-            "linear_address_bits level hypervisor_interface cache_count microcode avx10_version avx10_vector_bits reserved"
+            "linear_address_bits level hypervisor_interface cache_count microcode avx10_version avx10_vector_bits "
+            "further_hypervisor_count"
         ).split()
     ] + [
         (name, _text)
-        for name in "name vendor brand microarchitecture codename process hypervisor hypervisor_name".split()
+        for name in (
+            "name vendor brand microarchitecture codename process hypervisor hypervisor_name revision package_name"
+        ).split()
     ]
 
 
@@ -103,6 +107,27 @@ class LimitsFacts(ctypes.Structure):
             "turbo_ratio_count"
         ).split()
     ]
+
+
+class HypervisorFacts(ctypes.Structure):
+    _fields_ = [("interface_id", _u32), ("reserved", _u32), ("signature", _text), ("name", _text)]
+
+
+class LeafFacts(ctypes.Structure):
+    _fields_ = [
+        (name, _u32)
+        for name in (
+            "leaf subleaf eax ebx ecx edx unknown_eax unknown_ebx unknown_ecx unknown_edx field_count reserved"
+        ).split()
+    ] + [("title", _text)]
+
+
+class LeafFieldFacts(ctypes.Structure):
+    _fields_ = (
+        [(name, _u32) for name in "register_index lowest_bit width kind raw reserved".split()]
+        + [("value", ctypes.c_uint64)]
+        + [(name, _text) for name in "name meaning unit word shown".split()]
+    )
 
 
 _u32_to = ctypes.POINTER(_u32)
@@ -177,6 +202,16 @@ FUNCTIONS: Dict[str, Tuple[Any, Tuple[Any, ...]]] = {
     "quarrow_pin_thread": (_pin, (_set,)),
     "quarrow_pin_restore": (_code, (_pin,)),
     "quarrow_pin_free": (None, (_pin,)),
+    "quarrow_machine_native_of": (_machine, (_u32, _set)),
+    "quarrow_processor_further_hypervisor": (_code, (_machine, _u32, _size, ctypes.POINTER(HypervisorFacts), _size)),
+    "quarrow_leaves_of": (_leaves, (_machine, _u32)),
+    "quarrow_leaves_free": (None, (_leaves,)),
+    "quarrow_leaves_count": (_size, (_leaves,)),
+    "quarrow_leaves_find": (_u32, (_leaves, _u32, _u32)),
+    "quarrow_leaves_answer": (_code, (_leaves, _size, ctypes.POINTER(LeafFacts), _size)),
+    "quarrow_leaves_field": (_code, (_leaves, _size, _size, ctypes.POINTER(LeafFieldFacts), _size)),
+    "quarrow_register_name": (_text, (_u32,)),
+    "quarrow_field_kind_name": (_text, (_u32,)),
 }
 
 
@@ -193,7 +228,10 @@ def _load() -> ctypes.CDLL:
             f"the library of Quarrow cannot be loaded: {error}; install it, or name it in QUARROW_LIBRARY"
         ) from error
     for function, (result, arguments) in FUNCTIONS.items():
-        declared = getattr(library, function)
+        try:
+            declared = getattr(library, function)
+        except AttributeError as error:
+            raise ImportError(f"{path} is older than this package of Python: it has no {function}") from error
         declared.restype = result
         declared.argtypes = arguments
     return library
