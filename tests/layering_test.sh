@@ -82,7 +82,7 @@ $recorder: zel libKernelMode pci libQuarrow libQuarrow/machine libQuarrow/cpu $x
 libQuarrow/document:         zel libQuarrow/topology libQuarrow/topology/names nlohmann
 libQuarrow/c:                zel libQuarrow/cpu libQuarrow/recording/formats
                              libQuarrow/os/recorded libQuarrow/topology libQuarrow/topology/names libQuarrow/topology/features
-                             libQuarrow/document
+                             libQuarrow/topology/leaves libQuarrow/document
 tools/quarrow/os/*.h:
 tools/quarrow/os:            zel tools/quarrow/os
 tools/quarrow:               zel libQuarrow/cpu libQuarrow/topology libQuarrow/topology/leaves libQuarrow/topology/names libQuarrow/topology/features libQuarrow/document

@@ -124,6 +124,43 @@ TEST(Baseline, IsWhatEveryMachineHas) {
     EXPECT_EQ(json::parse(run.out)["baseline"], baseline);
 }
 
+TEST(Baseline, TellsOfTwoMachinesInWhatTheyDiffer) {
+    const std::string older = machine("guest-kvm-as-hyperv.txt");
+    const std::string newer = scratch("newer-microcode.txt");
+    std::string content = contentOf(older);
+    for (std::size_t at = 0; (at = content.find("microcode 0x00000001", at)) != std::string::npos; ++at) {
+        content.replace(at, 20, "microcode 0x0b000040");
+    }
+    writeContent(newer, content);
+    const std::string lines = scratch("newer-microcode.jsonl");
+    writeContent(lines, runTool("export jsonl --machine " + quoted(newer)).out);
+    for (const std::string& second : {newer, lines}) {
+        const std::string both = quoted(older) + " " + quoted(second);
+        EXPECT_THAT(runTool("baseline " + both).out,
+                    HasSubstr("They differ in:\nMicrocode           : 0x1\n                    : 0xb000040\n"));
+        const json baseline = runToolForJson("baseline --json " + both)["baseline"];
+        EXPECT_EQ(baseline["differIn"], json({"microcode"}));
+        EXPECT_EQ(baseline["differences"][1]["microcode"], json({0xB000040}));
+        EXPECT_THAT(runTool("fleet " + both).out, HasSubstr("2 in 1 group")); // microcode comes and goes
+    }
+    EXPECT_THAT(runTool("baseline " + quoted(newer) + " " + quoted(lines)).out, HasSubstr("They are alike.\n"));
+
+    const std::string two = quoted(machine(names[0])) + " " + quoted(machine(names[1]));
+    const json differences = runToolForJson("baseline --json " + two)["baseline"]["differences"];
+    EXPECT_EQ(differences[0]["cores"], 4);
+    EXPECT_EQ(differences[1]["caches"].back()["sizeBytes"], 4 << 20);
+    EXPECT_TRUE(differences[0]["microcode"].is_null());
+    EXPECT_THAT(differences[1]["usableHereOnly"], testing::Contains("avx2"));
+
+    // Alike in short words, and yet not the same.
+    const std::string ways = scratch("other-ways.jsonl");
+    json document = json::parse(lineOf(names[0]));
+    document["caches"][0]["ways"] = 12;
+    writeContent(ways, document.dump());
+    EXPECT_THAT(runTool("baseline " + quoted(machine(names[0])) + " " + quoted(ways)).out,
+                HasSubstr("They differ in:\nCaches              : 4 x L1 data 32 KB (8 ways, lines of 64 bytes)"));
+}
+
 TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
     const auto flagsOf = [](const std::string& target, const std::vector<const char*>& without,
                             const std::vector<std::string>& tunings) {

@@ -104,6 +104,33 @@ std::string signatureText(const FleetMachine& machine) {
            std::to_string(machine.stepping);
 }
 
+// "0xb000040"; cores of different kinds may have different ones.
+std::string revisionsText(const FleetMachine& machine) {
+    std::vector<std::string> texts;
+    for (const std::uint32_t revision : machine.microcode) {
+        texts.push_back(microcodeText(std::make_optional(revision)));
+    }
+    return joined(texts);
+}
+
+std::string countText(std::size_t count) {
+    return count == 0 ? "" : std::to_string(count);
+}
+
+// With the ways and lines of each.
+std::string cacheFigures(const FleetMachine& machine) {
+    std::vector<std::string> texts;
+    for (const FleetCache& cache : machine.caches) {
+        const std::string ways = !cache.ways        ? "ways not known"
+                                 : *cache.ways == 0 ? "fully associative"
+                                                    : counted(*cache.ways, "way");
+        const std::string lines =
+            cache.lineSizeBytes ? std::to_string(*cache.lineSizeBytes) + " bytes" : "unknown size";
+        texts.push_back(fleetCache(cache) + " (" + ways + ", lines of " + lines + ")");
+    }
+    return joined(texts);
+}
+
 std::string differenceText(const std::vector<std::pair<std::string, FleetMachine>>& two, std::size_t columns) {
     const FleetMachine& a = two[0].second;
     const FleetMachine& b = two[1].second;
@@ -114,10 +141,18 @@ std::string differenceText(const std::vector<std::pair<std::string, FleetMachine
         const FeatureSet more = first - second;
         return more.empty() ? std::string() : paragraph(label, featureNames(more), columns);
     };
+    // Where the short words are the same, the facts behind them may not be.
+    const std::string build = differ("Built as", fleetBuild(a), fleetBuild(b));
+    const std::string caches = differ("Caches", fleetCaches(a), fleetCaches(b));
     const std::string text =
-        differ("Name", fleetName(a), fleetName(b)) + differ("Signature", signatureText(a), signatureText(b)) +
-        differ("Codename", a.codename, b.codename) + differ("Kinds of core", fleetKinds(a), fleetKinds(b)) +
-        differ("Built as", fleetBuild(a), fleetBuild(b)) + differ("Caches", fleetCaches(a), fleetCaches(b)) +
+        differ("Maker", a.vendor, b.vendor) + differ("Name", fleetName(a), fleetName(b)) +
+        differ("Signature", signatureText(a), signatureText(b)) +
+        differ("Microcode", revisionsText(a), revisionsText(b)) + differ("Codename", a.codename, b.codename) +
+        differ("Kinds of core", fleetKinds(a), fleetKinds(b)) +
+        (!build.empty() ? build
+                        : differ("Dies", countText(a.dies.value_or(0)), countText(b.dies.value_or(0))) +
+                              differ("NUMA nodes", countText(a.numaNodes), countText(b.numaNodes))) +
+        (!caches.empty() ? caches : differ("Caches", cacheFigures(a), cacheFigures(b))) +
         differ("Level", levelOrNo(a.level), levelOrNo(b.level)) +
         differ("Hypervisor", a.hypervisor.empty() ? "none" : a.hypervisor,
                b.hypervisor.empty() ? "none" : b.hypervisor) +
@@ -160,12 +195,26 @@ ordered_json differenceJson(const std::vector<std::pair<std::string, FleetMachin
     for (std::size_t n = 0; n < two.size(); ++n) {
         const FleetMachine& one = two[n].second;
         const FleetMachine& other = two[1 - n].second;
-        list.push_back({{"machine", two[n].first},
-                        {"name", fleetName(one)},
-                        {"usableHereOnly", (one.usable - other.usable).names()},
-                        {"featuresHereOnly", (one.features - other.features).names()}});
+        ordered_json element = {{"machine", two[n].first}};
+        element.update(fleetJson(one));
+        element["microcode"] = one.microcode.empty() ? ordered_json() : ordered_json(one.microcode);
+        element["usableHereOnly"] = (one.usable - other.usable).names();
+        element["featuresHereOnly"] = (one.features - other.features).names();
+        list.push_back(std::move(element));
     }
     return list;
+}
+
+// The names of the facts, in the differences, that are not the same.
+ordered_json differingJson(const ordered_json& differences) {
+    ordered_json names = ordered_json::array();
+    for (const auto& [key, value] : differences[0].items()) {
+        const std::string& name = key;
+        if (name != "machine" && value != differences[1][name]) {
+            names.push_back(name.substr(0, name.find("HereOnly")));
+        }
+    }
+    return names;
 }
 
 std::string baselineJson(const BaselineInput& input) {
@@ -176,6 +225,7 @@ std::string baselineJson(const BaselineInput& input) {
             {{"machines", holder.names}, {"level", levelJson(holder.level)}, {"lacks", holder.lacks.names()}});
     }
     const bool isPair = input.groups.machines() == 2;
+    const ordered_json differences = isPair ? differenceJson(input.firstTwo) : ordered_json();
     return documentText({{"quarrow", QUARROW_VERSION},
                          {"baseline",
                           {{"machines", input.groups.machines()},
@@ -185,7 +235,8 @@ std::string baselineJson(const BaselineInput& input) {
                            {"features", baseline.common.features.names()},
                            {"usable", baseline.common.usable.names()},
                            {"heldBackBy", holders},
-                           {"differences", isPair ? differenceJson(input.firstTwo) : ordered_json()}}}});
+                           {"differIn", isPair ? differingJson(differences) : ordered_json()},
+                           {"differences", differences}}}});
 }
 
 } // namespace

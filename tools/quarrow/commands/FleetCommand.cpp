@@ -60,54 +60,13 @@ std::string fleetText(const FleetAnswer& input) {
     return text;
 }
 
-template <class Value>
-ordered_json valueOrNull(const std::optional<Value>& value) {
-    return value ? ordered_json(*value) : ordered_json();
-}
-
-ordered_json textOrNull(const std::string& text) {
-    return text.empty() ? ordered_json() : ordered_json(text);
-}
-
 ordered_json groupJson(const FleetGroups::Group& group) {
-    const FleetMachine& machine = *group.machine;
-    ordered_json kinds = ordered_json::array();
-    for (const FleetKind& kind : machine.kinds) {
-        kinds.push_back({{"kind", textOrNull(kind.kind)},
-                         {"microarchitecture", textOrNull(kind.microarchitecture)},
-                         {"cores", kind.cores},
-                         {"threads", kind.threads}});
-    }
-    ordered_json caches = ordered_json::array();
-    for (const FleetCache& cache : machine.caches) {
-        const bool isTrace = cache.type == "trace";
-        caches.push_back({{"level", "L" + std::to_string(cache.level)},
-                          {"type", cache.type},
-                          {"sizeBytes", isTrace ? ordered_json() : ordered_json(cache.sizeBytes)},
-                          {"sizeMicroOps", isTrace ? ordered_json(cache.sizeBytes) : ordered_json()},
-                          {"ways", valueOrNull(cache.ways)},
-                          {"lineSizeBytes", valueOrNull(cache.lineSizeBytes)},
-                          {"instances", valueOrNull(cache.instances)}});
-    }
-    return {{"count", group.names->size()},
-            {"vendor", machine.vendor},
-            {"name", textOrNull(machine.name)},
-            {"family", machine.family},
-            {"model", machine.model},
-            {"stepping", machine.stepping},
-            {"codename", textOrNull(machine.codename)},
-            {"hypervisor", textOrNull(machine.hypervisor)},
-            {"packages", machine.packages},
-            {"dies", valueOrNull(machine.dies)},
-            {"cores", machine.cores},
-            {"threads", machine.threads},
-            {"numaNodes", machine.numaNodes == 0 ? ordered_json() : ordered_json(machine.numaNodes)},
-            {"level", valueOrNull(machine.level)},
-            {"kinds", kinds},
-            {"caches", caches},
-            {"features", machine.features.names()},
-            {"usable", machine.usable.names()},
-            {"machines", *group.names}};
+    ordered_json json = {{"count", group.names->size()}};
+    json.update(fleetJson(*group.machine));
+    json["features"] = group.machine->features.names();
+    json["usable"] = group.machine->usable.names();
+    json["machines"] = *group.names;
+    return json;
 }
 
 std::string fleetJsonLines(const FleetAnswer& input) {

@@ -57,6 +57,16 @@ std::vector<FleetKind> kindsOf(const Topology& topology) {
     return list;
 }
 
+std::vector<std::uint32_t> microcodeOf(const Topology& topology) {
+    std::set<std::uint32_t> revisions;
+    for (const Processor& processor : topology.processors()) {
+        if (processor.microcode) {
+            revisions.insert(*processor.microcode);
+        }
+    }
+    return {revisions.begin(), revisions.end()};
+}
+
 std::size_t numaNodesOf(const Topology& topology) {
     std::set<std::uint32_t> nodes;
     for (const Processor& processor : topology.processors()) {
@@ -98,6 +108,7 @@ class DocumentReader {
         const auto found = m_object.find(name);
         return found != m_object.end() ? *found : fail(std::string("it has no ") + name);
     }
+    bool has(const char* name) const { return m_object.contains(name); }
     const json& list(const char* name) const {
         const json& value = at(name);
         return value.is_array() ? value : fail(std::string(name) + " is no list");
@@ -171,6 +182,7 @@ void readSummary(const DocumentReader& summary, FleetMachine& machine) {
 
 void readProcessors(const json& processors, FleetMachine& machine) {
     std::set<std::uint32_t> nodes;
+    std::set<std::uint32_t> revisions;
     const json* featuresBefore =
         nullptr; // like processors tell the same, and comparing is cheaper than looking names up
     const json* usableBefore = nullptr;
@@ -187,6 +199,11 @@ void readProcessors(const json& processors, FleetMachine& machine) {
         if (const auto node = processor.numberOrNull<std::uint32_t>("numaNode")) {
             nodes.insert(*node);
         }
+        if (processor.has("microcode")) { // which the first documents had not
+            if (const auto revision = processor.numberOrNull<std::uint32_t>("microcode")) {
+                revisions.insert(*revision);
+            }
+        }
         const json& features = processor.list("features");
         const json& usable = processor.list("usable");
         if (isFirst || *featuresBefore != features || *usableBefore != usable) {
@@ -197,6 +214,7 @@ void readProcessors(const json& processors, FleetMachine& machine) {
         usableBefore = &usable;
     }
     machine.numaNodes = nodes.size();
+    machine.microcode.assign(revisions.begin(), revisions.end());
 }
 
 FleetCache readCache(const DocumentReader& cache) {
@@ -253,6 +271,7 @@ FleetMachine fleetMachineOf(const Topology& topology) {
     machine.cores = topology.cores().size();
     machine.threads = topology.processors().size();
     machine.numaNodes = numaNodesOf(topology);
+    machine.microcode = microcodeOf(topology);
     machine.kinds = kindsOf(topology);
     for (const Cache& cache : topology.caches()) {
         machine.caches.push_back(fleetCacheOf(cache));

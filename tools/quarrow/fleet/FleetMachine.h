@@ -10,7 +10,7 @@
 #include <tuple>
 #include <vector>
 
-// What is asked of a machine among many. Two machines that are alike in all of it are interchangeable.
+// What is asked of a machine among many. Two machines that are alike in all() of it are interchangeable.
 
 namespace quarrow {
 
@@ -42,6 +42,7 @@ struct FleetMachine {
     std::uint32_t family = 0;
     std::uint32_t model = 0;
     std::uint32_t stepping = 0;
+    std::vector<std::uint32_t> microcode; // its revisions on all processors, ascending; empty: not known
     std::string codename;
     std::string hypervisor; // its name, else its signature
     std::size_t packages = 0;
@@ -55,6 +56,7 @@ struct FleetMachine {
     libQuarrow::topology::FeatureSet features; // that every processor has
     libQuarrow::topology::FeatureSet usable;   // and that programs can use on every processor
 
+    // All but the microcode, which is no reason to tell machines apart: it comes and goes with updates.
     auto all() const {
         return std::tie(vendor, name, family, model, stepping, codename, hypervisor, packages, dies, cores, threads,
                         numaNodes, kinds, caches, level, features, usable);
@@ -94,5 +96,7 @@ std::string fleetKinds(const FleetMachine& machine);
 // "8 x L1 data 32 KB".
 std::string fleetCache(const FleetCache& cache);
 std::string fleetCaches(const FleetMachine& machine);
+// Its fields as docs/json.md describes a group of `fleet`, but for the features. What is not known is null.
+nlohmann::ordered_json fleetJson(const FleetMachine& machine);
 
 } // namespace quarrow

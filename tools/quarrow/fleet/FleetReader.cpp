@@ -83,7 +83,10 @@ void takeDocument(const std::string& text, const std::string& place, bool isName
 
 // Of the current machine.
 std::optional<FleetMachine> readCurrentMachine(bool useThreadAffinity) {
-    const std::optional<Topology> topology = Topology::read(useThreadAffinity);
+    libQuarrow::topology::TopologyRequest request;
+    request.useThreadAffinity = useThreadAffinity;
+    request.microcode = true;
+    const std::optional<Topology> topology = Topology::read(request);
     return topology && !topology->processors().empty() ? std::make_optional(fleetMachineOf(*topology)) : std::nullopt;
 }
 
