@@ -41,12 +41,12 @@
  * This header is the one to include. Each that it includes is about one subject.
  */
 
-#include "quarrow_base.h"
-#include "quarrow_features.h"
-#include "quarrow_leaves.h"
-#include "quarrow_machine.h"
-#include "quarrow_objects.h"
-#include "quarrow_sets.h"
-#include "quarrow_speeds.h"
+#include <libQuarrow/c/quarrow_base.h>
+#include <libQuarrow/c/quarrow_features.h>
+#include <libQuarrow/c/quarrow_leaves.h>
+#include <libQuarrow/c/quarrow_machine.h>
+#include <libQuarrow/c/quarrow_objects.h>
+#include <libQuarrow/c/quarrow_sets.h>
+#include <libQuarrow/c/quarrow_speeds.h>
 
 #endif

@@ -3,7 +3,7 @@
 
 /* Part of quarrow.h: features of processors, by constant and by name. */
 
-#include "quarrow_base.h"
+#include <libQuarrow/c/quarrow_base.h>
 
 #ifdef __cplusplus
 extern "C" {

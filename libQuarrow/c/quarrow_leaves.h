@@ -3,7 +3,7 @@
 
 /* Part of quarrow.h: all that CPUID answers on a processor, and what each field of it means. */
 
-#include "quarrow_base.h"
+#include <libQuarrow/c/quarrow_base.h>
 
 #ifdef __cplusplus
 extern "C" {

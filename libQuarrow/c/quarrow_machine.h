@@ -3,7 +3,7 @@
 
 /* Part of quarrow.h: taking a machine, and handing it out whole. */
 
-#include "quarrow_base.h"
+#include <libQuarrow/c/quarrow_base.h>
 
 #ifdef __cplusplus
 extern "C" {

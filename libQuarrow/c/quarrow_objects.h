@@ -3,7 +3,7 @@
 
 /* Part of quarrow.h: what a machine has, and the facts of each thing. */
 
-#include "quarrow_base.h"
+#include <libQuarrow/c/quarrow_base.h>
 
 #ifdef __cplusplus
 extern "C" {

@@ -3,7 +3,7 @@
 
 /* Part of quarrow.h: sets of processors, and pinning to them. */
 
-#include "quarrow_base.h"
+#include <libQuarrow/c/quarrow_base.h>
 
 #ifdef __cplusplus
 extern "C" {

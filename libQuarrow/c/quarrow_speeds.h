@@ -3,7 +3,7 @@
 
 /* Part of quarrow.h: how fast processors run, and how far they may go. */
 
-#include "quarrow_base.h"
+#include <libQuarrow/c/quarrow_base.h>
 
 #ifdef __cplusplus
 extern "C" {

@@ -39,7 +39,7 @@ for language in 'gcc -std=c99 -x c' 'gcc -std=c11 -x c' 'g++ -std=c++98 -x c++' 
     'clang -std=c99 -x c' 'clang++ -std=c++98 -x c++'; do
     for header in "$source"/libQuarrow/c/quarrow*.h; do
         # shellcheck disable=SC2086 # a list of words
-        echo "#include \"$header\"" | $language -Wall -Wextra -pedantic -Werror -fsyntax-only - || {
+        echo "#include <libQuarrow/c/$(basename "$header")>" | $language -Wall -Wextra -pedantic -Werror -fsyntax-only -I"$source" - || {
             echo "$(basename "$header") does not compile with $language"
             failed=1
         }
