@@ -23,7 +23,8 @@ class Choices {
     // Small for the most part, so that it is often right.
     std::uint32_t number() {
         const std::uint8_t first = byte();
-        const std::uint32_t large[] = {0x7FFFFFFF, QUARROW_NONE, QUARROW_HIGHEST_NUMBER, 0x80000000, 0xFFFFu << byte()};
+        const std::uint32_t large[] = {0x7FFFFFFF, QUARROW_NONE, QUARROW_HIGHEST_NUMBER, 0x80000000,
+                                       0xFFFFu << byte() % 32};
         return first < 0xF8 ? first : large[first % std::size(large)];
     }
     std::string text() {

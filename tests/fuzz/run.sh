@@ -32,7 +32,7 @@ seeds_of() {
     [ ! -d "$here/seeds/$target" ] || find "$here/seeds/$target" -type f
 }
 
-# wrap TARGET CORPUS FOLDER...: seeds that are made: archives of the folders of hwloc-gather-cpuid, compressed files, UTF-16.
+# wrap TARGET CORPUS FOLDER...: seeds that are made: recordings for the C interface, archives of the folders of hwloc-gather-cpuid, compressed files, UTF-16.
 wrap() {
     target=$1 corpus=$2
     shift 2
@@ -45,6 +45,10 @@ wrap() {
     compressed)
         for program in gzip xz bzip2; do
             ! command -v $program >/dev/null || $program -c "$here/../machines/intel-2p-smt.txt" >"$corpus/intel-2p-smt.$program"
+        done ;;
+    c) # what follows a first byte of 255 is a recording
+        for machine in "$here"/../machines/*.txt; do
+            { printf '\377' && cat "$machine"; } >"$corpus/$(basename "$machine")"
         done ;;
     recording) iconv -t UTF-16 "$here/../machines/intel-2p-smt.txt" >"$corpus/intel-2p-smt.utf16" ;;
     esac

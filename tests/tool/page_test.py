@@ -1,12 +1,13 @@
 #!/usr/bin/python3
-"""Opens the page of a machine in a browser, clicks and types in it, and looks at what it then shows.
+"""Opens the page of a machine, and that of a fleet, in a browser, clicks and types in them, and looks at what they then show.
 
-Usage: page_test.py QUARROW MACHINE. Needs Debian's chromium and chromium-driver, whose WebDriver protocol this speaks.
+Usage: page_test.py QUARROW MACHINE OTHER_MACHINE. Needs Debian's chromium and chromium-driver, whose WebDriver protocol this speaks.
 """
 
 import json
 import pathlib
 import re
+import shutil
 import socket
 import subprocess
 import sys
@@ -110,21 +111,47 @@ def contrast(one, other):
 
 
 def colours(browser):
-    """The text and the paper, then each fill of the picture with the text upon it."""
+    """The text and the paper, then whatever has text of its own, and each fill of the picture with the text upon it."""
     return browser.run(
-        """const of = (e, what) => getComputedStyle(e)[what];
-        const text = of(document.querySelector('.picture text'), 'fill');
+        """const of = (e, what, part) => getComputedStyle(e, part)[what];
         const pairs = [[of(document.body, 'color'), of(document.body, 'backgroundColor')]];
-        for (const box of document.querySelectorAll('.picture rect')) pairs.push([text, of(box, 'fill')]);
+        const paperOf = e => /, 0\\)$/.test(of(e, 'backgroundColor')) ? paperOf(e.parentElement) : of(e, 'backgroundColor');
+        for (const e of document.querySelectorAll('body *:not(svg, svg *, script)'))
+            if (e.checkVisibility() && [...e.childNodes].some(n => n.nodeType == 3 && n.data.trim()))
+                pairs.push([of(e, 'color'), paperOf(e)]);
+        for (const field of document.querySelectorAll('input'))
+            pairs.push([of(field, 'color', '::placeholder'), paperOf(field)]);
+        for (const box of document.querySelectorAll('.picture rect'))
+            pairs.push([of(document.querySelector('.picture text'), 'fill'), of(box, 'fill')]);
         return pairs"""
     )
 
 
-def check(browser, page, features):
+def open_page(browser, page):
     browser.open(page)
     assert not browser.complaints(), browser.complaints()
     assert browser.run("return performance.getEntriesByType('resource').length") == 0, "the page fetches something"
 
+
+def check_looks(browser):
+    """Whatever is shown can be read, in light, in dark and on paper."""
+    papers = set()
+    for preference in ("light", "dark"):
+        browser.media(prefers_color_scheme=preference)
+        pairs = colours(browser)
+        worst = min(pairs, key=lambda pair: contrast(*pair))
+        assert contrast(*worst) >= 4.5, f"{preference}: {worst}: {contrast(*worst):.1f} where 4.5 is needed to be read"
+        papers.add(pairs[0][1])
+    assert len(papers) == 2, "light and dark look alike"
+
+    browser.media(medium="print")
+    assert shown(browser, "nav") == [] and shown(browser, ".search") == []
+    assert shown(browser, "table") != []
+    browser.media()
+
+
+def check_machine(browser, page, features):
+    open_page(browser, page)
     headings = shown(browser, "h2")
     assert shown(browser, "nav a") == headings and "Picture" in headings, headings
     browser.click("nav a[href='#features']")
@@ -146,32 +173,61 @@ def check(browser, page, features):
     found = shown(browser, leaves)
     assert found and len(shown(browser, ".leaf")) == 1 and "physical" in found[0], found
 
-    for preference in ("light", "dark"):
-        browser.media(prefers_color_scheme=preference)
-        pairs = colours(browser)
-        worst = min(contrast(*pair) for pair in pairs)
-        assert worst >= 4.5, f"{preference}: {worst:.1f} where 4.5 is needed to be read"
-        papers.add(pairs[0][1])
-    assert len(papers) == 2, "light and dark look alike"
-
-    browser.media(medium="print")
-    assert shown(browser, "nav") == [] and shown(browser, ".search") == []
-    assert shown(browser, "table") != []
-    browser.media()
+    check_looks(browser)
 
 
-papers = set()
+def check_fleet(browser, page, groups):
+    """Of two groups, the first of which has two machines."""
+    open_page(browser, page)
+    assert shown(browser, "h1") == ["3 machines in 2 groups"]
+    rows = shown(browser, ".row")
+    assert [len(group["machines"]) for group in groups] == [2, 1] and len(rows) == 2
+    for row, group in zip(rows, groups):
+        assert row.startswith(str(group["count"])) and group["codename"] in row, row
+        assert f"{len(group['usable'])} usable features" in row, row
+
+    folded = ".row .names"
+    assert shown(browser, folded) == [], "names and features are not folded"
+    browser.click(".row summary")
+    assert shown(browser, folded) == ["".join(groups[0]["machines"])]
+    browser.click(".row summary")
+    assert shown(browser, folded) == []
+
+    # What only one has is found, also where it is folded in; a name is then shown. And all comes back.
+    only = sorted(set(groups[0]["usable"]) - set(groups[1]["usable"]))[0]
+    named = pathlib.Path(groups[0]["machines"][1]).name
+    for words, expected in (
+        (groups[1]["codename"].upper(), [rows[1]]),
+        (only, [rows[0]]),
+        (named, [rows[0]]),
+        ("no such machine", []),
+        (" ", rows),
+    ):
+        browser.type(".search input", words)
+        assert shown(browser, ".row") == expected, words
+        assert shown(browser, ".search output") == ([""] if words == " " else [f"{len(expected)} of 2"]), words
+        assert shown(browser, folded) == (["".join(groups[0]["machines"])] if words == named else []), words
+    browser.click(".row:last-child details:last-child summary")
+    assert shown(browser, folded) == [" ".join(groups[1]["usable"])]
+    check_looks(browser)
 
 
 def main():
-    quarrow, machine = sys.argv[1:]
+    quarrow, machine, other = sys.argv[1:]
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as folder:
         page = pathlib.Path(folder) / "page.html"
         subprocess.run([quarrow, "--machine", machine, "picture", "--html", page], check=True)
         document = json.loads(subprocess.check_output([quarrow, "--machine", machine, "--json"]))
         browser = Browser(folder)
         try:
-            check(browser, page, document["processors"][0]["features"])
+            check_machine(browser, page, document["processors"][0]["features"])
+            fleet = pathlib.Path(folder) / "fleet"
+            fleet.mkdir()
+            for name, file in (("node-a.txt", machine), ("node-b.txt", machine), ("other.txt", other)):
+                shutil.copy(file, fleet / name)
+            lines = subprocess.check_output([quarrow, "fleet", "--json", fleet]).splitlines()
+            subprocess.run([quarrow, "fleet", "--html", page, fleet], check=True)
+            check_fleet(browser, page, [json.loads(line) for line in lines])
         finally:
             browser.close()
 

@@ -6,8 +6,9 @@
 namespace quarrow {
 namespace {
 
-std::string folded(const std::string& title, const std::string& body) {
-    return htmlElement("details", "", htmlElement("summary", "", htmlText(title)) + htmlElement("div", "names", body));
+std::string folded(const std::string& kind, const std::string& title, const std::string& body) {
+    return htmlElement("details", kind,
+                       htmlElement("summary", "", htmlText(title)) + htmlElement("div", "names", body));
 }
 
 std::string namesOfGroup(const std::vector<std::string>& names) {
@@ -18,7 +19,22 @@ std::string namesOfGroup(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         text += htmlText(name) + "<br>";
     }
-    return folded("their names", text);
+    return folded("opens", "names of the " + std::to_string(names.size()), text);
+}
+
+// A list of phrases, none of which is broken over two lines.
+std::string phrases(const std::string& list) {
+    if (list.empty()) {
+        return htmlElement("span", "soft", "not known");
+    }
+    std::string html;
+    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 2) {
+        end = list.find(", ", at);
+        const bool isLast = end == std::string::npos;
+        html +=
+            htmlElement("span", "whole", htmlText(list.substr(at, isLast ? end : end + 1 - at))) + (isLast ? "" : " ");
+    }
+    return html;
 }
 
 std::string groupRow(const FleetGroups::Group& group) {
@@ -26,13 +42,12 @@ std::string groupRow(const FleetGroups::Group& group) {
     const std::string kinds = fleetKinds(machine);
     const std::string what = joined({machine.codename, kinds == machine.codename ? "" : kinds, machine.hypervisor});
     return "<tr class=\"row\">" + htmlElement("td", "number", std::to_string(group.names->size())) +
-           htmlElement(
-               "td", "",
-               htmlText(fleetName(machine)) + "<br>" + htmlElement("span", "soft", htmlText(what)) +
-                   namesOfGroup(*group.names) +
-                   folded(counted(machine.usable.count(), "usable feature"), htmlText(featureNames(machine.usable)))) +
-           htmlElement("td", "", htmlText(fleetBuild(machine))) +
-           htmlElement("td", "", htmlText(fleetCaches(machine))) +
+           htmlElement("td", "",
+                       htmlText(fleetName(machine)) + "<br>" + htmlElement("span", "soft", htmlText(what)) +
+                           namesOfGroup(*group.names) +
+                           folded("", counted(machine.usable.count(), "usable feature"),
+                                  htmlText(featureNames(machine.usable)))) +
+           htmlElement("td", "", phrases(fleetBuild(machine))) + htmlElement("td", "", phrases(fleetCaches(machine))) +
            htmlElement("td", "word", htmlText(machine.level ? levelText(machine.level) : "none")) + "</tr>\n";
 }
 

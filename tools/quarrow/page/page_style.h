@@ -17,7 +17,7 @@ h2 { font-size: 1.15rem; margin: 2.25rem 0 .6rem; padding-top: .6rem; border-top
 a { color: var(--accent) }
 nav a { margin-right: 1rem }
 nav, .soft { color: var(--soft) }
-td.word { white-space: nowrap }
+td.word, .whole { white-space: nowrap }
 .wide { overflow-x: auto }
 table { border-collapse: collapse }
 th, td { text-align: left; vertical-align: top; padding: .22rem .9rem .22rem 0; border-bottom: 1px solid var(--line) }
@@ -27,6 +27,7 @@ td.code, code { font-family: ui-monospace, monospace; font-size: .92em }
 details { border-bottom: 1px solid var(--line); padding: .3rem 0 }
 summary { cursor: pointer }
 summary code { margin-right: .8rem }
+td details { border: 0; padding: .1rem 0 }
 details table { margin: .4rem 0 .6rem 1.1rem }
 .names { max-height: 20rem; overflow: auto; overflow-wrap: anywhere }
 .chips { display: flex; flex-wrap: wrap; gap: .35rem; padding: 0; margin: .5rem 0; list-style: none }
@@ -37,6 +38,7 @@ details table { margin: .4rem 0 .6rem 1.1rem }
 .search { display: block; margin: .5rem 0 }
 .search input { font: inherit; color: inherit; background: var(--panel); border: 1px solid var(--line);
   border-radius: .35rem; padding: .3rem .6rem; width: min(26rem, 100%) }
+.search input::placeholder { color: var(--soft); opacity: 1 }
 .search output { margin-left: .6rem; color: var(--soft) }
 [hidden] { display: none !important }
 .picture svg { max-width: 100%; height: auto }
@@ -68,13 +70,17 @@ td:first-child { white-space: pre }
 }
 )";
 
-// Each search field shows the elements that hold all its words, tells how many, and opens what they are folded in. What
-// is folded is not printed.
+// Each search field shows the elements that hold all its words, tells how many, and opens what they are folded in. Of
+// what is folded in them it opens that of class "opens" where a word was found in there alone. What is folded is not
+// printed.
 constexpr const char* pageScript = R"(
 for (const search of document.querySelectorAll('.search')) {
   const input = search.querySelector('input'), output = search.querySelector('output');
   const rows = [...document.querySelectorAll(search.dataset.rows)];
-  const texts = rows.map(row => (row.textContent + ' ' + row.title).toLowerCase());
+  const textOf = element => (element.textContent + ' ' + element.title).toLowerCase();
+  const texts = rows.map(textOf);
+  const folds = rows.map(row => [...row.querySelectorAll('.opens')].map(fold => [fold, textOf(fold)]));
+  const unfolded = texts.map((text, i) => folds[i].reduce((rest, fold) => rest.replace(fold[1].trim(), ''), text));
   search.hidden = false;
   input.addEventListener('input', () => {
     const words = input.value.toLowerCase().split(/\s+/).filter(Boolean);
@@ -83,6 +89,9 @@ for (const search of document.querySelectorAll('.search')) {
       const hit = words.every(word => texts[i].includes(word));
       row.hidden = !hit;
       shown += hit;
+      for (const [fold, text] of folds[i]) {
+        fold.open = hit && words.some(word => text.includes(word) && !unfolded[i].includes(word));
+      }
     });
     for (const folded of new Set(rows.map(row => row.closest('details')).filter(Boolean))) {
       const hit = [...folded.querySelectorAll(search.dataset.rows)].some(row => !row.hidden);
