@@ -255,8 +255,10 @@ TEST(CInterface, TellsSpeedsAndLimitsWhereTheyWereAskedFor) {
         EXPECT_EQ(ratio, first.limits->turboRatios[i].ratio);
     }
     EXPECT_EQ(quarrow_machine_msr_refusal(with.get()) == nullptr, topology.msrRefusal().empty());
+}
 
-    // Of the live machine those that were asked for alone, and without waiting for what must be measured.
+TEST(CInterface, AsksSomeProcessorsAloneForSpeedsAndMeasuresNone) {
+    quarrow_speed speed;
     const Owned<quarrow_set> all(quarrow_set_of_thread());
     const std::uint32_t one = quarrow_set_next(all.get(), 0);
     const auto whose = setOf(std::to_string(one).c_str());

@@ -67,6 +67,7 @@ in_c() {
     "$2" -std=c99 -pedantic -Werror $(pkg-config --cflags quarrow-c) "$source/examples/tree.c" \
         -o "$work/tree_by_hand${suffix:-}" $(pkg-config --libs quarrow-c) || fail "pkg-config quarrow-c"
     answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$work/tree_by_hand${suffix:-}" "$recorded"
+    rm -rf "$work/in_c"
     mkdir -p "$work/in_c"
     cat >"$work/in_c/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.16)
