@@ -16,6 +16,7 @@ namespace {
 struct FreeHandle {
     void operator()(quarrow_machine* machine) const { quarrow_machine_free(machine); }
     void operator()(quarrow_set* set) const { quarrow_set_free(set); }
+    void operator()(quarrow_leaves* leaves) const { quarrow_leaves_free(leaves); }
     void operator()(char* text) const { quarrow_text_free(text); }
 };
 template <class Handle>
@@ -44,7 +45,7 @@ TEST(UnderLoad, ManyThreadsUseTheCInterface) {
     for (const std::string& file : files) {
         documents.push_back(jsonOf(Handed<quarrow_machine>(loadOwn(file)).get()));
     }
-    const Handed<quarrow_machine> live(quarrow_machine_native(0));
+    const Handed<quarrow_machine> live(quarrow_machine_native(QUARROW_WITH_LEAVES));
     ASSERT_NE(live, nullptr) << quarrow_error_text();
     const std::string here = jsonOf(live.get());
     const std::string allowed = allowedHere();
@@ -75,6 +76,10 @@ TEST(UnderLoad, ManyThreadsUseTheCInterface) {
                 quarrow_processor processor;
                 right = quarrow_machine_processor(live.get(), 0, &processor, sizeof processor) == QUARROW_OK &&
                         jsonOf(live.get()) == here;
+                const Handed<quarrow_leaves> leaves(quarrow_leaves_of(live.get(), processor.number));
+                quarrow_leaf first;
+                right = right && quarrow_leaves_answer(leaves.get(), 0, &first, sizeof first) == QUARROW_OK &&
+                        first.eax == processor.max_leaf;
                 break;
             }
             default: {
