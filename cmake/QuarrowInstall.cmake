@@ -42,7 +42,7 @@ endfunction()
 include(QuarrowThirdParty)
 file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/*.json)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quarrow COMPONENT tool)
-if(NOT WIN32)
+if(QUARROW_BUILD_TOOL AND NOT WIN32)
     quarrow_compressed(${PROJECT_SOURCE_DIR}/docs/quarrow.1 quarrow.1.gz)
     install(FILES ${PROJECT_BINARY_DIR}/quarrow.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/quarrow/quarrow.bash-completion RENAME quarrow
