@@ -229,7 +229,7 @@ std::vector<std::function<void(Caller&)>> Caller::allCalls() {
         [](Caller& t) { quarrow_set_equal(t.set(), t.set()); },
         [](Caller& t) { quarrow_set_contains(t.set(), t.c.number()); },
         [](Caller& t) { useText(quarrow_set_list(t.set())); },
-        [](Caller& t) { useText(quarrow_set_count(t.set()) < 100000 ? quarrow_set_affinity(t.m, t.set()) : nullptr); },
+        [](Caller& t) { useText(quarrow_set_count(t.set()) < 4096 ? quarrow_set_affinity(t.m, t.set()) : nullptr); },
         [](Caller& t) { t.keep(quarrow_set_of_machine(t.m)); },
         [](Caller& t) { t.keep(quarrow_set_of_object(t.m, t.c.number(), t.c.number())); },
         [](Caller& t) { t.keep(quarrow_set_of_cache(t.m, t.c.number(), t.c.number())); },
