@@ -32,7 +32,8 @@ seeds_of() {
     [ ! -d "$here/seeds/$target" ] || find "$here/seeds/$target" -type f
 }
 
-# wrap TARGET CORPUS FOLDER...: seeds that are made: recordings for the C interface, archives of the folders of hwloc-gather-cpuid, compressed files, UTF-16.
+# wrap TARGET CORPUS FOLDER...: seeds that are made: recordings for the C interface, archives of the folders of
+# hwloc-gather-cpuid, compressed files, UTF-16.
 wrap() {
     target=$1 corpus=$2
     shift 2
