@@ -246,6 +246,7 @@ TEST(CInterface, TellsSpeedsAndLimitsWhereTheyWereAskedFor) {
     EXPECT_EQ(speed.performance_state_count, first.speed->performanceStates.size());
     ASSERT_EQ(quarrow_processor_limits(with.get(), first.number, &limits, sizeof limits), QUARROW_OK);
     EXPECT_EQ(known(limits.throttle_celsius), first.limits->throttleCelsius);
+    EXPECT_EQ(known(limits.throttle_offset_celsius), first.limits->throttleOffsetCelsius);
     ASSERT_EQ(limits.turbo_ratio_count, first.limits->turboRatios.size());
     for (std::size_t i = 0; i < limits.turbo_ratio_count; ++i) {
         std::uint32_t cores = 0;

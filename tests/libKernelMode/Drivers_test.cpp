@@ -107,6 +107,7 @@ TEST_F(Drivers, MemoryPassesOnOnlyWhatCanBeDone) {
         void* const place = block.isNull ? nullptr : buffer;
         const auto unit = static_cast<MemDriver::AccessUnit>(block.unit);
         EXPECT_EQ(driver.readPhysicalMemory(block.address, place, block.size, unit), passed);
+        EXPECT_TRUE(!passed || m_backend.width == block.unit);
         EXPECT_EQ(driver.writePhysicalMemory(block.address, place, block.size, unit), passed);
         EXPECT_TRUE(passed ? m_backend.accesses == 2 && m_backend.width == block.unit : m_backend.accesses == 0);
     };

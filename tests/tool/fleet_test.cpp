@@ -57,6 +57,10 @@ TEST(Fleet, GroupsMachinesThatAreAlikeWhateverTheyWereReadFrom) {
     EXPECT_THAT(runTool("fleet " + quoted(folder)).out,
                 HasSubstr("Machines            : 6 in 3 groups\nLeft out            : 3\n"));
 
+    const std::string own = scratch("own.json"); // of the machine that it was made on, whichever that was
+    writeContent(own, runTool("--json").out);
+    EXPECT_EQ(json::parse(runTool("fleet --json " + quoted(own)).out)["machines"], json({own}));
+
     const std::string page = scratch("fleet.html");
     EXPECT_EQ(runTool("fleet --html " + quoted(page) + " " + quoted(folder)).status, 0);
     const std::string html = contentOf(page);
@@ -115,6 +119,17 @@ TEST(Baseline, IsWhatEveryMachineHas) {
             EXPECT_THAT(usable, testing::Contains(feature)) << name;
         }
     }
+    // Neither of these two has all that the other has.
+    const std::string pair =
+        "baseline " + quoted(machine("guest-kvm-as-hyperv.txt")) + " " + quoted(machine(names[1])) + " ";
+    const json both = runToolForJson(pair + "--json")["baseline"];
+    for (const char* feature : {"amx_tile", "clzero"}) { // Intel's and AMD's
+        EXPECT_THAT(both["usable"], Not(testing::Contains(feature)));
+    }
+    EXPECT_THAT(both["differences"][0]["featuresHereOnly"], testing::Contains("amx_tile"));
+    EXPECT_THAT(both["differences"][0]["featuresHereOnly"], Not(testing::Contains("avx2")));
+    const std::string text = runTool(pair).out;
+    EXPECT_LT(text.find("clzero", text.find("Usable in second")), text.size());
     EXPECT_EQ(baseline["heldBackBy"][0]["machines"], json({machine(names[0])}));
     EXPECT_THAT(baseline["heldBackBy"][0]["lacks"], testing::Contains("avx2"));
     // The same from lines on standard input.
@@ -161,6 +176,23 @@ TEST(Baseline, TellsOfTwoMachinesInWhatTheyDiffer) {
                 HasSubstr("They differ in:\nCaches              : 4 x L1 data 32 KB (8 ways, lines of 64 bytes)"));
 }
 
+// Whichever of its processors that is, and whatever the machine was read from.
+TEST(Baseline, IsWhatTheLeastProcessorOfAMachineCanUse) {
+    const std::string whole = contentOf(machine(names[2]));
+    const std::string state = "xcr0 0x00000000000000e7";
+    for (const std::size_t place : {whole.find(state), whole.rfind(state)}) {
+        const std::string recording = scratch("uneven-state.txt"), line = scratch("uneven-state.jsonl");
+        writeContent(recording, std::string(whole).replace(place, state.size(), "xcr0 0x0000000000000003"));
+        writeContent(line, runTool("export jsonl --machine " + quoted(recording)).out);
+        EXPECT_EQ(runToolForJson("--json --machine " + quoted(recording))["summary"]["level"], 2);
+        for (const std::string& file : {recording, line}) {
+            const json baseline = runToolForJson("baseline --json " + quoted(file))["baseline"];
+            EXPECT_EQ(baseline["level"], 2);
+            EXPECT_THAT(baseline["usable"], Not(testing::Contains("avx")));
+        }
+    }
+}
+
 TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
     const auto flagsOf = [](const std::string& target, const std::vector<const char*>& without,
                             const std::vector<std::string>& tunings) {
@@ -179,7 +211,8 @@ TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
     EXPECT_EQ(flagsOf("cascadelake", {"sgx", "pku"}, {}), "-march=cascadelake -mno-sgx -mno-pku -mtune=generic");
     EXPECT_EQ(flagsOf("cascadelake", {"avx512_vnni"}, {}), "-march=skylake-avx512 -mtune=generic");
     EXPECT_EQ(flagsOf("x86-64-v3", {}, {}), "-march=x86-64-v3 -mtune=generic");
-    EXPECT_EQ(flagsOf("x86-64-v2", {}, {"pentium-m"}), "-march=x86-64-v2 -mtune=generic"); // which is for 32 bits
+    EXPECT_EQ(flagsOf("x86-64-v2", {}, {"pentium-m"}), "-march=x86-64-v2 -mtune=generic");   // which is for 32 bits
+    EXPECT_EQ(flagsOf("x86-64-v3", {"cmov"}, {}), "-m32 -march=pentium-mmx -mtune=generic"); // no switch leaves it out
     EXPECT_EQ(flagsOf("x86-64", {"lm"}, {"pentium-m"}), "-m32 -march=pentium-m -mtune=pentium-m");
 }
 
@@ -192,6 +225,24 @@ TEST(Export, PutsLabelsIntoTheNamespaceOfNodeFeatures) {
         labels.insert(line.substr(line.find('/') + 1));
     }
     EXPECT_EQ(labels.count("quarrow.cores=4") + labels.count("quarrow.usable.sse4_2=true"), 2U);
+}
+
+TEST(Export, SaysWhatTheMachineHas) {
+    const auto exported = [](const char* format, const char* name) {
+        return runTool("export " + std::string(format) + " --machine " + quoted(machine(name))).out;
+    };
+    const char* const twoGroups = "two-groups-unknown-maker.txt";
+    EXPECT_THAT(exported("hwloc-xml", twoGroups), HasSubstr(" cpuset=\"0x00000002,0x00000000,0x00000005\""));
+    EXPECT_THAT(exported("hwloc-xml", names[1]),
+                HasSubstr(" cache_size=\"32768\" depth=\"1\" cache_linesize=\"64\" cache_associativity=\"8\" "
+                          "cache_type=\"1\""));
+    EXPECT_THAT(exported("prometheus", twoGroups), HasSubstr("\nquarrow_x86_64_level 0\n"));
+    EXPECT_THAT(exported("prometheus", names[1]),
+                HasSubstr("\nquarrow_caches{level=\"1\",type=\"data\",processors=\"0-3\"} 2\n"));
+    const std::string labels = exported("nfd", names[1]);
+    EXPECT_THAT(labels, HasSubstr("/quarrow.x86-64-v3=true\n"));
+    EXPECT_THAT(labels, HasSubstr("/quarrow.usable.avx2=true\n"));
+    EXPECT_THAT(labels, Not(HasSubstr("usable.apic=")));
 }
 
 TEST(Export, SaysHonestlyWhatSlurmCannotHold) {

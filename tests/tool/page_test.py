@@ -127,6 +127,27 @@ def colours(browser):
     )
 
 
+def table(browser, section):
+    """The rows of a section's table, by its headings; a column without any value is not shown."""
+    return browser.run(
+        f"""const table = document.querySelector('#{section} table');
+        const heads = [...table.tHead.rows[0].cells].map(cell => cell.textContent);
+        return [...table.tBodies[0].rows].map(
+            row => Object.fromEntries([...row.cells].map((cell, i) => [heads[i], cell.textContent])))"""
+    )
+
+
+def check_tables(browser, document):
+    """What the tables say is what the JSON document says."""
+    for row, processor in zip(table(browser, "processors"), document["processors"]):
+        for heading in ("Package", "Die", "Complex", "Module", "Core", "Thread"):
+            assert row.get(heading, "None") == str(processor[heading.lower()]), (row, heading)
+    for row, cache in zip(table(browser, "caches"), document["caches"]):
+        assert (row["Instances"], row["Sets"]) == (str(cache["instances"]), str(cache["sets"])), row
+    for row, tlb in zip(table(browser, "tlbs"), document["tlbs"]):
+        assert row["Ways"] == ("fully associative" if tlb["ways"] == 0 else f"{tlb['ways']}-way"), row
+
+
 def open_page(browser, page):
     browser.open(page)
     assert not browser.complaints(), browser.complaints()
@@ -150,7 +171,8 @@ def check_looks(browser):
     browser.media()
 
 
-def check_machine(browser, page, features):
+def check_machine(browser, page, document):
+    features = document["processors"][0]["features"]
     open_page(browser, page)
     headings = shown(browser, "h2")
     assert shown(browser, "nav a") == headings and "Picture" in headings, headings
@@ -158,6 +180,8 @@ def check_machine(browser, page, features):
     assert browser.run("return document.querySelector('#features').getBoundingClientRect().top") < 900
 
     assert shown(browser, ".feature") == features, "the page does not show the features of the machine"
+    assert shown(browser, ".feature.usable") == document["processors"][0]["usable"]
+    check_tables(browser, document)
     browser.type("#features input", "avx 512")
     some = shown(browser, ".feature")
     assert 0 < len(some) < len(features), some
@@ -220,7 +244,7 @@ def main():
         document = json.loads(subprocess.check_output([quarrow, "--machine", machine, "--json"]))
         browser = Browser(folder)
         try:
-            check_machine(browser, page, document["processors"][0]["features"])
+            check_machine(browser, page, document)
             fleet = pathlib.Path(folder) / "fleet"
             fleet.mkdir()
             for name, file in (("node-a.txt", machine), ("node-b.txt", machine), ("other.txt", other)):

@@ -299,6 +299,35 @@ TEST(Tool, TellsTheMachineOfTodayInOneDocument) {
     for (const char* command : {"tree --json", "features --json", "cpus --json", "caches --json"}) {
         EXPECT_EQ(runToolForJson(of(intel, command)), document) << command;
     }
+    const json guest = runToolForJson(of("guest-kvm-as-hyperv.txt", "--json"));
+    EXPECT_EQ(guest["summary"]["hypervisor"]["interfaces"][1]["name"], "KVM");
+    EXPECT_EQ(guest["caches"][0], json::parse(R"(
+        {"level": "L1", "type": "data", "sizeBytes": 49152, "sizeMicroOps": null, "ways": 12, "lineSizeBytes": 64,
+         "sets": 64, "inclusive": false, "instances": 2, "sharedBy": [[0], [1]]})"));
+    json processor = guest["processors"][1];
+    EXPECT_TRUE(processor["features"].size() == 72 && processor["usable"].size() == 50);
+    processor.erase("features");
+    processor.erase("usable");
+    EXPECT_EQ(processor, json::parse(R"(
+        {"logicalCpuNumber": 1, "affinity": "0:0000000000000002h", "apicId": 1, "package": 0, "die": null,
+         "complex": null, "module": null, "core": 1, "thread": 0, "numaNode": null, "kind": null,
+         "vendor": "GenuineIntel", "name": "Hand-made Xeon 6 guest", "family": 6, "model": 173, "stepping": 1,
+         "signature": 657105, "revision": "B0/H0", "packageName": null, "microcode": 1,
+         "signatureFields": {"family": 6, "extFamily": 0, "model": 13, "extModel": 10, "stepping": 1},
+         "microarchitecture": "Redwood Cove", "codename": "Granite Rapids", "process": "Intel 3", "level": 4,
+         "avx10": {"version": 2, "vectorBits": [128, 256, 512]}, "physicalAddressBits": 46, "linearAddressBits": 48,
+         "caches": [0, 1, 2, 3]})"));
+    const json smt = runToolForJson(of(amd, "--json"));
+    EXPECT_EQ(smt["summary"]["kinds"],
+              json::parse(R"([{"kind": null, "microarchitecture": "Zen", "cores": 2, "threads": 4}])"));
+    EXPECT_TRUE(smt["processors"][1]["complex"] == 0 && smt["processors"][1]["module"].is_null());
+    // A processor that could not be visited is told of.
+    const std::string whole = contentOf(machine(amd)), visited = scratch("visited.txt"), page = scratch("visited.html");
+    writeContent(visited, whole.substr(0, whole.rfind("CPU 3:")) + "CPU 3: group 0 bit 3\nend of recording\n");
+    EXPECT_EQ(runToolForJson("--json --machine " + quoted(visited))["summary"]["leftOut"],
+              json::parse(R"([{"logicalCpuNumber": 3, "reason": "it has no CPUID instruction"}])"));
+    EXPECT_EQ(runTool("picture --html " + quoted(page) + " --machine " + quoted(visited)).status, 0);
+    EXPECT_THAT(contentOf(page), HasSubstr("processor 3: it has no CPUID instruction"));
     const json& all = document["processors"];
     EXPECT_EQ(runToolForJson(of(intel, "cpus 5,0-1 --json"))["processors"], json::array({all[0], all[1], all[5]}));
 }

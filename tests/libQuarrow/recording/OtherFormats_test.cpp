@@ -283,6 +283,8 @@ TEST(OtherFormats, ReadsArchivesOfFolders) {
         {members + end, "file: " + none},
         {members + tarMember("a/pu0", '0', one) + tarMember("b/pu0", '0', one) + end,
          "file: it holds several machines, a/ and b/; unpack it and name one of its folders"},
+        {tarMember("pu0", '0', one, "a") + tarMember("pu0", '0', one, "b") + end,
+         "file: it holds several machines, a/ and b/; unpack it and name one of its folders"},
         {members + tarMember("a/pu4194304", '0', one) + end,
          "file/a: expected no more than 262144 files, the last one no higher than pu4194303"},
         {members + tarMember("a/pu0", '0', one + one) + end,

@@ -147,6 +147,7 @@ TEST(Speeds, ComeFromIntelsRegisters) {
          "100: 0x0/1800x18/0x0/3800x38", "100-? 2:38 4:38 6:38 8:35"},
         {"the efficient core without MSRs", hybridCore(0x20, 3800), "100: 0x0/0x0/0x0/3800x38", "?-?"},
         {"the performance core without MSRs", hybridCore(0x40, 5000), "100: 0x0/0x0/2900x29/5000x50", "?-?"},
+        {"one whose highest frequency is its base", hybridCore(0x40, 2900), "100: 0x0/0x0/2900x29/0x0", "?-?"},
         {"a family after 6", turboIntel(0x400F10, 8).msr(0x1A2, 0x640000).msr(0x1AD, 0x2021).msr(0x1AE, 0x0804),
          "0: 0x0/0x0/0x0/0x33", "100-? 4:33 8:32"},
         {"Core 2 P8400, mobile: MSR 0x17 and, of its two temperatures, MSR 0xEE",
@@ -193,6 +194,8 @@ TEST(Speeds, ComeFromAmdsRegisters) {
              .msr(0xC0010065, enabledStateBit | 0x081).msr(0xC0010071, 0x081), "100: 1600x16/1600x16/2900x29/0x0", "?-?"},
         {"family 14h divides its main PLL", AmdProcessor(0x500F10).msr(0xC0010061, 0).msr(0xC0010064, enabledStateBit | 0x10)
              .msr(0xC0010071, 0x0060000000000010), "100: 3200x32/3200x32/3200x32/0x0", "?-?"},
+        {"the last model of family 15h with a bus of 200 MHz", AmdProcessor(0x600FF0).msr(0xC0010064, enabledStateBit | 6),
+         "200: 0x0/0x0/2200x11/0x0", "?-?"},
         {"an unlimited Athlon 64", AmdProcessor(0xF58).msr(0xC0010042, 0x2A0E02), "200: 0x0/1000x5/2200x11/0x0", "?-?"},
         {"no MSRs", AmdProcessor(0xA10F81), "0: 0x0/0x0/0x0/0x0", "?-?"},
         // clang-format on

@@ -72,6 +72,10 @@ TEST(Topology, VisitsEachProcessorOnceAndReadsEachLeafOnce) {
     machine.counts() = {};
     EXPECT_TRUE(Topology::read(false));
     EXPECT_EQ(machine.counts().affinitySets.front(), "process 0:1");
+    {
+        const CurrentMachine bare({os::RecordedProcessor(), IntelProcessor(0x673)});
+        EXPECT_EQ(Topology::read().value().leftOut().at(0).reason, "it has no CPUID instruction");
+    }
     machine.faults().threadAffinityUnreadable = true;
     EXPECT_EQ(Topology::read().value().leftOut().size(), 3U) << "what cannot be put back is not changed";
     machine.faults().systemAffinityUnreadable = true;
@@ -83,6 +87,7 @@ TEST(Topology, TakesTheLevelsThatItKnows) {
         // Package, die, complex, module, core, thread of IDs 0, 1, 2 and 8.
         {{1, 1, 2, 4}, "0/-/-/-/0/0 0/-/-/-/0/1 0/-/-/-/1/0 0/-/-/-/2/0"},
         {{1, 1, 2, 2, 3, 3, 5, 6}, "0/0/-/0/0/0 0/0/-/0/0/1 0/0/-/0/1/0 0/1/-/1/2/0"},
+        {{1, 1, 2, 1, 3, 2, 5, 6}, "0/0/-/0/0/0 0/0/-/0/0/1 0/0/-/1/1/0 0/1/-/2/2/0"}, // a module of one core
         {{1, 1, 2, 1, 5, 3, 6, 6}, "0/0/-/-/0/0 0/0/-/-/0/1 0/1/-/-/1/0 0/2/-/-/2/0"}, // groups of dies have no name
         {{1, 1, 99, 3, 2, 6}, "0/-/-/-/0/0 0/-/-/-/0/1 0/-/-/-/0/2 0/-/-/-/1/0"}, // unknown: counts with the one inside
         {{1, 1, 2, 3, 99, 4}, "0/-/-/-/0/0 0/-/-/-/0/1 0/-/-/-/1/0 0/-/-/-/2/0"}, // unknown: in the package
@@ -168,6 +173,9 @@ TEST(Topology, KeepsAmdsNodesTogether) {
     EXPECT_EQ(textOf(topology.caches()[1]), "L3 unified 6144 K 48-way: 0-5 6-11");
     EXPECT_EQ(topology.sharingCache(7, 3), topology.dies()[1]);
     EXPECT_FALSE(topology.sharingCache(7, 1) || topology.sharingCache(99, 3));
+    AmdProcessor zen2(0x830F10); // from it on a node is the package
+    zen2.maxExtendedLeaf(0x8000001E).leaf(0x80000001, {0, 0, 1U << 22, 0}).leaf(0x8000001E, {0, 0x100, 0, 0});
+    EXPECT_TRUE(topologyOf(std::vector{zen2}).dies().empty());
 }
 
 TEST(Topology, TellsKindsOnlyWhereTheyAreTold) {
@@ -177,14 +185,15 @@ TEST(Topology, TellsKindsOnlyWhereTheyAreTold) {
         cache(processor, 0, 1, 2, 1);
         return l3 == 0 ? processor : cache(processor, 1, 3, l3);
     };
-    const Topology intelHybrid = topologyOf(std::vector{hybrid(0, 0x40, 64), hybrid(1, 0x40, 64), hybrid(8, 0x20, 64),
-                                                        hybrid(64, 0x20, 0), hybrid(66, 0x30, 64)});
+    const Topology intelHybrid =
+        topologyOf(std::vector{hybrid(0, 0x40, 64), hybrid(1, 0x40, 64), hybrid(8, 0x20, 64), hybrid(64, 0x20, 0),
+                               hybrid(66, 0x30, 64), hybrid(72, 0x20, 64)});
     EXPECT_EQ(intelHybrid.ofKind(CoreKind::performance), (ProcessorSet{0, 1}));
     EXPECT_EQ(intelHybrid.oneThreadPerCore(intelHybrid.ofKind(CoreKind::performance)), ProcessorSet{0});
     EXPECT_EQ(intelHybrid.oneThreadPerCore(ProcessorSet{1, 3, 99}), (ProcessorSet{1, 3}))
         << "the lowest of those asked for";
     EXPECT_EQ(intelHybrid.ofKind(CoreKind::efficient), ProcessorSet{2});
-    EXPECT_EQ(intelHybrid.ofKind(CoreKind::lowPower), ProcessorSet{3});
+    EXPECT_EQ(intelHybrid.ofKind(CoreKind::lowPower), (ProcessorSet{3, 5})) << "without the L3, or with another";
     EXPECT_FALSE(intelHybrid.processors()[4].kind);
     // No L3 anywhere: nobody is outside it.
     EXPECT_EQ(topologyOf(std::vector{hybrid(0, 0x40, 0), hybrid(8, 0x20, 0)}).ofKind(CoreKind::efficient),
@@ -213,7 +222,7 @@ TEST(Topology, FindsCachesAndTlbsInOldLeaves) {
               (Texts{"L1 data 64 K 2-way: 0", "L1 instruction 64 K 2-way: 0", "L2 unified 512 K 16-way: 0",
                      "L3 unified 6144 K 48-way: 0"}));
     IntelProcessor pentium(0xF29);
-    pentium.leaf(1, {0xF29, 2U << 16, 0, htt}).leaf(2, {0x665B5001, 0x80000000 | 0x2C, 0, 0x007B7040});
+    pentium.leaf(1, {0xF29, 2U << 16, 0, htt}).leaf(2, {0x665B5001, 0x80000000 | 0x22, 0, 0x007B7040});
     IntelProcessor sibling = pentium;
     sibling.recorded.leaves[{1, 0}].ebx |= 1U << 24;
     const Topology netburst = topologyOf(std::vector{pentium, sibling});
@@ -230,9 +239,20 @@ TEST(Topology, FindsCachesAndTlbsInOldLeaves) {
     EXPECT_EQ(
         texts(topologyOf(std::vector{twoCores, second})),
         (Texts{"L1 data 32 K 8-way: 0 1", "L1 instruction 32 K 8-way: 0 1", "L2 unified 2048 K 8-way: not told"}));
+    EXPECT_EQ(texts(topologyOf(std::vector{IntelProcessor(0xF64).leaf(2, {0x4901, 0, 0, 0})})),
+              Texts{"L3 unified 4096 K 16-way: 0"})
+        << "a Xeon MP, whose descriptor is others' L2";
+    AmdProcessor via = AmdProcessor(0x680).leaf(0, {1, 0x746E6543, 0x736C7561, 0x48727561}); // CentaurHauls
+    EXPECT_EQ(texts(topologyOf(std::vector{via.leaf(0x80000006, {0, 0, 0x40040120, 0})})),
+              Texts{"L2 unified 64 K 4-way: 0"});
+    AmdProcessor amd = AmdProcessor(0x100F42).maxExtendedLeaf(0x80000019).leaf(0x80000006, {0, 0x6200, 0, 0});
+    const Topology amdTlbs = topologyOf(std::vector{amd.leaf(0x80000019, {0xF040F040, 0x60100000, 0, 0})});
+    ASSERT_EQ(amdTlbs.tlbs().size(), 4U);
+    EXPECT_EQ(amdTlbs.tlbs()[2].figures, (TlbFigures{2, TlbType::data, {0x40000000}, 16, 8}));
+    EXPECT_EQ(amdTlbs.tlbs()[3].figures, (TlbFigures{2, TlbType::unified, {0x1000}, 512, 8}));
     // Leaf 0x18: sub-leaf 0 says which is the last; a null one stands between.
     IntelProcessor modern = intel(0, {1, 1, 2, 4});
-    modern.leaf(0x18, {2, 0, 0, 0}).leaf(0x18, {0, 1U | 4U << 16, 16, 1U << 5 | 2}, 1);
+    modern.leaf(0x18, {2, 0, 0, 0}).leaf(0x18, {0, 1U | 4U << 16, 16, 2}, 1); // of no level: of the first
     modern.leaf(0x18, {0, 8U | 4U << 16, 1, 1U << 8 | 2U << 5 | 3}, 2)
         .leaf(0x18, {0, 1U | 1U << 16, 1, 1U << 5 | 1}, 3);
     const std::vector<Tlb> tlbs = topologyOf(std::vector{modern}).tlbs();
@@ -267,8 +287,8 @@ TEST(Topology, KnowsTheSystemsNodesAndNumbers) {
 }
 
 TEST(Topology, KnowsWhoAProcessorIs) {
-    IntelProcessor guest(0x507B3, "  Some Processor   ");
-    guest.leaf(1, {0x507B3, 7, 1U << 31, 0}).leaf(0x40000000, {0x40000001, 0x4B4D564B, 0x564B4D56, 0x0000004D});
+    IntelProcessor guest(0x11507B3, "  Some Processor   "); // its extended family is reserved
+    guest.leaf(1, {0x11507B3, 7, 1U << 31, 0}).leaf(0x40000000, {0x40000001, 0x4B4D564B, 0x564B4D56, 0x0000004D});
     guest.leaf(0x40000001, {0x01000000, 0, 0, 0});
     guest.leaf(0x80000000, {0x80000008, 0, 0, 0}).leaf(0x80000008, {0x302E, 0, 0, 0});
     const Topology topology = topologyOf(std::vector{guest});
@@ -295,7 +315,9 @@ TEST(Topology, KnowsEachInterfaceOfAHypervisor) {
         std::vector<std::pair<std::uint32_t, cpu::cpuid_args>> ranges;
         const char* signatures;
     } cases[] = {
-        {{{0x40000000, hyperV}, {0x40000100, kvm}}, "Microsoft Hv, KVMKVMKVM"},
+        {{{0x40000000, hyperV}, {0x40000001, {7, 0, 0, 0}}, {0x40000100, kvm}, {0x40000101, {9, 0, 0, 0}}},
+         "Microsoft Hv, KVMKVMKVM 9"},
+        {{{0x40000000, {0, 0x4B4D564B, 0x564B4D56, 0x4D}}}, "KVMKVMKVM"}, // as older hosts answer
         {{{0x40000000, hyperV}, {0x40000200, kvm}}, "Microsoft Hv"},
         {{{0x40000000, hyperV}, {0x40000100, hyperV}}, "Microsoft Hv"}, // answers every range alike
         {{{0x40000000, {0x40000FFF, 0x41414141, 0, 0}}, {0x40000100, kvm}},
@@ -311,7 +333,7 @@ TEST(Topology, KnowsEachInterfaceOfAHypervisor) {
         const ProcessorIdentity identity = *topologyOf(std::vector{guest}).processors()[0].identity;
         std::string signatures = identity.hypervisor.value().signature;
         for (const Hypervisor& further : identity.furtherHypervisors) {
-            signatures += ", " + further.signature;
+            signatures += ", " + further.signature + " " + std::to_string(further.interfaceSignature.value_or(0));
         }
         EXPECT_EQ(signatures, row.signatures);
     }
@@ -327,16 +349,19 @@ TEST(Topology, KnowsWhichAvx10) {
     EXPECT_FALSE(topologyOf(std::vector{processor}).processors()[0].identity->avx10) << "no such leaf";
 }
 
-// The package of family 0Fh follows from its model. Whether a hypervisor's zeros are a package nobody knows.
-TEST(ProcessorNames, TellThePackageWhereItIsTold) {
+// A brand string may be padded, and the third kind of core has a name of its own. The package of family 0Fh follows
+// from its model. Whether a hypervisor's zeros are a package nobody knows.
+TEST(ProcessorNames, AreToldWhereTheyAreKnown) {
     NamedProcessor processor{"AuthenticAMD", "", 0x19, 0x61, 2};
     EXPECT_EQ(namesOf(processor).package, "");
     processor.packageType = 0;
     EXPECT_EQ(namesOf(processor).package, "AM5");
     processor.packageType = 9;
     EXPECT_EQ(namesOf(processor).package, "");
-    EXPECT_EQ(namesOf({"AuthenticAMD", "", 0x0F, 0x0C, 0, {}, 0}).package, "Socket 754");
+    EXPECT_EQ(namesOf({"AuthenticAMD", "", 0x0F, 0x27, 0, {}, 0}).package, "Socket 939");
     EXPECT_EQ(namesOf({"GenuineIntel", "", 0x06, 0x2A, 7, {}, 0}).package, "");
+    EXPECT_EQ(namesOf({"GenuineIntel", "Intel(R) Xeon(R) CPU           X5355", 6, 0x0F, 7}).codename, "Clovertown");
+    EXPECT_EQ(namesOf({"GenuineIntel", "", 6, 0xC5, 0, NamedProcessor::Core::lowPower}).microarchitecture, "Crestmont");
     AmdProcessor real(0xA60F12);
     real.maxExtendedLeaf(0x80000001).leaf(0x80000001, {0xA60F12, 0, 0, 0});
     AmdProcessor guest = real;

@@ -60,8 +60,8 @@ TEST(SystemMicrocode, IsReadFromItsFilesElseFromTheReport) {
     add("online", "0,65\n");
     add("cpu0/microcode/version", "0x2b000590\n");
     add("cpuinfo", "processor\t: 0\nmicrocode\t: 0x1\nflags\t\t: fpu\n\nprocessor\t: 65\nmicrocode\t: 0xffffffff\n"
-                   "\nprocessor\t: 4294967295\nmicrocode : 0x2\n\nmicrocode\n:\n");
-    EXPECT_EQ(revisions(), (MicrocodeRevisions{{{0, 0}, 0x1}})) << "not a file for each; all ones are no revision";
+                   "\nprocessor\t: 4294967295\nmicrocode : 0x2\n\nmicrocode\n:\n\nprocessor : 7\nmicrocode : 0x0\n");
+    EXPECT_EQ(revisions(), (MicrocodeRevisions{{{0, 0}, 0x1}})) << "not a file for each; 0 and all ones are none";
     add("cpu65/microcode/version", "0xA601209\n");
     EXPECT_EQ(revisions(), (MicrocodeRevisions{{{0, 0}, 0x2B000590}, {{1, 1}, 0xA601209}}));
     std::filesystem::remove_all(folder);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -82,6 +83,11 @@ TEST(Leaves, TellNumbersInTheUnitsThatTheyMean) {
     for (const auto& row : rows) {
         EXPECT_EQ(shown(row.first, row.answer, row.field), row.shown) << row.field;
     }
+    const CpuidAnswer sgx{0x12, 0, 0, 0, 0, 0xFF24};
+    const auto fields = ProcessorLeaves(0, {genuineIntel, sgx}).describe(sgx).fields;
+    EXPECT_TRUE(std::any_of(fields.begin(), fields.end(), [](const LeafField& field) {
+        return field.name == "enclave_max_32" && field.value == std::uint64_t{1} << 36;
+    }));
 }
 
 // Under a name of its own.

@@ -4,6 +4,7 @@
 #include <libQuarrow/cpu/x86/x86_amd_info.h>
 #include <libQuarrow/os/recorded/MachineRecorder.h>
 #include <libQuarrow/recording/formats/RecordingFile.h>
+#include <libQuarrow/topology/Topology.h>
 #include <pci/PciAddress.h>
 #include <tests/support/AmdProcessor.h>
 #include <tests/support/SpeedTexts.h>
@@ -69,6 +70,20 @@ TEST(AmdSpeed, comes_from_the_registers) {
     }
 }
 
+// The same figures of the topology, whose decoder is another one.
+std::string speedToday() {
+    topology::TopologyRequest request;
+    request.speeds = true;
+    const topology::ProcessorSpeed speed = *topology::Topology::read(request).value().processors().at(0).speed;
+    const auto megahertz = [](const auto& hertz) { return static_cast<double>(hertz.value_or(0)) / 1e6; };
+    const double base = speed.base.multiplier.value_or(0), turbo = speed.turbo.multiplier.value_or(0);
+    return zel::String::SprintfFormat("%.10g: %g/%g/%g = %.10g", megahertz(speed.busClockHertz),
+                                      speed.lowest.multiplier.value_or(0), speed.current.multiplier.value_or(0), base,
+                                      megahertz(speed.base.hertz))
+               .toUtf8() +
+           (turbo == 0 ? "" : zel::String::SprintfFormat(", %g = %.10g", turbo, megahertz(speed.turbo.hertz)).toUtf8());
+}
+
 os::Recording machine(const char* name) {
     os::RecordingError error;
     return os::readRecording(std::string(QUARROW_SOURCE_DIR "/tests/machines/") + name, error).value();
@@ -126,6 +141,7 @@ TEST(AmdSpeed, finds_the_base_state_behind_the_boost_states) {
         os::RecordedMachine machine(recording);
         const os::ScopedMachine scope(machine);
         EXPECT_EQ(speedText(cpu::x86_cpu(maskOf(0), true, 0, 0)), row.metrics) << row.what;
+        EXPECT_EQ(speedToday(), row.metrics) << row.what;
     }
 }
 

@@ -65,8 +65,9 @@ TEST(Decode, SignatureAndApicId) {
         {"GenuineIntel", 0x00100F24, "F 2 1 0 4; 10 2"},  // and the extended family in family 15
         {"GenuineIntel", 0x0FF30F41, "F 4 FF 3 1; E 34"}, // in eight bits
         {"GenuineIntel", 0x00110543, "5 4 1 1 3; 5 4"},   // but neither in family 5
-        {"AuthenticAMD", 0x00800F11, "F 1 8 0 1; 17 1"},  {"AuthenticAMD", 0x00A20F12, "F 1 A 2 2; 19 21"},
-        {"AuthenticAMD", 0x00A20E12, "E 1 A 2 2; E 1"},   {"CentaurHauls", 0x0ABCDEF9, "E F AB C 9; not known"},
+        {"AuthenticAMD", 0x00800F11, "F 1 8 0 1; 17 1"},       {"AuthenticAMD", 0x00A20F12, "F 1 A 2 2; 19 21"},
+        {"AuthenticAMD", 0x00A20E12, "E 1 A 2 2; E 1"},        {"AuthenticAMD", 0x00010681, "6 8 0 1 1; 6 8"},
+        {"CentaurHauls", 0x0ABCDEF9, "E F AB C 9; not known"},
     };
     for (const auto& c : cases) {
         LiteralReader cpuid(c.vendor, 1, 0, {{1, 0, {c.signature, 0xC5010800, 0, 0}}});
