@@ -236,6 +236,13 @@ TEST(Export, SaysWhatTheMachineHas) {
     EXPECT_THAT(exported("hwloc-xml", names[1]),
                 HasSubstr(" cache_size=\"32768\" depth=\"1\" cache_linesize=\"64\" cache_associativity=\"8\" "
                           "cache_type=\"1\""));
+    std::string changed = contentOf(machine(names[1])); // memory without processors, and a fully associative cache
+    changed.insert(changed.find("CPU 0:"), "node 0: group 0 mask 0x000000000000000f\nnode 1:\n");
+    changed.replace(changed.find("eax=0x00004121"), 14, "eax=0x00004321");
+    writeContent(scratch("changed.txt"), changed);
+    const std::string tree = runTool("export hwloc-xml --machine " + quoted(scratch("changed.txt"))).out;
+    EXPECT_THAT(tree, HasSubstr(" allowed_nodeset=\"0x00000003\""));
+    EXPECT_THAT(tree, HasSubstr(" cache_associativity=\"-1\""));
     EXPECT_THAT(exported("prometheus", twoGroups), HasSubstr("\nquarrow_x86_64_level 0\n"));
     EXPECT_THAT(exported("prometheus", names[1]),
                 HasSubstr("\nquarrow_caches{level=\"1\",type=\"data\",processors=\"0-3\"} 2\n"));

@@ -194,6 +194,14 @@ TEST(Tool, TellsAffinitiesSpeedsAndLimitsInJson) {
     EXPECT_EQ(runToolForJson(of(amd, "limits --json"))["processors"][0]["limits"],
               json::parse(R"({"tccActivationCelsius": null, "tccOffsetCelsius": null, "turboRatios": null,
                                "performanceLevels": null})"));
+
+    std::string levels = contentOf(machine(amd)); // with those of collaborative performance control
+    levels.replace(levels.find("ebx=0x00000007 ecx=0x00002003"), 14, "ebx=0x08000007");
+    levels.insert(levels.find("CPU 1:"), "   msr 0xc00102b0: 0x00000000c4842a10\n");
+    writeContent(scratch("levels.txt"), levels);
+    const json limited = runToolForJson("limits --json --machine " + quoted(scratch("levels.txt")));
+    EXPECT_EQ(limited["processors"][0]["limits"]["performanceLevels"],
+              json::parse(R"({"highest": 196, "guaranteed": 132, "efficient": 42, "lowest": 16})"));
 }
 
 TEST(Tool, SaysNullForWhatIsNotKnown) {
