@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -218,10 +219,10 @@ TEST(Baseline, ChoosesTheTargetThatEnablesMostOfWhatThereIs) {
 
 TEST(Export, PutsLabelsIntoTheNamespaceOfNodeFeatures) {
     std::istringstream lines(runTool("export nfd --machine " + quoted(machine(names[0]))).out);
+    const std::regex label("feature\\.node\\.kubernetes\\.io/quarrow\\.[-a-zA-Z0-9._]+=[-a-zA-Z0-9._]+");
     std::set<std::string> labels;
     for (std::string line; std::getline(lines, line);) {
-        EXPECT_THAT(
-            line, testing::MatchesRegex("feature\\.node\\.kubernetes\\.io/quarrow\\.[-a-zA-Z0-9._]+=[-a-zA-Z0-9._]+"));
+        EXPECT_TRUE(std::regex_match(line, label)) << line;
         labels.insert(line.substr(line.find('/') + 1));
     }
     EXPECT_EQ(labels.count("quarrow.cores=4") + labels.count("quarrow.usable.sse4_2=true"), 2U);
