@@ -2,6 +2,7 @@
 
 #include "ToolRun.h"
 
+#include <tools/quarrow/Words.h>
 #include <tools/quarrow/fleet/CompilerTargets.h>
 
 #include <gmock/gmock.h>
@@ -69,6 +70,32 @@ TEST(Fleet, GroupsMachinesThatAreAlikeWhateverTheyWereReadFrom) {
     for (const char* outside : {"http:", "https:", "src=", "href=", "@import"}) {
         EXPECT_THAT(html, Not(HasSubstr(outside)));
     }
+}
+
+TEST(Fleet, TakesAFolderOfProcessorsForOneMachine) {
+    const std::filesystem::path gathered = scratch("gathered");
+    const std::string longName(70, 'm');
+    for (const std::string& name : {longName, std::string("other")}) {
+        std::filesystem::create_directories(gathered / name);
+        writeContent((gathered / name / "hwloc-cpuid-info").string(), "Architecture: x86\n");
+        for (const char* file : {"pu2", "pu3"}) {
+            writeContent((gathered / name / file).string(), "1 0 0 0 0 => 1 756e6547 6c65746e 49656e69\n"
+                                                            "1 1 0 0 0 => 206c2 0 0 0\n");
+        }
+    }
+    const ToolRun run = runTool("fleet " + quoted(gathered.string()));
+    EXPECT_THAT(run.out, HasSubstr("Machines            : 2 in 1 group\n"));
+    EXPECT_THAT(run.out, HasSubstr(longName + "\n")); // whole, however wide that line is
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(runToolForJson("fleet --json " + quoted((gathered / "other").string()))["threads"], 2);
+    EXPECT_EQ(runToolForJson("baseline --json " + quoted((gathered / "other").string()))["baseline"]["machines"], 1);
+}
+
+TEST(Paragraph, BreaksLongListsBehindCommas) {
+    EXPECT_EQ(quarrow::paragraph("Allowed", "all of 100,102,104,106,108,110 here", 42),
+              "Allowed             : all of\n"
+              "                      100,102,104,106,108,\n"
+              "                      110 here\n");
 }
 
 TEST(Fleet, SaysWhatIsWrong) {

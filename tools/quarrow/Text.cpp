@@ -20,7 +20,7 @@ std::string line(const zel::String& label, const zel::String& value) {
     return printable(label.getFixedStr(20) + ": " + value.normalizeSpaces() + "\n");
 }
 
-std::vector<zel::String> wrapped(const zel::String& text, std::size_t width) {
+std::vector<zel::String> wrapped(const zel::String& text, std::size_t width, LongWords longWords) {
     std::vector<zel::String> lines;
     zel::String last;
     for (zel::String word : text.normalizeSpaces().tokenize(" ")) {
@@ -28,8 +28,14 @@ std::vector<zel::String> wrapped(const zel::String& text, std::size_t width) {
             lines.push_back(last);
             last.clear();
         }
-        for (; word.size() > width; word = word.subString(width)) {
-            lines.push_back(word.subString(0, width));
+        while (word.size() > width) {
+            const std::size_t comma = word.units().rfind(u',', width - 1);
+            if (comma == std::u16string::npos && longWords == LongWords::whole) {
+                break;
+            }
+            const std::size_t end = comma == std::u16string::npos ? width : comma + 1;
+            lines.push_back(word.subString(0, end));
+            word = word.subString(end);
         }
         last += (last.isEmpty() ? "" : " ") + word;
     }

@@ -13,8 +13,10 @@ using libQuarrow::document::printable;
 std::string printable(const zel::String& report, const zel::String& text);
 // "Label               : value" and a line feed, in the columns of the processor report.
 std::string line(const zel::String& label, const zel::String& value);
-// `text` in lines of at most so many units (1 at least), broken at blanks where there are any.
-std::vector<zel::String> wrapped(const zel::String& text, std::size_t width);
+enum class LongWords { cut, whole };
+// `text` in lines of at most so many units (1 at least), broken at blanks, and words that are longer behind a comma.
+// One without a comma there is cut, or stays whole and its line is longer.
+std::vector<zel::String> wrapped(const zel::String& text, std::size_t width, LongWords longWords = LongWords::cut);
 // One line for XML or HTML, as text or between quotation marks.
 std::string markup(const zel::String& text);
 // One line, whatever `text` holds: control characters become blanks.

@@ -159,6 +159,10 @@ std::string featureNames(const libQuarrow::topology::FeatureSet& features) {
     return text;
 }
 
+std::string orNone(const std::string& text) {
+    return text.empty() ? "none" : text;
+}
+
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
     std::string all;
     for (const std::string& text : texts) {
@@ -175,7 +179,7 @@ std::string paragraph(std::string_view label, std::string_view value, std::size_
     std::string before(label);
     before.resize(std::max(before.size(), labelColumns), ' ');
     before += ": ";
-    for (const zel::String& part : wrapped(zel::String::fromUtf8(std::string(value)), room)) {
+    for (const zel::String& part : wrapped(zel::String::fromUtf8(std::string(value)), room, LongWords::whole)) {
         text += before + printable(part) + "\n";
         before.assign(labelColumns + 2, ' ');
     }

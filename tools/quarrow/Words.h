@@ -31,8 +31,8 @@ std::string tlbName(const libQuarrow::topology::TlbFigures& figures);
 std::string pageSizesText(const libQuarrow::topology::TlbFigures& figures);
 using libQuarrow::document::affinityText;
 using libQuarrow::document::processorName;
-// "KVM"; the signature in quotes where it is of an unknown one; "KVM, with Hyper-V's interface" where it imitates others.
-// Empty without a hypervisor.
+// "KVM"; the signature in quotes where it is of an unknown one; "KVM, with Hyper-V's interface" where it imitates
+// others. Empty without a hypervisor.
 std::string hypervisorName(const libQuarrow::topology::ProcessorIdentity& identity);
 // "version 2, vectors of 128, 256 and 512 bits"; empty without AVX10.
 std::string avx10Text(const std::optional<libQuarrow::topology::Avx10>& avx10);
@@ -44,11 +44,13 @@ std::string levelText(const std::optional<std::uint32_t>& level);
 std::string microcodeText(const std::optional<std::uint32_t>& revision);
 // The names, blanks between them.
 std::string featureNames(const libQuarrow::topology::FeatureSet& features);
+// The text, or "none" for an empty one.
+std::string orNone(const std::string& text);
 // "a, b, c" of those that are not empty.
 std::string joined(const std::vector<std::string>& texts, std::string_view separator = ", ");
 
-// "Label               : value" and a line feed, the value broken at blanks where the line would be longer than
-// `columns`, further lines indented to the value.
+// "Label               : value" and a line feed, the value broken at blanks, and long lists behind commas, where the
+// line would be longer than `columns`, further lines indented to the value. A file name stays whole.
 std::string paragraph(std::string_view label, std::string_view value, std::size_t columns);
 // Columns of the terminal; where there is none, of $COLUMNS, or 80.
 std::size_t outputColumns();

@@ -4,6 +4,7 @@
 #include <libQuarrow/recording/formats/ProcessorFiles.h>
 #include <libQuarrow/recording/formats/RecordingParser.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -88,6 +89,18 @@ boost::optional<Recording> readRecording(const std::string& path, RecordingError
         return refuse(name, "it cannot be read: " + reasonOfSystem(), error);
     }
     return parseRecording(bytes, name, error);
+}
+
+bool isRecordingFolder(const std::string& path) {
+    try {
+        const std::filesystem::directory_iterator entries(std::filesystem::u8path(path));
+        return std::any_of(begin(entries), end(entries), [](const std::filesystem::directory_entry& entry) {
+            std::error_code ignored;
+            return processorFileNumber(entry.path().filename().u8string()) && entry.is_regular_file(ignored);
+        });
+    } catch (const std::exception&) {
+        return false; // no folder, or one that cannot be listed
+    }
 }
 
 } // namespace libQuarrow::os

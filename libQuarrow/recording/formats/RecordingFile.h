@@ -11,4 +11,7 @@ namespace libQuarrow::os {
 // hwloc-gather-cpuid, or from standard input when `path` is "-". On failure nothing is answered and `error` says why.
 QUARROW_EXPORT boost::optional<Recording> readRecording(const std::string& path, RecordingError& error);
 
+// Whether `path` is a folder of hwloc-gather-cpuid, so one machine for readRecording: it has a file puN.
+QUARROW_EXPORT bool isRecordingFolder(const std::string& path);
+
 } // namespace libQuarrow::os

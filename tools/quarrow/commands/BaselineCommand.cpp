@@ -169,7 +169,7 @@ std::string baselineText(const BaselineInput& input) {
     const std::string text = paragraph("Machines", std::to_string(input.groups.machines()), columns) +
                              paragraph("Level", levelOrNo(baseline.common.level), columns) +
                              choicesText(baseline, columns) +
-                             paragraph("Programs can use", featureNames(baseline.common.usable), columns);
+                             paragraph("Programs can use", orNone(featureNames(baseline.common.usable)), columns);
     return text +
            (input.groups.machines() == 2 ? differenceText(input.firstTwo, columns) : holdersText(baseline, columns));
 }

@@ -6,10 +6,6 @@
 namespace quarrow {
 namespace {
 
-std::string orNone(const std::string& text) {
-    return text.empty() ? "none" : text;
-}
-
 std::string ifAny(const char* label, const std::string& value, std::size_t columns) {
     return value.empty() ? std::string() : paragraph(label, value, columns);
 }

@@ -30,8 +30,13 @@ struct FleetFile {
     bool isNamed = false;
 };
 
-// All files below a folder, by name; links to folders are not followed, so that none comes twice.
-void listFiles(const fs::path& folder, std::vector<FleetFile>& files, const FleetSink& sink) {
+// All files below a folder, by name, and folders that are a machine; links to folders are not followed, so that none
+// comes twice.
+void listFiles(const fs::path& folder, bool isNamed, std::vector<FleetFile>& files, const FleetSink& sink) {
+    if (os::isRecordingFolder(folder.u8string())) {
+        files.push_back({folder, folder.u8string(), 0, isNamed});
+        return;
+    }
     std::error_code error;
     std::vector<fs::directory_entry> entries;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
@@ -40,13 +45,13 @@ void listFiles(const fs::path& folder, std::vector<FleetFile>& files, const Flee
         }
     }
     if (error) {
-        sink.leaveOut(folder.u8string() + ": it cannot be listed: " + error.message(), false);
+        sink.leaveOut(folder.u8string() + ": it cannot be listed: " + error.message(), isNamed);
     }
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
         std::error_code ignored;
         if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) {
-            listFiles(entry.path(), files, sink);
+            listFiles(entry.path(), false, files, sink);
         } else if (entry.is_regular_file(ignored)) {
             const std::uintmax_t bytes = entry.file_size(ignored);
             files.push_back({entry.path(), entry.path().u8string(), ignored ? 0 : bytes, false});
@@ -67,7 +72,7 @@ bool looksLikeDocument(const fs::path& path) {
 void takeDocument(const std::string& text, const std::string& place, bool isNamed, const FleetSink& sink) {
     const json document = json::parse(text, nullptr, false);
     if (document.is_discarded()) {
-        sink.leaveOut(place + ": it is no JSON", isNamed);
+        sink.leaveOut(place + ": it is no JSON; 'quarrow export jsonl' writes such lines", isNamed);
         return;
     }
     std::string error;
@@ -107,7 +112,7 @@ void takeRecording(const FleetFile& file, const FleetSink& sink) {
 }
 
 void takeFile(const FleetFile& file, const FleetSink& sink, const std::function<void(std::size_t)>& advance) {
-    if (!looksLikeDocument(file.path)) {
+    if (!looksLikeDocument(file.path)) { // nor does a folder
         takeRecording(file, sink);
         return;
     }
@@ -170,10 +175,12 @@ void readFleet(const Request& request, const std::vector<std::string>& operands,
         std::error_code error;
         const fs::file_status status = fs::status(path, error);
         if (!fs::exists(status)) {
-            throw Failure(Failure::WrongInput, operand + ": there is no such file or folder");
+            const bool isAbsent = status.type() == fs::file_type::not_found;
+            throw Failure(Failure::WrongInput,
+                          operand + ": " + (isAbsent ? "there is no such file or folder" : error.message()));
         }
         if (fs::is_directory(status)) {
-            listFiles(path, files, sink);
+            listFiles(path, true, files, sink);
         } else {
             const std::uintmax_t bytes = fs::file_size(path, error);
             files.push_back({path, operand, error ? 0 : bytes, true});
