@@ -1,4 +1,5 @@
 #include <tools/quarrow/MachineSummary.h>
+#include <tools/quarrow/Text.h>
 #include <tools/quarrow/TopologyReading.h>
 #include <tools/quarrow/Words.h>
 #include <tools/quarrow/commands/Commands.h>
@@ -15,7 +16,12 @@ std::string summaryCommand(const Request& request) {
     for (const SummaryLine& line : summaryOf(readTopology(request), request.isRecorded())) {
         text += paragraph(line.label, line.value, columns);
     }
-    return text + "\nMore: quarrow tree, cpus, features, caches, picture; quarrow --help tells the rest.\n";
+    text += "\n";
+    for (const zel::String& part :
+         wrapped("More: quarrow tree, cpus, features, caches, picture; all: quarrow --help", columns)) {
+        text += part.toUtf8() + "\n";
+    }
+    return text;
 }
 
 } // namespace quarrow
