@@ -25,6 +25,7 @@ th { font-weight: 600; color: var(--soft); white-space: nowrap }
 .number { text-align: right; font-variant-numeric: tabular-nums }
 td.code, code { font-family: ui-monospace, monospace; font-size: .92em }
 details { border-bottom: 1px solid var(--line); padding: .3rem 0 }
+td details { border: 0 }
 summary { cursor: pointer }
 summary code { margin-right: .8rem }
 td details { border: 0; padding: .1rem 0 }
