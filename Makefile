@@ -76,13 +76,13 @@ install: all
 package: all
 	@scripts/install-packages.sh test
 	$(call build,release,,wheel quarrow_static)
-	$(call build,windows,,quarrow quarrow_c wheel)
-	@for preset in release windows; do \
+	$(call build,windows-release,,quarrow quarrow_c wheel)
+	@for preset in release windows-release; do \
 	    cpack --config build/$$preset/CPackConfig.cmake -B build/$$preset/packages >build/package.log \
 	        || { cat build/package.log; exit 1; }; \
 	done
 	@rm -rf build/packages && mkdir build/packages
-	@cp build/release/packages/*.deb build/windows/packages/*.zip build/*/packages/*.whl build/packages/
+	@cp build/release/packages/*.deb build/windows-release/packages/*.zip build/*release/packages/*.whl build/packages/
 	@scripts/archive-static-tool.sh build/release build/packages
 	@scripts/make-manifests.sh build/packages $(RELEASE_URL)
 	@ls -l build/packages
