@@ -25,7 +25,7 @@ answers "2 packages, 4 cores, 8 threads" "$run" "$root/bin/quarrow.exe" --machin
 grep -q "#include <fmt/" "$root/THIRD-PARTY.txt" || fail "the archive lacks the licences of what it is built with"
 
 # What Windows shows of a binary, and the manifest by which the tool takes any path and any letter.
-for binary in "$root"/bin/quarrow.exe "$root"/bin/libQuarrow.dll "$root"/bin/zel.dll; do
+for binary in "$root"/bin/quarrow.exe "$root"/bin/libQuarrow.dll "$root"/bin/quarrow.dll "$root"/bin/zel.dll; do
     strings -el "$binary" | grep -A1 '^ProductVersion$' | grep -qx "$version" || fail "$binary does not tell its version"
 done
 for setting in 'activeCodePage .*>UTF-8<' 'longPathAware .*>true<'; do
