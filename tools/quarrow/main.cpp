@@ -109,8 +109,11 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
     }
     for (const Command& command : allCommands()) {
         if (app.got_subcommand(command.name)) {
-            const bool classic = arguments.request.classic && command.classic != nullptr;
-            return (classic ? command.classic : command.run)(arguments.request);
+            if (arguments.request.classic && command.classic == nullptr) {
+                throw Failure(Failure::WrongInput,
+                              command.name + std::string(" has no classic form; leave out --classic"));
+            }
+            return (arguments.request.classic ? command.classic : command.run)(arguments.request);
         }
     }
     return arguments.request.classic ? classicTreeCommand(arguments.request) : summaryCommand(arguments.request);

@@ -50,7 +50,7 @@ struct Command {
     const char* description;
     Operand operand = {};
     std::vector<Option> options = {};
-    // With --classic; null where the command knows itself, or where there is but one answer.
+    // With --classic, the same where there is but one answer or the command looks itself; null where there is none.
     std::string (*classic)(const Request&) = nullptr;
 };
 
