@@ -184,7 +184,7 @@ def test_a_machine_is_a_sequence_of_its_processors(tmp_path: pathlib.Path) -> No
     assert repr(machine) == "<Machine: Intel® Xeon® CPU X5650 @ 2.67GHz: 2 packages, 4 cores, 8 threads>"
     assert repr(machine[5]) == "<Processor 5: package 1, core 2: Intel® Xeon® CPU X5650 @ 2.67GHz>"
     assert repr(machine.packages[1]) == "Object(number=1, cpus=CpuSet('4-7'))"
-    assert repr(machine.caches[-1]) == "<Cache L3: 2 x 12288 KB>"
+    assert repr(machine.caches[-1]) == "<Cache L3: 2 x 12 MB>"
     for number in (8, -1, 1 << 40):
         with pytest.raises(KeyError):
             machine[number]

@@ -57,7 +57,12 @@ class Cache:
 
     def __repr__(self) -> str:
         kind = "" if self.type == "unified" else " " + self.type
-        size = f"{self.size // 1024}K micro-ops" if self.type == "trace" else f"{self.size // 1024} KB"
+        if self.type == "trace":
+            size = f"{self.size // 1024}K micro-ops"
+        elif self.size >= 2**20 and self.size % 2**18 == 0:
+            size = f"{self.size / 2**20:g} MB"
+        else:
+            size = f"{self.size // 1024} KB"
         times = "" if self.instances is None else f"{self.instances} x "
         return f"<Cache L{self.level}{kind}: {times}{size}>"
 
