@@ -147,7 +147,7 @@ inline constexpr CpuidField extendedCpuidFlags[] = {
     flag(0x8000001A, 0, CpuidRegister::eax,  1, "movu",                        "Unaligned moves are preferred"),
     flag(0x8000001A, 0, CpuidRegister::eax,  2, "fp256",                       "256-bit floating-point data path"),
     flag(0x8000001A, 0, CpuidRegister::eax,  3, "fp512",                       "512-bit floating-point data path"),
-    // AMD APM volume 3, appendix E.4.17
+    // AMD APM volume 3, appendix E.4.17; bits 21, 23, 27: Linux, cpufeatures.h
     flag(0x8000001F, 0, CpuidRegister::eax,  0, "sme",                         "Secure memory encryption"),
     flag(0x8000001F, 0, CpuidRegister::eax,  1, "sev",                         "Secure encrypted virtualisation"),
     flag(0x8000001F, 0, CpuidRegister::eax,  2, "vm_page_flush",               "Page flush register"),
@@ -168,8 +168,11 @@ inline constexpr CpuidField extendedCpuidFlags[] = {
     flag(0x8000001F, 0, CpuidRegister::eax, 17, "vmgexit_parameter",           "Parameter of VMGEXIT"),
     flag(0x8000001F, 0, CpuidRegister::eax, 18, "virt_tom",                    "Virtual top-of-memory register"),
     flag(0x8000001F, 0, CpuidRegister::eax, 19, "ibs_virt_sev_es",             "Virtualised sampling for encrypted guests"),
+    flag(0x8000001F, 0, CpuidRegister::eax, 21, "rmpread",                     "RMPREAD"),
+    flag(0x8000001F, 0, CpuidRegister::eax, 23, "segmented_rmp",               "Segmented reverse map table"),
     flag(0x8000001F, 0, CpuidRegister::eax, 24, "vmsa_reg_prot",               "Protected registers of the save area"),
     flag(0x8000001F, 0, CpuidRegister::eax, 25, "smt_protection",              "Protection from the sibling thread"),
+    flag(0x8000001F, 0, CpuidRegister::eax, 27, "allowed_sev_features",        "Allowed features of encrypted guests"),
     flag(0x8000001F, 0, CpuidRegister::eax, 28, "svsm",                        "Communication page of the service module"),
     flag(0x8000001F, 0, CpuidRegister::eax, 29, "nested_virt_snp",             "Nested secure paging registers"),
     flag(0x8000001F, 0, CpuidRegister::eax, 30, "hv_inuse_wr_allowed",         "Hypervisor may write to pages in use"),
