@@ -4,7 +4,7 @@
 
 // Private to the library: what the leaves of resource monitoring and allocation tell beside feature flags. Hybrids tell
 // it for the whole machine in leaves 0xF and 0x10, and for each kind of processor in 0x27 and 0x28, laid out alike.
-// Sources: Intel RDT architecture specification (356688), and intel-cmt-cat, lib/hybrid.c, by Intel, for the bits.
+// Sources: Intel document 356688 (RDT architecture), and intel-cmt-cat, lib/hybrid.c, by Intel, for the bits.
 
 namespace libQuarrow::cpu {
 namespace cpuid_fields {
