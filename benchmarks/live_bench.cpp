@@ -87,9 +87,9 @@ void bareCpuid(State& state) {
 }
 BENCHMARK(bareCpuid)->Name("live/cpuid")->UseRealTime();
 
-// The system calls alone: to each processor in turn and back (or back from the last one only), with a share of `cpuids`
-// executed there.
-void visits(State& state, const std::vector<cpu::cpuid_args>& cpuids, bool backEachTime = true) {
+// The system calls alone: to each processor in turn and back (or, as the topology does, first to the one where the
+// thread is, and back from the last one only), with a share of `cpuids` executed there.
+void visits(State& state, const std::vector<cpu::cpuid_args>& cpuids, bool asTopology = false) {
     cpu_set_t before;
     if (sched_getaffinity(0, sizeof before, &before) != 0) {
         state.SkipWithError("more processors than a fixed mask holds");
@@ -105,13 +105,27 @@ void visits(State& state, const std::vector<cpu::cpuid_args>& cpuids, bool backE
     const std::size_t share = cpuids.size() / single.size();
     for (auto _ : state) {
         auto next = cpuids.begin();
-        for (const cpu_set_t& processor : single) {
+        const auto visit = [&](const cpu_set_t& processor, bool back) {
             sched_setaffinity(0, sizeof processor, &processor);
             execute(next, next + static_cast<std::ptrdiff_t>(share));
             next += static_cast<std::ptrdiff_t>(share);
-            if (backEachTime || &processor == &single.back()) {
+            if (back) {
                 sched_setaffinity(0, sizeof before, &before);
             }
+        };
+        const int here = asTopology ? sched_getcpu() : -1;
+        for (const cpu_set_t& processor : single) {
+            if (here >= 0 && CPU_ISSET(here, &processor)) {
+                visit(processor, false);
+            }
+        }
+        for (const cpu_set_t& processor : single) {
+            if (here < 0 || !CPU_ISSET(here, &processor)) {
+                visit(processor, !asTopology);
+            }
+        }
+        if (asTopology) {
+            sched_setaffinity(0, sizeof before, &before);
         }
     }
     state.counters["pins"] = static_cast<double>(single.size());
@@ -146,7 +160,7 @@ BENCHMARK(topologyOfMachine)->Name("live/topology")->UseRealTime();
 // The topology's instructions and system calls in one loop: from processor to processor, and at the end back.
 void topologyFloor(State& state) {
     const std::vector<cpu::cpuid_args> cpuids = cpuidsOf([] { topology::Topology::read(); });
-    visits(state, cpuids, false);
+    visits(state, cpuids, true);
 }
 BENCHMARK(topologyFloor)->Name("live/topology_cpuids_and_migrations")->UseRealTime();
 

@@ -28,6 +28,10 @@ MicrocodeRevisions Machine::microcodeRevisions() {
     return {};
 }
 
+std::optional<std::pair<std::uint16_t, std::uint8_t>> Machine::currentProcessor() const {
+    return std::nullopt;
+}
+
 SystemFrequencies Machine::frequencies(std::uint16_t /*group*/, std::uint8_t /*bit*/) {
     return {};
 }

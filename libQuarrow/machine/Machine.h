@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 namespace libQuarrow::cpu {
 class AMD_TopologyInfo;
@@ -71,6 +72,9 @@ class QUARROW_EXPORT Machine {
     // Of the processor at that place in that group. None of them where the operating system does not tell, as it is by
     // default.
     virtual SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit);
+    // Processor group and place in it of the processor that the calling thread is on; by the time of the answer it may
+    // be on another one. None where the operating system does not tell, as it is by default.
+    virtual std::optional<std::pair<std::uint16_t, std::uint8_t>> currentProcessor() const;
     // Whether the operating system numbers its processors group by group, without gaps between groups, as Windows does;
     // false, as it is by default: processor n is bit n mod 64 of group n / 64.
     virtual bool numbersProcessorsByGroup() const;

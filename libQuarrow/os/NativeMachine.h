@@ -17,6 +17,7 @@ class NativeMachine final : public Machine {
     std::optional<NumaNodes> numaNodes() override;
     MicrocodeRevisions microcodeRevisions() override;
     SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit) override;
+    std::optional<std::pair<std::uint16_t, std::uint8_t>> currentProcessor() const override;
     bool numbersProcessorsByGroup() const override;
 
   private:

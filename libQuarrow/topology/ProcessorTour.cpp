@@ -2,7 +2,9 @@
 
 #include <libQuarrow/cpu/AffinityMask.h>
 #include <libQuarrow/cpu/x86/decode/CpuidReader.h>
+#include <libQuarrow/machine/Machine.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace libQuarrow::topology {
@@ -60,6 +62,21 @@ ProcessorNumbering numberingOf(const cpu::AffinityMask& system) {
     return ProcessorNumbering::ofCurrentMachine(groups);
 }
 
+// The processors of `system`, the one where the thread is before the others.
+std::vector<cpu::WinAffinity> inOrderOfVisits(const cpu::AffinityMask& system) {
+    std::vector<cpu::WinAffinity> places = system.maskPerLogicalCPU();
+    if (const auto here = os::currentMachine().currentProcessor()) {
+        const cpu::GroupAffinity place(here->first, std::uint64_t{1} << here->second);
+        const auto found = std::find_if(places.begin(), places.end(), [&place](const cpu::WinAffinity& processor) {
+            return processor.groups().front() == place;
+        });
+        if (found != places.end()) {
+            std::rotate(places.begin(), found, found + 1);
+        }
+    }
+    return places;
+}
+
 // Tells at its end that one processor more is done.
 class VisitStep {
   public:
@@ -89,7 +106,7 @@ std::optional<ProcessorTour> tourProcessors(bool useThreadAffinity, const Proces
     }
     ProcessorTour found{numberingOf(*system), {}};
     Tour tour(useThreadAffinity);
-    const auto places = system->maskPerLogicalCPU();
+    const std::vector<cpu::WinAffinity> places = inOrderOfVisits(*system);
     std::size_t done = 0;
     for (const cpu::WinAffinity& processor : places) {
         const VisitStep step(progress, ++done, places.size());
@@ -111,6 +128,8 @@ std::optional<ProcessorTour> tourProcessors(bool useThreadAffinity, const Proces
         }
         visit({*number, place.group, bit}, live);
     }
+    std::sort(found.leftOut.begin(), found.leftOut.end(),
+              [](const LeftOutProcessor& a, const LeftOutProcessor& b) { return a.number < b.number; });
     return found;
 }
 

@@ -23,15 +23,16 @@ struct ProcessorPlace {
 
 struct ProcessorTour {
     ProcessorNumbering numbering;
-    std::vector<LeftOutProcessor> leftOut; // those that could not be visited
+    std::vector<LeftOutProcessor> leftOut; // those that could not be visited, by ascending numbers
 };
 
 using ProcessorVisit = std::function<void(const ProcessorPlace& place, cpu::CpuidReader& cpuid)>;
 using TourProgress = std::function<void(std::size_t done, std::size_t all)>;
 
-// Calls `visit` on each processor in turn, by ascending groups and places, with a reader of that processor, and
-// `progress`, where there is one, after each. The calling thread (or, `useThreadAffinity` false, the process) is moved
-// there, and at the end back. None when the processors cannot be listed.
+// Calls `visit` on each processor in turn with a reader of that processor, and `progress`, where there is one, after
+// each: first on the one where the calling thread is, which saves a migration, then by ascending groups and places. The
+// thread (or, `useThreadAffinity` false, the process) is moved there, and at the end back. None when the processors
+// cannot be listed.
 std::optional<ProcessorTour> tourProcessors(bool useThreadAffinity, const ProcessorVisit& visit,
                                             const TourProgress& progress = {});
 

@@ -24,7 +24,8 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     explicit CountingMachine(libQuarrow::os::Machine& machine) : m_machine(machine) {}
 
     Counts counts;
-    libQuarrow::os::Clock* clockInstead = nullptr; // null: the machine's own
+    libQuarrow::os::Clock* clockInstead = nullptr;                        // null: the machine's own
+    std::optional<std::pair<std::uint16_t, std::uint8_t>> currentInstead; // none: what the machine tells
     boost::optional<AffinityGroups> systemInstead; // the system's affinity, where it is not the machine's own
 
     libQuarrow::os::Instructions& instructions() override { return *this; }
@@ -39,6 +40,9 @@ class CountingMachine : public libQuarrow::os::Machine, private libQuarrow::os::
     libQuarrow::os::MicrocodeRevisions microcodeRevisions() override { return m_machine.microcodeRevisions(); }
     libQuarrow::os::SystemFrequencies frequencies(std::uint16_t group, std::uint8_t bit) override {
         return m_machine.frequencies(group, bit);
+    }
+    std::optional<std::pair<std::uint16_t, std::uint8_t>> currentProcessor() const override {
+        return currentInstead ? currentInstead : m_machine.currentProcessor();
     }
     bool numbersProcessorsByGroup() const override { return m_machine.numbersProcessorsByGroup(); }
     pci::PciBackend& pciFunctions() override { return m_machine.pciFunctions(); }

@@ -5,6 +5,8 @@
 #include <libQuarrow/os/linux/SystemNumaNodes.h>
 #include <libQuarrow/os/linux/cpu/x86/LinuxAffinityAPI.h>
 
+#include <sched.h>
+
 namespace libQuarrow::os {
 
 std::shared_ptr<cpu::AffinityAPI> NativeMachine::createAffinityAPI() {
@@ -33,6 +35,13 @@ MicrocodeRevisions NativeMachine::microcodeRevisions() {
 
 SystemFrequencies NativeMachine::frequencies(std::uint16_t group, std::uint8_t bit) {
     return readFrequencies("/sys/devices/system/cpu/cpu" + std::to_string(group * 64u + bit));
+}
+
+std::optional<std::pair<std::uint16_t, std::uint8_t>> NativeMachine::currentProcessor() const {
+    const int number = sched_getcpu();
+    return number >= 0 ? std::make_optional(std::make_pair(static_cast<std::uint16_t>(number / 64),
+                                                           static_cast<std::uint8_t>(number % 64)))
+                       : std::nullopt;
 }
 
 bool NativeMachine::numbersProcessorsByGroup() const {

@@ -30,6 +30,18 @@ SystemFrequencies NativeMachine::frequencies(std::uint16_t /*group*/, std::uint8
     return {};
 }
 
+// Windows 7 and later have the entry point.
+std::optional<std::pair<std::uint16_t, std::uint8_t>> NativeMachine::currentProcessor() const {
+    static const auto get = reinterpret_cast<decltype(&::GetCurrentProcessorNumberEx)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "GetCurrentProcessorNumberEx")));
+    if (get == nullptr) {
+        return std::nullopt;
+    }
+    PROCESSOR_NUMBER place{};
+    get(&place);
+    return std::make_pair(std::uint16_t{place.Group}, std::uint8_t{place.Number});
+}
+
 bool NativeMachine::numbersProcessorsByGroup() const {
     return true;
 }

@@ -134,6 +134,19 @@ bool sameButForIds(std::uint32_t leaf, const cpu::cpuid_args& a, const cpu::cpui
     return a == b || withoutIds(leaf, a) == withoutIds(leaf, b);
 }
 
+// A brand is a package's, and hypervisors are the machine's. Each CPUID that is not executed is a way into the
+// hypervisor and back.
+bool isBrandLeaf(std::uint32_t leaf) {
+    return leaf >= 0x80000002 && leaf <= 0x80000004;
+}
+bool isOfMoreThanOneProcessor(std::uint32_t leaf) {
+    return isBrandLeaf(leaf) || cpu::isHypervisorLeaf(leaf);
+}
+
+bool arePackagemates(const PlaceFacts& a, const PlaceFacts& b, std::uint8_t packageShift) {
+    return a.idTold && b.idTold && std::uint64_t{a.id ^ b.id} >> packageShift == 0;
+}
+
 } // namespace
 
 Maker makerOf(const LeafReader& leaves) {
@@ -183,10 +196,13 @@ ProcessorIdentity decodeIdentity(LeafReader& leaves) {
 
 ProcessorFacts ProcessorDecoder::decode(cpu::RememberingCpuidReader& cpuid) {
     ProcessorFacts facts;
-    if (m_model != nullptr && cpuid.readLike(m_answers, sameButForIds)) {
+    if (m_model != nullptr && cpuid.readLike(m_answers, sameButForIds, isOfMoreThanOneProcessor)) {
         LeafReader leaves(cpuid);
-        if (decodePlace(leaves, m_model->identity, facts.place) == m_model->placing) {
+        if (decodePlace(leaves, m_model->identity, facts.place) == m_model->placing &&
+            (arePackagemates(facts.place, m_place, m_model->placing.shifts.package) ||
+             brandOf(leaves) == m_model->identity.brand)) {
             facts.model = m_model;
+            m_place = facts.place;
             return facts;
         }
     }
@@ -202,6 +218,7 @@ ProcessorFacts ProcessorDecoder::decode(cpu::RememberingCpuidReader& cpuid) {
     model.caches = decodeCaches(leaves, identity);
     model.tlbs = decodeTlbs(leaves);
     m_model = std::make_shared<const ModelFacts>(std::move(model));
+    m_place = facts.place;
     m_answers = cpuid.answers();
     facts.model = m_model;
     return facts;

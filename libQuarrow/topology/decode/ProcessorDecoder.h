@@ -27,9 +27,10 @@ class ProcessorDecoder {
 
   private:
     // Of the last processor that was decoded: one that answers the same but for its IDs is its like, since decoding
-    // goes by the answers alone, and is only placed.
+    // goes by the answers alone, and is only placed. What a package or the machine has in common it is not asked again.
     cpu::CpuidAnswers m_answers;
     std::shared_ptr<const ModelFacts> m_model;
+    PlaceFacts m_place; // of the last one of that model
 };
 
 } // namespace libQuarrow::topology

@@ -63,7 +63,8 @@ TEST(Topology, VisitsEachProcessorOnceAndReadsEachLeafOnce) {
               (std::vector<std::string>{"thread 0:1", "thread 0:2", "thread 0:4", "thread 0:4"}));
     EXPECT_EQ(cpu::WinAffinity::threadAffinity().value(), cpu::WinAffinity(4)) << "put back";
     for (const auto& [leaf, count] : machine.counts().cpuidOf) {
-        EXPECT_EQ(count, 2U) << std::hex << leaf.first << " " << leaf.second;
+        const bool ofPackage = leaf.first >= 0x80000002 && leaf.first <= 0x80000004; // the brand
+        EXPECT_EQ(count, ofPackage ? 1U : 2U) << std::hex << leaf.first << " " << leaf.second;
     }
     ASSERT_EQ(topology.leftOut().size(), 1U);
     EXPECT_EQ(topology.leftOut()[0].number, 1U);
@@ -76,10 +77,38 @@ TEST(Topology, VisitsEachProcessorOnceAndReadsEachLeafOnce) {
         const CurrentMachine bare({os::RecordedProcessor(), IntelProcessor(0x673)});
         EXPECT_EQ(Topology::read().value().leftOut().at(0).reason, "it has no CPUID instruction");
     }
+    machine.counts() = {};
+    machine.counting.currentInstead.emplace(std::uint16_t{0}, std::uint8_t{2}); // no way to go there first
+    EXPECT_EQ(Topology::read().value().all(), topology.all());
+    EXPECT_EQ(machine.counts().affinitySets,
+              (std::vector<std::string>{"thread 0:4", "thread 0:1", "thread 0:2", "thread 0:4"}));
     machine.faults().threadAffinityUnreadable = true;
-    EXPECT_EQ(Topology::read().value().leftOut().size(), 3U) << "what cannot be put back is not changed";
+    const Topology kept = Topology::read().value(); // what cannot be put back is not changed
+    ASSERT_EQ(kept.leftOut().size(), 3U);
+    EXPECT_TRUE(kept.leftOut()[0].number == 0 && kept.leftOut()[1].number == 1 && kept.leftOut()[2].number == 2);
     machine.faults().systemAffinityUnreadable = true;
     EXPECT_FALSE(Topology::read());
+}
+
+TEST(Topology, AsksOncePerPackageAndMachineForWhatTheyHaveInCommon) {
+    std::vector<IntelProcessor> processors;
+    for (const std::uint32_t id : {0U, 1U, 16U, 17U}) { // two packages
+        processors.push_back(intel(id, {1, 1, 2, 4}));
+        processors.back().leaf(1, {0x906A3, id << 24, 1U << 31, htt}).leaf(0x80000000, {0x80000004, 0, 0, 0});
+        processors.back().leaf(0x80000002, {id < 16 ? 0x41U : 0x42U, 0, 0, 0}); // A, B
+        processors.back().leaf(0x40000000, {0x40000001, 0x4B4D564B, 0x564B4D56, 0x4D});
+    }
+    CurrentMachine machine(processors);
+    const Topology topology = Topology::read().value();
+    std::string brands;
+    for (const topology::Processor& processor : topology.processors()) {
+        brands += processor.identity->brand;
+        EXPECT_EQ(processor.identity->hypervisor.value().signature, "KVMKVMKVM");
+    }
+    EXPECT_EQ(brands, "AABB");
+    EXPECT_EQ((machine.counts().cpuidOf[{0x80000002, 0}]), 2U);
+    EXPECT_EQ((machine.counts().cpuidOf[{0x40000000, 0}]), 2U) << "one for each model";
+    EXPECT_EQ((machine.counts().cpuidOf[{0x1F, 0}]), 4U);
 }
 
 TEST(Topology, TakesTheLevelsThatItKnows) {

@@ -73,11 +73,14 @@ class RememberingCpuidReader : public CpuidReader {
 
     const CpuidAnswers& answers() const { return m_answers; }
     // Reads what was read of another processor, in that order, up to the first answer that is not `alike` (of a leaf
-    // number and the registers of both). False when there is one. Before anything else is read; leaves that ask() was
-    // refused are not for it.
-    template <class Alike>
-    bool readLike(const CpuidAnswers& other, Alike alike) {
+    // number and the registers of both). False when there is one. Leaves that are `passedOver` are not read. Before
+    // anything else is read; leaves that ask() was refused are not for it.
+    template <class Alike, class PassedOver>
+    bool readLike(const CpuidAnswers& other, Alike alike, PassedOver passedOver) {
         for (const CpuidAnswers::Leaf& expected : other.leaves) {
+            if (passedOver(expected.leaf)) {
+                continue;
+            }
             const cpuid_args registers = m_source.read(expected.leaf, expected.subleaf);
             remember({expected.leaf, expected.subleaf, registers, true});
             if (!alike(expected.leaf, expected.registers, registers)) {
