@@ -199,9 +199,7 @@ quarrow_tlb factsOf(const topology::Tlb& tlb) {
     quarrow_tlb facts = {};
     facts.level = figures.level;
     facts.type = static_cast<std::uint32_t>(figures.type);
-    for (const std::uint64_t size : figures.pageSizes) {
-        facts.page_sizes |= size;
-    }
+    facts.page_sizes = figures.pageSizes.sum();
     facts.entries = figures.entries;
     facts.ways = orNone(figures.ways);
     return facts;

@@ -104,7 +104,7 @@ int quarrow_set_equal(const quarrow_set* a, const quarrow_set* b) {
 
 uint32_t quarrow_set_next(const quarrow_set* set, uint32_t from) {
     return answer(QUARROW_NONE, [&] {
-        const std::vector<ProcessorSet::Range>& ranges = processorsOf(set).ranges();
+        const ProcessorSet::Ranges ranges = processorsOf(set).ranges();
         const auto range =
             std::lower_bound(ranges.begin(), ranges.end(), from,
                              [](const ProcessorSet::Range& a, std::uint32_t number) { return a.last < number; });

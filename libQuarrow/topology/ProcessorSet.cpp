@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace libQuarrow::topology {
 namespace {
@@ -16,6 +17,15 @@ bool takeSign(std::string_view& text, char sign) {
     const bool there = !text.empty() && text.front() == sign;
     text.remove_prefix(there ? 1 : 0);
     return there;
+}
+
+// Whether the two overlap or follow each other without a gap.
+bool touch(const ProcessorSet::Range& a, const ProcessorSet::Range& b) {
+    return a.first <= b.last + std::uint64_t{1} && b.first <= a.last + std::uint64_t{1};
+}
+
+ProcessorSet::Range joined(const ProcessorSet::Range& a, const ProcessorSet::Range& b) {
+    return {std::min(a.first, b.first), std::max(a.last, b.last)};
 }
 
 // The first range that ends at `number` or above.
@@ -34,6 +44,25 @@ ProcessorSet::ProcessorSet(std::initializer_list<std::uint32_t> numbers) {
     for (const std::uint32_t number : numbers) {
         insert(number);
     }
+}
+
+ProcessorSet::ProcessorSet(const ProcessorSet& other)
+    : m_only(other.m_only),
+      m_several(other.m_several != nullptr ? std::make_unique<std::vector<Range>>(*other.m_several) : nullptr) {}
+
+ProcessorSet::ProcessorSet(ProcessorSet&& other) noexcept
+    : m_only(std::exchange(other.m_only, none)), m_several(std::move(other.m_several)) {}
+
+ProcessorSet& ProcessorSet::operator=(const ProcessorSet& other) {
+    return *this = ProcessorSet(other);
+}
+
+ProcessorSet& ProcessorSet::operator=(ProcessorSet&& other) noexcept {
+    // By way of a third one: a set may be assigned to itself.
+    ProcessorSet taken(std::move(other));
+    m_only = taken.m_only;
+    m_several = std::move(taken.m_several);
+    return *this;
 }
 
 std::optional<ProcessorSet> ProcessorSet::fromList(std::string_view text) {
@@ -64,7 +93,7 @@ std::optional<ProcessorSet> ProcessorSet::fromList(std::string_view text) {
 
 std::string ProcessorSet::toList() const {
     std::string text;
-    for (const Range& range : m_ranges) {
+    for (const Range& range : ranges()) {
         text += (text.empty() ? "" : ",") + std::to_string(range.first);
         if (range.last != range.first) {
             text += "-" + std::to_string(range.last);
@@ -75,15 +104,16 @@ std::string ProcessorSet::toList() const {
 
 std::size_t ProcessorSet::count() const {
     std::size_t count = 0;
-    for (const Range& range : m_ranges) {
+    for (const Range& range : ranges()) {
         count += std::size_t{range.last} - range.first + 1;
     }
     return count;
 }
 
 bool ProcessorSet::contains(std::uint32_t number) const {
-    const auto range = reaching(m_ranges, number);
-    return range != m_ranges.end() && range->first <= number;
+    const Ranges all = ranges();
+    const Range* const range = reaching(all, number);
+    return range != all.end() && range->first <= number;
 }
 
 bool ProcessorSet::contains(const ProcessorSet& other) const {
@@ -91,44 +121,67 @@ bool ProcessorSet::contains(const ProcessorSet& other) const {
 }
 
 std::optional<std::uint32_t> ProcessorSet::first() const {
-    return empty() ? std::nullopt : std::make_optional(m_ranges.front().first);
+    return empty() ? std::nullopt : std::make_optional(ranges()[0].first);
 }
 
 void ProcessorSet::insert(const Range& range) {
     if (range.last < range.first) {
         return;
     }
-    if (!m_ranges.empty() && range.first != 0 && m_ranges.back().last == range.first - 1) {
-        m_ranges.back().last = range.last; // as where a set is filled upwards
+    if (m_several != nullptr) {
+        insertAmong(range);
+    } else if (empty()) {
+        m_only = range;
+    } else if (touch(m_only, range)) {
+        m_only = joined(m_only, range);
+    } else {
+        m_several = std::make_unique<std::vector<Range>>(m_only.first < range.first ? std::vector{m_only, range}
+                                                                                    : std::vector{range, m_only});
+        m_only = none;
+    }
+}
+
+// Where there are several ranges.
+void ProcessorSet::insertAmong(const Range& range) {
+    std::vector<Range>& all = *m_several;
+    if (range.first >= all.back().first) { // as where a set is filled upwards
+        if (touch(all.back(), range)) {
+            all.back() = joined(all.back(), range);
+        } else {
+            all.push_back(range);
+        }
         return;
     }
-    // What overlaps the range or touches it becomes one with it.
-    const auto begin = m_ranges.empty() || m_ranges.back().last < (range.first == 0 ? 0 : range.first - 1)
-                           ? m_ranges.end()
-                           : reaching(m_ranges, range.first == 0 ? 0 : range.first - 1);
+    const auto begin = reaching(all, range.first == 0 ? 0 : range.first - 1);
     auto end = begin;
-    Range joined = range;
-    for (; end != m_ranges.end() && (end->first <= range.last || end->first - range.last == 1); ++end) {
-        joined = {std::min(joined.first, end->first), std::max(joined.last, end->last)};
+    Range whole = range;
+    for (; end != all.end() && touch(*end, whole); ++end) {
+        whole = joined(whole, *end);
     }
     if (begin == end) {
-        m_ranges.insert(begin, joined);
-    } else {
-        *begin = joined;
-        m_ranges.erase(begin + 1, end);
+        all.insert(begin, whole);
+        return;
+    }
+    *begin = whole;
+    all.erase(begin + 1, end);
+    if (all.size() == 1) {
+        m_only = whole;
+        m_several.reset();
     }
 }
 
 ProcessorSet ProcessorSet::operator|(const ProcessorSet& other) const {
+    const Ranges own = ranges();
+    const Ranges others = other.ranges();
     std::vector<Range> all;
-    all.reserve(m_ranges.size() + other.m_ranges.size());
-    std::merge(m_ranges.begin(), m_ranges.end(), other.m_ranges.begin(), other.m_ranges.end(), std::back_inserter(all),
+    all.reserve(own.size() + others.size());
+    std::merge(own.begin(), own.end(), others.begin(), others.end(), std::back_inserter(all),
                [](const Range& a, const Range& b) { return a.first < b.first; });
-    ProcessorSet joined;
+    ProcessorSet both;
     for (const Range& range : all) {
-        joined.insert(range);
+        both.insert(range);
     }
-    return joined;
+    return both;
 }
 
 ProcessorSet ProcessorSet::operator&(const ProcessorSet& other) const {
@@ -136,9 +189,11 @@ ProcessorSet ProcessorSet::operator&(const ProcessorSet& other) const {
     if (empty() || other.empty()) {
         return both;
     }
-    auto a = reaching(m_ranges, other.m_ranges.front().first);
-    auto b = reaching(other.m_ranges, m_ranges.front().first);
-    while (a != m_ranges.end() && b != other.m_ranges.end()) {
+    const Ranges own = ranges();
+    const Ranges others = other.ranges();
+    const Range* a = reaching(own, others[0].first);
+    const Range* b = reaching(others, own[0].first);
+    while (a != own.end() && b != others.end()) {
         both.insert(Range{std::max(a->first, b->first), std::min(a->last, b->last)});
         (a->last < b->last ? a : b)++;
     }
@@ -147,13 +202,14 @@ ProcessorSet ProcessorSet::operator&(const ProcessorSet& other) const {
 
 ProcessorSet ProcessorSet::operator-(const ProcessorSet& other) const {
     ProcessorSet rest;
-    auto taken = other.m_ranges.begin();
-    for (Range range : m_ranges) {
-        while (taken != other.m_ranges.end() && taken->last < range.first) {
+    const Ranges others = other.ranges();
+    const Range* taken = others.begin();
+    for (Range range : ranges()) {
+        while (taken != others.end() && taken->last < range.first) {
             ++taken;
         }
         bool left = true;
-        for (auto next = taken; left && next != other.m_ranges.end() && next->first <= range.last; ++next) {
+        for (const Range* next = taken; left && next != others.end() && next->first <= range.last; ++next) {
             if (next->first > range.first) {
                 rest.insert(Range{range.first, next->first - 1});
             }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,6 +25,21 @@ class QUARROW_EXPORT ProcessorSet {
         std::uint32_t first;
         std::uint32_t last; // in the range
         friend bool operator==(const Range& a, const Range& b) { return a.first == b.first && a.last == b.last; }
+    };
+
+    // Ranges that stand one behind the other. Valid until the set that they are of changes or ends.
+    class Ranges {
+      public:
+        const Range* begin() const { return m_begin; }
+        const Range* end() const { return m_end; }
+        std::size_t size() const { return static_cast<std::size_t>(m_end - m_begin); }
+        const Range& operator[](std::size_t index) const { return m_begin[index]; }
+
+      private:
+        friend class ProcessorSet;
+        Ranges(const Range* begin, const Range* end) : m_begin(begin), m_end(end) {}
+        const Range* m_begin;
+        const Range* m_end;
     };
 
     // Walks the numbers upwards.
@@ -63,6 +79,11 @@ class QUARROW_EXPORT ProcessorSet {
 
     ProcessorSet() = default; // empty
     ProcessorSet(std::initializer_list<std::uint32_t> numbers);
+    ProcessorSet(const ProcessorSet& other);
+    ProcessorSet(ProcessorSet&& other) noexcept; // leaves the other one empty
+    ProcessorSet& operator=(const ProcessorSet& other);
+    ProcessorSet& operator=(ProcessorSet&& other) noexcept;
+    ~ProcessorSet() = default;
 
     // The list form of taskset and of the kernel: "0,4-7", with a step "0-31:2". None for any other text, an empty one,
     // a range that runs downwards, a step of 0 and a number above highestNumber.
@@ -70,7 +91,7 @@ class QUARROW_EXPORT ProcessorSet {
     // "0,4-7", ascending, neighbours joined; empty for an empty set.
     std::string toList() const;
 
-    bool empty() const { return m_ranges.empty(); }
+    bool empty() const { return m_several == nullptr && m_only.last < m_only.first; }
     std::size_t count() const;
     bool contains(std::uint32_t number) const;
     // Whether every processor of `other` is in this set.
@@ -78,9 +99,12 @@ class QUARROW_EXPORT ProcessorSet {
     // The lowest number; none of an empty set.
     std::optional<std::uint32_t> first() const;
     // Ascending, neither touching nor overlapping.
-    const std::vector<Range>& ranges() const { return m_ranges; }
-    Iterator begin() const { return Iterator(m_ranges.data()); }
-    Iterator end() const { return Iterator(m_ranges.data() + m_ranges.size()); }
+    Ranges ranges() const {
+        return m_several != nullptr ? Ranges(m_several->data(), m_several->data() + m_several->size())
+                                    : Ranges(&m_only, &m_only + (empty() ? 0 : 1));
+    }
+    Iterator begin() const { return Iterator(ranges().begin()); }
+    Iterator end() const { return Iterator(ranges().end()); }
 
     // Takes constant time for a number above all that are in the set.
     void insert(std::uint32_t number) { insert(Range{number, number}); }
@@ -93,11 +117,20 @@ class QUARROW_EXPORT ProcessorSet {
     ProcessorSet& operator|=(const ProcessorSet& other) { return *this = *this | other; }
     ProcessorSet& operator&=(const ProcessorSet& other) { return *this = *this & other; }
     ProcessorSet& operator-=(const ProcessorSet& other) { return *this = *this - other; }
-    friend bool operator==(const ProcessorSet& a, const ProcessorSet& b) { return a.m_ranges == b.m_ranges; }
+    friend bool operator==(const ProcessorSet& a, const ProcessorSet& b) {
+        return a.m_several != nullptr && b.m_several != nullptr
+                   ? *a.m_several == *b.m_several
+                   : a.m_several == nullptr && b.m_several == nullptr && a.m_only == b.m_only;
+    }
     friend bool operator!=(const ProcessorSet& a, const ProcessorSet& b) { return !(a == b); }
 
   private:
-    std::vector<Range> m_ranges;
+    static constexpr Range none{1, 0};
+    void insertAmong(const Range& range);
+
+    // Most sets are of neighbours, so one range needs no memory of its own.
+    Range m_only = none;                           // where there are not several
+    std::unique_ptr<std::vector<Range>> m_several; // null where there are not
 };
 
 } // namespace libQuarrow::topology

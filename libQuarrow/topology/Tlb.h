@@ -3,10 +3,12 @@
 #include <libQuarrow/quarrow_export.h>
 #include <libQuarrow/topology/ProcessorSet.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <tuple>
-#include <vector>
 
 namespace libQuarrow::topology {
 
@@ -15,13 +17,66 @@ enum class TlbType { data, instruction, unified, load, store };
 // "data", "instruction", "unified", "load", "store".
 QUARROW_EXPORT const char* nameOf(TlbType type);
 
+// Sizes of pages in bytes, each a power of two. Kept as their sum, so that it needs no memory of its own.
+class PageSizes {
+  public:
+    // Walks the sizes upwards.
+    class Iterator {
+      public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = std::uint64_t;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const std::uint64_t*;
+        using reference = std::uint64_t;
+
+        explicit constexpr Iterator(std::uint64_t rest) : m_rest(rest) {}
+        constexpr std::uint64_t operator*() const { return m_rest & (~m_rest + 1); }
+        constexpr Iterator& operator++() {
+            m_rest &= m_rest - 1;
+            return *this;
+        }
+        constexpr Iterator operator++(int) {
+            const Iterator before = *this;
+            ++*this;
+            return before;
+        }
+        friend constexpr bool operator==(Iterator a, Iterator b) { return a.m_rest == b.m_rest; }
+        friend constexpr bool operator!=(Iterator a, Iterator b) { return a.m_rest != b.m_rest; }
+
+      private:
+        std::uint64_t m_rest;
+    };
+
+    constexpr PageSizes() = default; // none
+    constexpr PageSizes(std::initializer_list<std::uint64_t> sizes) {
+        for (const std::uint64_t size : sizes) {
+            m_sum |= size;
+        }
+    }
+
+    constexpr std::uint64_t sum() const { return m_sum; } // a bit for each size
+    constexpr Iterator begin() const { return Iterator(m_sum); }
+    constexpr Iterator end() const { return Iterator(0); }
+    friend constexpr bool operator==(PageSizes a, PageSizes b) { return a.m_sum == b.m_sum; }
+    friend constexpr bool operator!=(PageSizes a, PageSizes b) { return a.m_sum != b.m_sum; }
+    // As lists compare: by the first size that differs, where one of the two ends by having no more.
+    friend constexpr bool operator<(PageSizes a, PageSizes b) {
+        const std::uint64_t first = *Iterator(a.m_sum ^ b.m_sum);
+        const std::uint64_t below = first - 1;
+        return (a.m_sum & first) != 0 ? (b.m_sum & ~below) != 0 : first != 0 && (a.m_sum & ~below) == 0;
+    }
+
+  private:
+    std::uint64_t m_sum = 0;
+};
+
 // What a translation lookaside buffer is.
 struct TlbFigures {
     std::uint32_t level = 1; // 1: asked first
     TlbType type = TlbType::unified;
-    std::vector<std::uint64_t> pageSizes; // bytes, ascending; entries are for any of them
-    std::uint32_t entries = 0;            // never 0
-    std::optional<std::uint32_t> ways;    // 0: fully associative; none: not told
+    PageSizes pageSizes;               // entries are for any of them
+    std::uint32_t entries = 0;         // never 0
+    std::optional<std::uint32_t> ways; // 0: fully associative; none: not told
 
     auto all() const { return std::tie(level, type, pageSizes, entries, ways); }
     friend bool operator==(const TlbFigures& a, const TlbFigures& b) { return a.all() == b.all(); }

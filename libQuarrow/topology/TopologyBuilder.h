@@ -20,6 +20,7 @@ namespace libQuarrow::topology {
 
 class TopologyBuilder {
   public:
+    TopologyBuilder() { m_members.reserve(8); } // as many as simple machines have
     void setNumbering(ProcessorNumbering numbering) { m_topology.m_numbering = std::move(numbering); }
     void add(ProcessorFacts facts);
     void leaveOut(LeftOutProcessor processor) { m_topology.m_leftOut.push_back(std::move(processor)); }
@@ -59,26 +60,27 @@ class TopologyBuilder {
     };
 
     const Model& modelOf(const Member& member) const { return m_modelOf[member.model]; }
-    // What all models' `visit` adds, ascending, each once. A model's own, as places in that list, go to its `numbers`.
-    template <class Figures, class Visit>
-    std::vector<const Figures*> distinct(Numbers Model::*numbers, Visit visit) {
+    // The distinct figures of all models, ascending. Where they stand in that list goes to each model's `numbers`, in
+    // the order of its own, which ascend and of which no two are the same.
+    template <class Figures, class FiguresOf>
+    std::vector<const Figures*> distinct(Numbers Model::*numbers, FiguresOf figuresOf) {
         std::vector<const Figures*> all;
         all.reserve(12); // more than most machines have
-        for (Model& model : m_modelOf) {
-            const std::size_t before = all.size();
-            visit(*model.facts, [&all](const Figures& figures) { all.push_back(&figures); });
-            (model.*numbers).reserve(all.size() - before);
+        for (const Model& model : m_modelOf) {
+            figuresOf(*model.facts, [&all](const Figures& figures) { all.push_back(&figures); });
         }
         const auto less = [](const Figures* a, const Figures* b) { return *a < *b; };
-        const auto same = [](const Figures* a, const Figures* b) { return *a == *b; };
-        if (!std::is_sorted(all.begin(), all.end(), less)) {
+        if (m_modelOf.size() > 1) {
             std::sort(all.begin(), all.end(), less);
+            const auto same = [](const Figures* a, const Figures* b) { return *a == *b; };
+            all.erase(std::unique(all.begin(), all.end(), same), all.end());
         }
-        all.erase(std::unique(all.begin(), all.end(), same), all.end());
         for (Model& model : m_modelOf) {
-            visit(*model.facts, [&](const Figures& figures) {
-                const auto at = std::lower_bound(all.begin(), all.end(), &figures, less);
-                (model.*numbers).push_back(static_cast<std::uint32_t>(at - all.begin()));
+            (model.*numbers).reserve(std::min<std::size_t>(all.size(), 12));
+            auto at = all.begin();
+            figuresOf(*model.facts, [&](const Figures& figures) {
+                at = *at == &figures ? at : std::lower_bound(at, all.end(), &figures, less);
+                (model.*numbers).push_back(static_cast<std::uint32_t>(at++ - all.begin()));
             });
         }
         return all;
@@ -96,6 +98,9 @@ class TopologyBuilder {
     void findTlbs();
     static void insertInto(std::vector<ProcessorSet>& objects, std::uint32_t number, std::uint32_t processor) {
         if (number >= objects.size()) {
+            if (objects.empty()) {
+                objects.reserve(8);
+            }
             objects.resize(number + std::size_t{1});
         }
         objects[number].insert(processor);

@@ -134,14 +134,12 @@ void expectSame(const quarrow_machine* c, const topology::Topology& machine) {
         const topology::TlbFigures& figures = machine.tlbs()[i].figures;
         quarrow_tlb facts;
         ASSERT_EQ(quarrow_machine_tlb(c, i, &facts, sizeof facts), QUARROW_OK);
-        std::vector<std::uint64_t> pages;
-        for (std::uint64_t size = 1; size != 0; size <<= 1) {
-            if ((facts.page_sizes & size) != 0) {
-                pages.push_back(size);
-            }
+        std::uint64_t pages = 0;
+        for (const std::uint64_t size : figures.pageSizes) {
+            pages += size;
         }
-        EXPECT_EQ(std::tie(facts.level, pages, facts.entries),
-                  std::tie(figures.level, figures.pageSizes, figures.entries));
+        EXPECT_EQ(std::tie(facts.level, facts.page_sizes, facts.entries),
+                  std::tie(figures.level, pages, figures.entries));
         EXPECT_EQ(textOf(quarrow_tlb_type_name(facts.type)), nameOf(figures.type));
         EXPECT_EQ(known(facts.ways), figures.ways);
         EXPECT_EQ(listed(quarrow_set_of_object(c, QUARROW_TLBS, i)), machine.tlbs()[i].processors.toList());

@@ -14,23 +14,17 @@ namespace {
 
 constexpr std::uint32_t mostTlbs = 32; // whatever leaf 0x18 says
 
-void add(std::vector<TlbFigures>& tlbs, TlbFigures tlb) {
+void add(std::vector<TlbFigures>& tlbs, const TlbFigures& tlb) {
     if (tlb.entries != 0 && std::find(tlbs.begin(), tlbs.end(), tlb) == tlbs.end()) {
-        tlbs.push_back(std::move(tlb));
+        tlbs.push_back(tlb);
     }
 }
 
 // From the bits k4, m2, m4 and g1.
-std::vector<std::uint64_t> pageSizes(std::uint32_t pages) {
-    constexpr std::uint64_t sizes[] = {0x1000, 0x200000, 0x400000, 0x40000000};
-    std::vector<std::uint64_t> all;
-    all.reserve(std::size(sizes));
-    for (unsigned int i = 0; i < 4; ++i) {
-        if ((pages >> i & 1) != 0) {
-            all.push_back(sizes[i]);
-        }
-    }
-    return all;
+PageSizes pageSizes(std::uint32_t pages) {
+    using namespace descriptors;
+    const auto size = [pages](std::uint32_t bit, std::uint64_t bytes) { return (pages & bit) != 0 ? bytes : 0; };
+    return {size(k4, 0x1000), size(m2, 0x200000), size(m4, 0x400000), size(g1, 0x40000000)};
 }
 
 std::uint32_t pagesOf(const cpu::TlbLeaf& told) {

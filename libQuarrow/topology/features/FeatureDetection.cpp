@@ -52,9 +52,6 @@ const Announcement* announcementOf(std::uint32_t leaf, std::uint32_t subleaf) {
 }
 
 constexpr std::size_t wordBits = 64; // of a FeatureSet
-std::size_t wordsOfAll() {
-    return featureNamesInOrder().size() / wordBits + 1;
-}
 
 // Features that follow each other in their register and in a word of a set.
 struct FlagRun {
@@ -178,8 +175,8 @@ FeatureSet setOf(std::initializer_list<Feature> features) {
 } // namespace
 
 FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
+    static_assert(std::size(cpu::standardCpuidFlags) + std::size(cpu::extendedCpuidFlags) <= FeatureSet::room);
     FeatureSet features;
-    features.m_words.resize(wordsOfAll());
     ExistingLeaves leaves(cpuid);
     for (const LeafFlags& leaf : leavesWithFlags()) {
         const cpu::cpuid_args answer = leaves.read(leaf.leaf, leaf.subleaf, leaf.announcement);
@@ -192,7 +189,6 @@ FeatureSet featuresOf(cpu::CpuidReader& cpuid) {
             features.m_words[run.word] |= set << run.lowestWordBit;
         }
     }
-    features.trim();
     return features;
 }
 
@@ -200,16 +196,14 @@ FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid) {
     static const std::size_t osxsave = featureNamed("osxsave")->index;
     const std::uint64_t enabled = features.containsIndex(osxsave) ? cpuid.xcr0() : 0;
     FeatureSet usable;
-    usable.m_words.resize(features.m_words.size());
     for (const UsableGroup& group : usableGroups()) {
         if ((enabled & group.state) != group.state || (group.enabledBy && !features.containsIndex(*group.enabledBy))) {
             continue;
         }
-        for (std::size_t i = 0; i < std::min(usable.m_words.size(), group.features.m_words.size()); ++i) {
+        for (std::size_t i = 0; i < usable.m_words.size(); ++i) {
             usable.m_words[i] |= features.m_words[i] & group.features.m_words[i];
         }
     }
-    usable.trim();
     return usable;
 }
 

@@ -2,6 +2,7 @@
 
 #include <libQuarrow/quarrow_export.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -52,11 +53,12 @@ class QUARROW_EXPORT FeatureSet {
   private:
     friend FeatureSet featuresOf(cpu::CpuidReader& cpuid);
     friend FeatureSet usableOf(const FeatureSet& features, cpu::CpuidReader& cpuid);
-    bool containsIndex(std::size_t index) const;
-    void insertIndex(std::size_t index);
-    void trim();
+    // In the order of names(); below `room`.
+    bool containsIndex(std::size_t index) const { return (m_words[index / 64] >> index % 64 & 1) != 0; }
+    void insertIndex(std::size_t index) { m_words[index / 64] |= std::uint64_t{1} << index % 64; }
 
-    std::vector<std::uint64_t> m_words; // a bit for each name, in the order of names(); no zero word at the end
+    static constexpr std::size_t room = 512;
+    std::array<std::uint64_t, room / 64> m_words{}; // a bit for each name
 };
 
 } // namespace libQuarrow::topology
