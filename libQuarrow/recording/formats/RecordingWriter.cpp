@@ -4,7 +4,11 @@
 
 #include <zel/String.h>
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <ostream>
+#include <string>
 
 namespace libQuarrow::os {
 namespace {
@@ -14,6 +18,14 @@ constexpr std::size_t bytesPerLine = 16;
 template <class... Arguments>
 void write(std::ostream& out, const char* format, Arguments... arguments) {
     out << zel::String::SprintfFormat(format, arguments...).toUtf8();
+}
+
+// At least that many hexadecimal digits. Leaves are most of a recording, so theirs are not written by a format.
+std::string hex(std::uint32_t number, std::size_t digits) {
+    std::array<char, 8> text;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number, 16).ptr;
+    const auto length = static_cast<std::size_t>(end - text.data());
+    return std::string(digits - std::min(digits, length), '0').append(text.data(), length);
 }
 
 // What is not known is left out.
@@ -34,8 +46,9 @@ void writeFrequencies(const SystemFrequencies& frequencies, std::ostream& out) {
 
 void writeLeaves(const RecordedProcessor& processor, std::ostream& out) {
     for (const auto& [where, registers] : processor.leaves) {
-        write(out, "   0x%08x 0x%02x: eax=0x%08x ebx=0x%08x ecx=0x%08x edx=0x%08x\n", where.first, where.second,
-              registers.eax, registers.ebx, registers.ecx, registers.edx);
+        out << "   0x" << hex(where.first, 8) << " 0x" << hex(where.second, 2);
+        out << ": eax=0x" << hex(registers.eax, 8) << " ebx=0x" << hex(registers.ebx, 8);
+        out << " ecx=0x" << hex(registers.ecx, 8) << " edx=0x" << hex(registers.edx, 8) << '\n';
     }
 }
 
