@@ -195,6 +195,13 @@ TEST(Tool, TellsAffinitiesSpeedsAndLimitsInJson) {
               json::parse(R"({"tccActivationCelsius": null, "tccOffsetCelsius": null, "turboRatios": null,
                                "performanceLevels": null})"));
 
+    for (const char* command : {"limits 1", "speed 1", "--classic limits 1"}) {
+        EXPECT_EQ(runToolForJson(of(rich, std::string("--json ") + command))["processors"].size(), 1U) << command;
+        const std::string text = runTool(of(rich, command)).out;
+        EXPECT_TRUE(std::regex_search(text, std::regex("^Logical CPUs? *: 1\n"))) << text;
+        EXPECT_EQ(text.find("Logical", 1), std::string::npos) << text;
+    }
+
     std::string levels = contentOf(machine(amd)); // with those of collaborative performance control
     levels.replace(levels.find("ebx=0x00000007 ecx=0x00002003"), 14, "ebx=0x08000007");
     levels.insert(levels.find("CPU 1:"), "   msr 0xc00102b0: 0x00000000c4842a10\n");

@@ -33,7 +33,7 @@ complete -c quarrow -n "$none" -a msr -d "Read or write a model-specific registe
 complete -c quarrow -n "$none" -a mem -d "Read or write physical memory"
 complete -c quarrow -n "$none" -a port -d "Read or write an I/O port"
 
-complete -c quarrow -n "__fish_seen_subcommand_from cpus speed" -a "(__quarrow_processors)" -d "Logical processor"
+complete -c quarrow -n "__fish_seen_subcommand_from cpus limits speed" -a "(__quarrow_processors)" -d "Logical processor"
 complete -c quarrow -n "__fish_seen_subcommand_from record baseline fleet" -F
 complete -c quarrow -n "__fish_seen_subcommand_from fleet" -l html -r -F -d "Write a page for a browser into a file"
 complete -c quarrow -n "__fish_seen_subcommand_from export" -x -a "hwloc-xml jsonl nfd prometheus slurm"

@@ -83,6 +83,9 @@ std::string classicLimitsCommand(const Request& request) {
     std::string whyNot;
     std::map<const x86_cpu*, std::string> descriptions;
     const Machine machine = readMachine(request, [&](const x86_cpu& cpu) {
+        if (!isNamed(cpu, request.operands)) {
+            return;
+        }
         msrs.forget();
         const boost::optional<Limits> limits = limitsOf(cpu);
         if (whyNot.empty() && limits && !limits->isComplete()) {
@@ -90,8 +93,8 @@ std::string classicLimitsCommand(const Request& request) {
         }
         descriptions[&cpu] = classicLimitsText(limits);
     });
-    const std::string text =
-        describedTogether(machine.processors, [&](const x86_cpu& cpu) { return descriptions.at(&cpu); });
+    const std::string text = describedTogether(namedProcessors(machine.processors, request.operands),
+                                               [&](const x86_cpu& cpu) { return descriptions.at(&cpu); });
     return whyNot.empty() ? text : text + "\n" + whyNot;
 }
 

@@ -30,7 +30,7 @@ const std::vector<Command>& allCommands() {
           {"width", "COLUMNS", "Width of the text; without it, that of the terminal, of $COLUMNS, or 80"}},
          pictureCommand},
         {"limits", limitsCommand, "At which temperature processors slow down, how far turbo goes, and performance levels",
-         {}, {}, classicLimitsCommand},
+         processors, {}, classicLimitsCommand},
         {"speed", speedCommand, "Measured rate of the time-stamp counters; base, turbo and other speeds", processors, {},
          classicSpeedCommand},
         {"affinity", affinityCommand, "Affinity of the system, the process and the thread; or what TEXT means",

@@ -84,9 +84,8 @@ std::string limitsText(const Processor& processor, std::size_t columns) {
     return text;
 }
 
-std::string limitsReport(const Topology& topology) {
+std::string limitsReport(const Topology& topology, const std::vector<const Processor*>& processors) {
     const std::size_t columns = outputColumns();
-    const std::vector<const Processor*> processors = namedProcessors(topology, {});
     std::string text;
     for (const AlikeProcessors& group : alikeProcessors(
              processors, [columns](const Processor& processor) { return limitsText(processor, columns); })) {
@@ -103,7 +102,8 @@ std::string limitsReport(const Topology& topology) {
 
 std::string limitsCommand(const Request& request) {
     const Topology topology = readLimits(request);
-    return request.json ? machineDocument(request, topology) : limitsReport(topology);
+    return request.json ? machineDocument(request, topology)
+                        : limitsReport(topology, namedProcessors(topology, request.operands));
 }
 
 } // namespace quarrow
