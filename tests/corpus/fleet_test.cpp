@@ -131,9 +131,15 @@ TEST_F(Corpus, IsReadByHwlocWithTheSameCounts) {
             objects += count;
         }
         std::size_t kinds = 0;
+        std::size_t last = 0; // hwloc ranks the most efficient ones first
         for (const auto kind :
-             {topology::CoreKind::performance, topology::CoreKind::efficient, topology::CoreKind::lowPower}) {
-            kinds += machine.ofKind(kind).empty() ? 0 : 1;
+             {topology::CoreKind::lowPower, topology::CoreKind::efficient, topology::CoreKind::performance}) {
+            if (!machine.ofKind(kind).empty()) {
+                const std::size_t at = read.find(std::string("value=\"") + nameOf(kind) + "\"");
+                EXPECT_TRUE(at != std::string::npos && at > last) << nameOf(kind);
+                last = at;
+                ++kinds;
+            }
         }
         EXPECT_EQ(occurrences(read, "<cpukind "), kinds);
     });
