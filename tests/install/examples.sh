@@ -18,10 +18,9 @@ answers() {
     esac
 }
 
-# run_examples FOLDER; $without_c says that the C interface was not built.
+# run_examples FOLDER
 run_examples() {
-    for example in one_thread_per_core print_tree share_l3 ${without_c:-tree} watch_temperature; do
-        [ "$example" != without_c ] || continue
+    for example in one_thread_per_core print_tree share_l3 tree watch_temperature; do
         [ -f "$1/$example${suffix:-}" ] || fail "$example was not built in $1"
     done
     machines=$source/tests/machines
@@ -29,8 +28,7 @@ run_examples() {
     answers "package 0: " ${run:+"$run"} "$1/print_tree${suffix:-}"
     answers "The thread runs on 0:000000000000000Fh" ${run:+"$run"} "$1/share_l3${suffix:-}" "$machines/amd-family17-smt.txt"
     answers "package 0: 59 " ${run:+"$run"} "$1/watch_temperature${suffix:-}" "$machines/intel-thermal.txt"
-    [ -n "${without_c:-}" ] ||
-        answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$1/tree${suffix:-}" "$machines/intel-2p-smt.txt"
+    answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$1/tree${suffix:-}" "$machines/intel-2p-smt.txt"
 }
 
 # with_find_package ROOT OPTION...: builds the examples as a CMake project of their own.

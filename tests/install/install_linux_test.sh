@@ -82,7 +82,6 @@ LD_LIBRARY_PATH=$work/unpacked/usr/lib with_pkg_config "$work/unpacked/usr"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib in_c "$work/unpacked/usr" cc
 
 # Part of another project: demands no GoogleTest and none of the tool's libraries, leaves output folders and warnings alone.
-# This one wants static libraries, and installs them.
 mkdir -p "$work/part"
 cat >"$work/part/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.22)
@@ -91,7 +90,6 @@ foreach(package GTest CLI11 nlohmann_json)
     set(CMAKE_DISABLE_FIND_PACKAGE_\${package} ON)
 endforeach()
 set(BUILD_SHARED_LIBS OFF)
-set(QUARROW_INSTALL ON)
 add_subdirectory($source quarrow)
 add_executable(part part.cpp)
 target_link_libraries(part PRIVATE Quarrow::zel)
@@ -104,25 +102,27 @@ EOF
 {
     cmake -S "$work/part" -B "$work/part/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
         -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON &&
-        cmake --build "$work/part/build" && cmake --install "$work/part/build" --prefix "$work/static"
+        cmake --build "$work/part/build" --target part
 } >"$work/log" 2>&1 || fail "add_subdirectory: $(cat "$work/log")"
 "$work/part/build/part" || fail "add_subdirectory: the program does not run"
 ! grep -q -e -Werror "$work/part/build/compile_commands.json" || fail "add_subdirectory: our warnings are errors of others"
+! grep -q -e QUARROW_HAS_JSON "$work/part/build/compile_commands.json" || fail "add_subdirectory: uses what it was denied"
 [ ! -e "$work/part/build/bin" ] || fail "add_subdirectory: decides where things are built"
+# The only source that would be another one without the library.
+"$compiler" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$source" -I"$root/include" \
+    "$source/libQuarrow/recording/formats/FirecrackerJson.cpp" || fail "does not compile without a library for JSON"
 echo "built as a part of another project"
 
-! find "$work/static" -name '*.so*' | grep . || fail "installs shared libraries where static ones were asked for"
-without_c=without_c with_find_package "$work/static"
-static=--static with_pkg_config "$work/static"
-! readelf -d "$work/by_hand" | grep -i quarrow || fail "is linked with a shared library of ours"
-
-# The C interface of static libraries, for users without a compiler of C++.
+# Static libraries, and the C interface of them, for users without a compiler of C++.
 {
-    cmake -S "$source" -B "$work/static_c" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DBUILD_SHARED_LIBS=OFF \
+    cmake -S "$source" -B "$work/static_build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DBUILD_SHARED_LIBS=OFF \
         -DQUARROW_BUILD_TOOL=OFF -DQUARROW_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 &&
-        cmake --build "$work/static_c" && cmake --install "$work/static_c" --prefix "$work/static_c_root"
+        cmake --build "$work/static_build" && cmake --install "$work/static_build" --prefix "$work/static"
 } >"$work/log" 2>&1 || fail "static libraries: $(cat "$work/log")"
-in_c "$work/static_c_root" cc
-for program in "$work/tree_by_hand" "$work/in_c/build/tree"; do
+! find "$work/static" -name '*.so*' | grep . || fail "installs shared libraries where static ones were asked for"
+with_find_package "$work/static"
+static=--static with_pkg_config "$work/static"
+in_c "$work/static" cc
+for program in "$work/by_hand" "$work/tree_by_hand" "$work/in_c/build/tree"; do
     ! readelf -d "$program" | grep -i quarrow || fail "$program is linked with a shared library of ours"
 done
