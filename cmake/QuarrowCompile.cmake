@@ -7,14 +7,14 @@ function(quarrow_warnings target)
     endif()
 endfunction()
 
-# quarrow_unity(<target>): where it is compiled in batches of several sources (UNITY_BUILD), as the presets for tests do to
-# parse headers less often, these stay on their own: the sources of Windows, whose headers define words of ours.
+# quarrow_unity(<target>): where it is compiled in batches of several sources (UNITY_BUILD), as the presets do to parse
+# headers less often, these stay on their own: the sources of Windows, whose headers define words of ours.
 function(quarrow_unity target)
     get_target_property(sources ${target} SOURCES)
     list(FILTER sources INCLUDE REGEX "/os/windows/.*\\.cpp$")
     set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     # What is local to one source of a batch is not known to the next. gcc also takes them for headers, in which a local type
-    # would be a fault. Where they are compiled alone, as in the preset release, both are looked for.
+    # would be a fault. Where they are compiled alone, as without a preset, both are looked for.
     set(before "#pragma GCC diagnostic ignored \"-Wshadow\"")
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         string(APPEND before "\n#pragma GCC diagnostic ignored \"-Wsubobject-linkage\"")
