@@ -1,6 +1,6 @@
 # What `cmake --install` lays down, in three components. "libraries": those, on Windows with the run-time libraries of MinGW.
 # "tool": it, the documents, the man page and the completions. "development": the public headers, the CMake package, the
-# pkg-config file. On Linux a fourth, "static", which is not installed with the others: the tool that needs no library at all.
+# pkg-config file and the examples. On Linux a fourth, "static", which is not installed with the others: the tool that needs no library at all.
 include(CMakePackageConfigHelpers)
 
 get_property(libraries GLOBAL PROPERTY QUARROW_LIBRARIES)
@@ -60,6 +60,9 @@ configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/QuarrowConfig.cmake.in
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuarrowConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/QuarrowConfig.cmake ${PROJECT_BINARY_DIR}/QuarrowConfigVersion.cmake
         DESTINATION ${package_folder} COMPONENT development)
+
+file(GLOB examples CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/*)
+install(FILES ${examples} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libquarrow-dev/examples COMPONENT development)
 
 # Found from where the file lies, so that an installed tree can be moved.
 set(QUARROW_PC_PREFIX ${CMAKE_INSTALL_PREFIX})

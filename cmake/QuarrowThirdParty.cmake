@@ -3,22 +3,27 @@
 
 set(third_party "")
 set(texts "")
-# third_party(<component> INCLUDE <folder of its headers> LICENCE <name> HOW <how it is used> PACKAGE <Debian package>)
+# third_party(<component> INCLUDE <folder of its headers> LICENCE <name> HOW <how it is used> PACKAGE <Debian package>
+#             [STANZA <licence>]): with STANZA only the text of that licence is taken, by its name in the package's file, which
+# names every file of the component, built in or not.
 macro(third_party component)
-    cmake_parse_arguments(ARG "" "INCLUDE;LICENCE;HOW;PACKAGE" "" ${ARGN})
+    cmake_parse_arguments(ARG "" "INCLUDE;LICENCE;HOW;PACKAGE;STANZA" "" ${ARGN})
     string(APPEND third_party "  ${component}: ${ARG_LICENCE}\n      ${ARG_HOW}\n")
     if(ARG_INCLUDE)
         string(APPEND third_party "      #include <${ARG_INCLUDE}/...>\n")
     endif()
     if(EXISTS /usr/share/doc/${ARG_PACKAGE}/copyright)
         file(READ /usr/share/doc/${ARG_PACKAGE}/copyright text)
+        if(ARG_STANZA)
+            string(REGEX MATCH "\nLicense: ${ARG_STANZA}\n( [^\n]*\n)+" text "${text}")
+        endif()
         string(APPEND texts "\n${rule}\n${component}\n${rule}\n\n${text}")
     endif()
 endmacro()
 string(REPEAT "-" 78 rule)
 
-third_party("Boost" INCLUDE boost LICENCE "Boost Software License 1.0" PACKAGE libboost1.74-dev
-            HOW "headers, compiled into the libraries and the tool")
+third_party("Boost" INCLUDE boost LICENCE "Boost Software License 1.0" PACKAGE libboost1.74-dev STANZA "BSL-1[.]0"
+            HOW "headers of the Boost project's contributors, compiled into the libraries and the tool")
 third_party("{fmt}" INCLUDE fmt LICENCE "MIT, with an exception for object code" PACKAGE libfmt-dev
             HOW "headers, compiled into zel and the tool")
 third_party("spdlog" INCLUDE spdlog LICENCE "MIT" PACKAGE libspdlog-dev

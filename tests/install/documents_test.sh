@@ -60,6 +60,7 @@ fish=$(sed -n 's/^complete .* -l \([a-z]*\) .*/--\1/p' "$source/tools/quarrow/qu
 [ "$(completes quarrow --machine "$source/READ")" = "$source/README.md" ] || complain "does not complete files"
 [ "$(completes quarrow --machine = "$source/READ")" = "$source/README.md" ] || complain "does not complete files after ="
 [ "$(completes quarrow --machine = /etc/passwd "")" = "$commands" ] || complain "no commands after an option with ="
+[ "$(completes quarrow baseline nati)" = native ] || complain "does not complete this machine's name"
 [ "$(completes quarrow cpus "" | head -1)" = 0 ] || complain "does not complete processor numbers"
 
 # shown DOCUMENT: its pieces of C++, without indentation, stand so in one of the examples.

@@ -31,13 +31,13 @@ run_examples() {
     answers "  Core 3: CPUs 6-7" ${run:+"$run"} "$1/tree${suffix:-}" "$machines/intel-2p-smt.txt"
 }
 
-# with_find_package ROOT OPTION...: builds the examples as a CMake project of their own.
+# with_find_package ROOT OPTION...: builds the examples that are installed there as a CMake project of their own.
 with_find_package() {
     root=$1
     shift
     rm -rf "$work/find_package"
     {
-        cmake -S "$source/examples" -B "$work/find_package" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
+        cmake -S "$root/share/doc/libquarrow-dev/examples" -B "$work/find_package" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
             -DCMAKE_PREFIX_PATH="$root" "$@" && cmake --build "$work/find_package"
     } >"$work/log" 2>&1 || fail "find_package(Quarrow): $(cat "$work/log")"
     run_examples "$work/find_package"

@@ -35,6 +35,7 @@ complete -c quarrow -n "$none" -a port -d "Read or write an I/O port"
 
 complete -c quarrow -n "__fish_seen_subcommand_from cpus limits speed" -a "(__quarrow_processors)" -d "Logical processor"
 complete -c quarrow -n "__fish_seen_subcommand_from record baseline fleet" -F
+complete -c quarrow -n "__fish_seen_subcommand_from baseline" -a "native" -d "This machine"
 complete -c quarrow -n "__fish_seen_subcommand_from fleet" -l html -r -F -d "Write a page for a browser into a file"
 complete -c quarrow -n "__fish_seen_subcommand_from export" -x -a "hwloc-xml jsonl nfd prometheus slurm"
 complete -c quarrow -n "__fish_seen_subcommand_from export" -l name -x -d "What jsonl and slurm call the machine"
