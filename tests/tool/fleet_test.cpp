@@ -165,6 +165,9 @@ TEST(Baseline, IsWhatEveryMachineHas) {
     writeContent(lines, lineOf(names[0]) + lineOf(names[1]) + lineOf(names[2]));
     const ToolRun run = runTool("baseline - --json", lines);
     EXPECT_EQ(json::parse(run.out)["baseline"], baseline);
+    EXPECT_EQ(json::parse(runTool("baseline - --json", machine(names[0])).out)["baseline"],
+              runToolForJson("baseline --json " + quoted(machine(names[0])))["baseline"])
+        << "a recording there";
 }
 
 TEST(Baseline, TellsOfTwoMachinesInWhatTheyDiffer) {

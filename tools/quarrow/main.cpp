@@ -66,8 +66,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.set_help_flag("-h,--help", "Print this help, or that of a command, and exit");
     app.set_version_flag("--version", "quarrow " QUARROW_VERSION, "Print the version and exit");
     app.add_option("--machine", arguments.machineFile,
-                   "Report the machine recorded in FILE, also a folder of hwloc-gather-cpuid, instead of this one; "
-                   "- reads standard input")
+                   "Report the machine recorded in FILE instead of this one; - reads standard input")
         ->type_name("FILE");
     app.add_flag("--classic", arguments.request.classic,
                  "Answer with the classic classes, in their texts; see classic.md");

@@ -95,25 +95,39 @@ std::optional<FleetMachine> readCurrentMachine(bool useThreadAffinity) {
     return topology && !topology->processors().empty() ? std::make_optional(fleetMachineOf(*topology)) : std::nullopt;
 }
 
-void takeRecording(const FleetFile& file, const FleetSink& sink) {
+// `place`: where to read it, as for readRecording().
+void takeRecording(const std::string& place, const std::string& name, bool isNamed, const FleetSink& sink) {
     os::RecordingError error;
-    boost::optional<os::Recording> recording = os::readRecording(file.name, error);
+    boost::optional<os::Recording> recording = os::readRecording(place, error);
     if (!recording) {
-        sink.leaveOut(error.message, file.isNamed);
+        sink.leaveOut(error.message, isNamed);
         return;
     }
     os::RecordedMachine machine(std::move(*recording));
     const os::ScopedMachine inItsPlace(machine);
     if (std::optional<FleetMachine> taken = readCurrentMachine(true)) {
-        sink.take(file.name, std::move(*taken));
+        sink.take(name, std::move(*taken));
     } else {
-        sink.leaveOut(file.name + ": no logical processor could be read", file.isNamed);
+        sink.leaveOut(name + ": no logical processor could be read", isNamed);
+    }
+}
+
+// One recording, or JSON Lines, which are read line by line however many there are. So a recording that is JSON itself
+// is taken for these.
+void takeStandardInput(const FleetSink& sink) {
+    while (std::cin.peek() == '\n' || std::cin.peek() == '\r' || std::cin.peek() == ' ') {
+        std::cin.get();
+    }
+    if (std::cin.peek() == '{' || std::cin.eof()) {
+        readJsonLines(std::cin, standardInputName, true, sink);
+    } else {
+        takeRecording("-", standardInputName, true, sink);
     }
 }
 
 void takeFile(const FleetFile& file, const FleetSink& sink, const std::function<void(std::size_t)>& advance) {
     if (!looksLikeDocument(file.path)) { // nor does a folder
-        takeRecording(file, sink);
+        takeRecording(file.name, file.name, file.isNamed, sink);
         return;
     }
     std::ifstream lines(file.path, std::ios::binary);
@@ -199,7 +213,7 @@ void readFleet(const Request& request, const std::vector<std::string>& operands,
                 progress.reach(static_cast<std::size_t>((at += bytes) / step));
             });
         } else if (file.name == "-") {
-            readJsonLines(std::cin, standardInputName, true, sink);
+            takeStandardInput(sink);
         } else {
             sink.take(request.machineFile.value_or(file.name), fleetMachineOf(readTopology(request)));
         }
