@@ -10,6 +10,7 @@
 #include <optional>
 #include <shared_mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Private to the library: what the handles of the C interface hold.
@@ -42,7 +43,9 @@ inline const topology::Topology& topologyOf(const quarrow_machine* machine) {
 const topology::Processor& processorOf(const quarrow_machine* machine, std::uint32_t number);
 
 inline quarrow_set* newSet(topology::ProcessorSet processors) {
-    return new quarrow_set{std::move(processors)};
+    auto set = std::make_unique<quarrow_set>();
+    set->processors = std::move(processors);
+    return set.release();
 }
 
 // The numbers of the objects that QUARROW_KINDS counts.
