@@ -35,7 +35,7 @@ class Numberer {
                 return m_count++;
             }
         }
-        if (2 * (m_count + 1) > m_slots.size()) {
+        if (std::size_t{2} * (m_count + 1) > m_slots.size()) {
             grow();
         }
         Slot& slot = find(key);

@@ -114,7 +114,7 @@ ProcessorSet numbersIn(const std::string& operand) {
 }
 
 ProcessorSet namedSet(const Topology& topology, const std::vector<std::string>& operands) {
-    const ProcessorSet all = topology.all();
+    ProcessorSet all = topology.all();
     if (operands.empty()) {
         return all;
     }

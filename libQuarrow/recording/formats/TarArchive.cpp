@@ -76,7 +76,7 @@ boost::optional<std::vector<ArchivedFile>> filesInTar(std::string_view bytes) {
             std::string path = hasPrefix ? std::string(tarField(header, 345, 155)) + "/" : std::string();
             path += tarField(header, 0, 100);
             if (type == '0' || type == '\0') {
-                files.push_back({longPath.empty() ? std::move(path) : std::move(longPath), contents});
+                files.push_back({longPath.empty() ? path : longPath, contents});
             }
             longPath.clear();
         }

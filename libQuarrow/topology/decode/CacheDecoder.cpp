@@ -133,7 +133,7 @@ void addCyrix(LeafReader& leaves, std::vector<CacheFacts>& caches) {
     for (const std::uint8_t descriptor : readDescriptors(leaves)) {
         if (descriptor == 0x80) {
             CacheFacts cache;
-            cache.figures = {1, CacheType::unified, 16 * 1024, 4, 16, std::nullopt, std::nullopt};
+            cache.figures = {1, CacheType::unified, std::uint64_t{16} * 1024, 4, 16, std::nullopt, std::nullopt};
             cache.sharing = CacheSharing::core;
             add(caches, cache);
         }

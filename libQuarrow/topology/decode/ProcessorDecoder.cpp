@@ -43,8 +43,8 @@ std::string brandOf(LeafReader& leaves) {
         return {};
     }
     std::array<std::uint32_t, 12> registers{};
-    for (std::uint32_t i = 0; i < 3; ++i) {
-        const cpu::cpuid_args part = leaves.read(0x80000002 + i);
+    for (std::size_t i = 0; i < 3; ++i) {
+        const cpu::cpuid_args part = leaves.read(0x80000002 + static_cast<std::uint32_t>(i));
         registers[4 * i] = part.eax;
         registers[4 * i + 1] = part.ebx;
         registers[4 * i + 2] = part.ecx;

@@ -12,7 +12,6 @@
 namespace quarrow {
 
 using libQuarrow::cpu::x86_cpu;
-using libQuarrow::topology::ProcessorSet;
 
 namespace {
 

@@ -62,7 +62,7 @@ std::string pictureCommand(const Request& request) {
     if (svg == none && html == none) {
         return drawText(picture(request), columns, outputIsUtf8() ? boxLines : asciiLines);
     }
-    const std::string drawn = svg != none ? drawSvg(picture(request)) : page(request);
+    std::string drawn = svg != none ? drawSvg(picture(request)) : page(request);
     const std::string& path = svg != none ? svg->second : html->second;
     if (path == "-") {
         return drawn;

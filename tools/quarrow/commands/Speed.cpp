@@ -48,6 +48,7 @@ std::string figureText(const SpeedFigure& figure) {
 
 std::string performanceStatesText(const std::vector<PerformanceState>& states) {
     std::vector<std::string> texts;
+    texts.reserve(states.size());
     for (const PerformanceState& state : states) {
         texts.push_back("P" + std::to_string(state.number) + " " + megahertzText(state.hertz));
     }

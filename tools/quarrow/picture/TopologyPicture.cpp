@@ -12,7 +12,6 @@ using libQuarrow::topology::Cache;
 using libQuarrow::topology::CacheFigures;
 using libQuarrow::topology::CacheType;
 using libQuarrow::topology::CoreKind;
-using libQuarrow::topology::Processor;
 using libQuarrow::topology::ProcessorSet;
 using libQuarrow::topology::Topology;
 
@@ -23,7 +22,7 @@ zel::String text(const std::string& utf8) {
 }
 
 std::string shortName(const CacheFigures& figures) {
-    const std::string level = "L" + std::to_string(figures.level);
+    std::string level = "L" + std::to_string(figures.level);
     switch (figures.type) {
     case CacheType::data:
         return level + "d";

@@ -52,8 +52,8 @@ class x86_topology {
     };
 
     // `facts` is written by getTopologyInfo. What the decoding does not reach keeps its value.
-    x86_topology(Processor processor, CpuidReader& cpuid, MsrReader readMsr, x86_topology_facts& facts)
-        : m_processor(std::move(processor)), m_cpuid(cpuid), m_readMsr(std::move(readMsr)), m_facts(facts) {}
+    x86_topology(const Processor& processor, CpuidReader& cpuid, MsrReader readMsr, x86_topology_facts& facts)
+        : m_processor(processor), m_cpuid(cpuid), m_readMsr(std::move(readMsr)), m_facts(facts) {}
 
     // Never fails: a processor that cannot be placed counts as a package of its own. Touches nothing where CPUID has no
     // leaf above 0.

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <cstring>
 #include <langinfo.h>
-#include <locale.h>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale() is of POSIX
 #include <sys/ioctl.h>
 #include <unistd.h>
 
