@@ -59,12 +59,16 @@ ToolRun runTool(const std::string& arguments, const std::string& input) {
         writeContent(in, {});
     }
     fs::remove(out);
+    fs::remove(err);
     // The command must not begin with a quotation mark: cmd.exe would take it and the last one away. A redirection in
     // `arguments` comes later and so wins.
     fs::current_path(QUARROW_TOOL_FOLDER);
     const std::string command =
         QUARROW_TOOL_COMMAND " <" + quoted(in) + " 2>" + quoted(err) + " >" + quoted(out) + " " + arguments;
-    const int result = std::system(command.c_str());
+    int result = std::system(command.c_str());
+    if (result == -1) {
+        result = std::system(command.c_str()); // no shell was started, so the tool was not: Wine refuses now and then
+    }
     ToolRun run;
     run.status = result % 256 == 0 ? result / 256 : result; // a POSIX system has the status in the second byte
     run.out = contentOf(out);
