@@ -1,6 +1,7 @@
 # What `cmake --install` lays down, in three components. "libraries": those, on Windows with the run-time libraries of MinGW.
 # "tool": it, the documents, the man page and the completions. "development": the public headers, the CMake package, the
-# pkg-config file and the examples. On Linux a fourth, "static", which is not installed with the others: the tool that needs no library at all.
+# pkg-config file and the examples. On Linux a fourth, "static", which is not installed with the others: the tool that needs no
+# library at all.
 include(CMakePackageConfigHelpers)
 
 get_property(libraries GLOBAL PROPERTY QUARROW_LIBRARIES)

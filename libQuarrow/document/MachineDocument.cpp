@@ -240,7 +240,7 @@ ordered_json tlbJson(const Tlb& tlb) {
     const auto& figures = tlb.figures;
     return {{"level", "L" + std::to_string(figures.level)},
             {"type", nameOf(figures.type)},
-            {"pageSizes", std::vector<std::uint64_t>(figures.pageSizes.begin(), figures.pageSizes.end())},
+            {"pageSizes", figures.pageSizes.list()},
             {"entries", figures.entries},
             {"ways", orNull(figures.ways)},
             {"processors", numbersJson(tlb.processors)}};

@@ -3,12 +3,11 @@
 #include <libQuarrow/quarrow_export.h>
 #include <libQuarrow/topology/ProcessorSet.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <iterator>
 #include <optional>
 #include <tuple>
+#include <vector>
 
 namespace libQuarrow::topology {
 
@@ -20,33 +19,6 @@ QUARROW_EXPORT const char* nameOf(TlbType type);
 // Sizes of pages in bytes, each a power of two. Kept as their sum, so that it needs no memory of its own.
 class PageSizes {
   public:
-    // Walks the sizes upwards.
-    class Iterator {
-      public:
-        using iterator_category = std::input_iterator_tag;
-        using value_type = std::uint64_t;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const std::uint64_t*;
-        using reference = std::uint64_t;
-
-        explicit constexpr Iterator(std::uint64_t rest) : m_rest(rest) {}
-        constexpr std::uint64_t operator*() const { return m_rest & (~m_rest + 1); }
-        constexpr Iterator& operator++() {
-            m_rest &= m_rest - 1;
-            return *this;
-        }
-        constexpr Iterator operator++(int) {
-            const Iterator before = *this;
-            ++*this;
-            return before;
-        }
-        friend constexpr bool operator==(Iterator a, Iterator b) { return a.m_rest == b.m_rest; }
-        friend constexpr bool operator!=(Iterator a, Iterator b) { return a.m_rest != b.m_rest; }
-
-      private:
-        std::uint64_t m_rest;
-    };
-
     constexpr PageSizes() = default; // none
     constexpr PageSizes(std::initializer_list<std::uint64_t> sizes) {
         for (const std::uint64_t size : sizes) {
@@ -55,18 +27,26 @@ class PageSizes {
     }
 
     constexpr std::uint64_t sum() const { return m_sum; } // a bit for each size
-    constexpr Iterator begin() const { return Iterator(m_sum); }
-    constexpr Iterator end() const { return Iterator(0); }
+    // Ascending.
+    std::vector<std::uint64_t> list() const {
+        std::vector<std::uint64_t> sizes;
+        for (std::uint64_t rest = m_sum; rest != 0; rest &= rest - 1) {
+            sizes.push_back(smallestOf(rest));
+        }
+        return sizes;
+    }
     friend constexpr bool operator==(PageSizes a, PageSizes b) { return a.m_sum == b.m_sum; }
     friend constexpr bool operator!=(PageSizes a, PageSizes b) { return a.m_sum != b.m_sum; }
     // As lists compare: by the first size that differs, where one of the two ends by having no more.
     friend constexpr bool operator<(PageSizes a, PageSizes b) {
-        const std::uint64_t first = *Iterator(a.m_sum ^ b.m_sum);
+        const std::uint64_t first = smallestOf(a.m_sum ^ b.m_sum);
         const std::uint64_t below = first - 1;
         return (a.m_sum & first) != 0 ? (b.m_sum & ~below) != 0 : first != 0 && (a.m_sum & ~below) == 0;
     }
 
   private:
+    static constexpr std::uint64_t smallestOf(std::uint64_t sum) { return sum & (~sum + 1); }
+
     std::uint64_t m_sum = 0;
 };
 

@@ -23,9 +23,9 @@ struct NumaNode {
 
 // A whole machine: what its processors are, where they sit, and what they share.
 //
-// Taken in one visit of each processor, no CPUID leaf read twice there. From then on a value: it executes nothing, may be
-// copied, and may be used by any number of threads at once. Whatever a processor or hypervisor tells, each processor is
-// in one core, each core in one package, and no two processors are in one place.
+// Taken in one visit of each processor, no CPUID leaf read twice there. From then on a value: it executes nothing, may
+// be copied, and may be used by any number of threads at once. Whatever a processor or hypervisor tells, each processor
+// is in one core, each core in one package, and no two processors are in one place.
 class QUARROW_EXPORT Topology {
   public:
     // Of the current machine. The calling thread (or, `useThreadAffinity` false, the process) is moved to each

@@ -135,7 +135,7 @@ void expectSame(const quarrow_machine* c, const topology::Topology& machine) {
         quarrow_tlb facts;
         ASSERT_EQ(quarrow_machine_tlb(c, i, &facts, sizeof facts), QUARROW_OK);
         std::uint64_t pages = 0;
-        for (const std::uint64_t size : figures.pageSizes) {
+        for (const std::uint64_t size : figures.pageSizes.list()) {
             pages += size;
         }
         EXPECT_EQ(std::tie(facts.level, facts.page_sizes, facts.entries),

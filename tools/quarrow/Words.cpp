@@ -97,7 +97,7 @@ std::string tlbName(const TlbFigures& figures) {
 
 std::string pageSizesText(const TlbFigures& figures) {
     std::vector<std::string> pages;
-    for (const std::uint64_t size : figures.pageSizes) {
+    for (const std::uint64_t size : figures.pageSizes.list()) {
         pages.push_back(sizeText(size));
     }
     return joined(pages, " or ");

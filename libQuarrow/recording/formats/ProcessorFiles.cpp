@@ -69,7 +69,8 @@ boost::optional<Recording> parseProcessorArchive(std::string_view archive, const
         const std::size_t nameBegins = slash == std::string::npos ? 0 : slash + 1;
         if (const auto number = processorFileNumber(std::string_view(file.path).substr(nameBegins))) {
             std::string folder = file.path.substr(0, nameBegins);
-            std::replace_if(folder.begin(), folder.end(), [](char c) { return c >= 0 && c < ' '; }, '?');
+            std::replace_if(
+                folder.begin(), folder.end(), [](char c) { return c >= 0 && c < ' '; }, '?');
             folders[folder][*number] = std::string(file.contents); // named in messages, which are one line
         }
     }

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-// Private to the library: which Intel processors differ from the newest servers in the registers of their limits. Intel's
-// manual, volume 4, the tables of model-specific registers of each generation, and the Linux kernel's turbostat and
-// intel_tcc, which know the layouts of the models that the manual names together.
+// Private to the library: which Intel processors differ from the newest servers in the registers of their limits.
+// Intel's manual, volume 4, the tables of model-specific registers of each generation, and the Linux kernel's turbostat
+// and intel_tcc, which know the layouts of the models that the manual names together.
 
 namespace libQuarrow::topology {
 

@@ -198,7 +198,8 @@ TEST(RecordingFile, IsReadOrRefusedAsItStands) {
     };
     EXPECT_EQ(read("/nowhere/dump.txt"), "/nowhere/dump.txt: it cannot be opened: No such file or directory" + formats);
     EXPECT_EQ(read(QUARROW_SOURCE_DIR),
-              QUARROW_SOURCE_DIR ": it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" + formats);
+              QUARROW_SOURCE_DIR ": it is a folder or an archive without the files pu0, pu1 ... of hwloc-gather-cpuid" +
+                  formats);
     EXPECT_EQ(read("\xFF").substr(0, 6), "\xFF: it "); // UTF-8 it is not
     std::ofstream(path, std::ios::binary) << "CPU:\r\n" + raw0;
     EXPECT_EQ(read(path), "0:0 0.0=d");

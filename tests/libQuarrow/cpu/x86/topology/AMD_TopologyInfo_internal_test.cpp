@@ -29,7 +29,8 @@ TEST(AmdTopology, EntryFromLeaves) {
     EXPECT_FALSE(AMD_TopologyInfo::isSupported(without));
 }
 
-// Two nodes, the first with the higher core, in a jumbled order: threads are numbered by APIC ID, and both nodes are socket 0, on purpose.
+// Two nodes, the first with the higher core, in a jumbled order: threads are numbered by APIC ID, and both nodes are
+// socket 0, on purpose.
 TEST(AmdTopology, NumbersThreadsAndReports) {
     const LogCapture log;
     const AMD_TopologyInfo table(
