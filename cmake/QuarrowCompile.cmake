@@ -8,11 +8,14 @@ function(quarrow_warnings target)
 endfunction()
 
 # quarrow_unity(<target>): where it is compiled in batches of several sources (UNITY_BUILD), as the presets do to parse
-# headers less often, these stay on their own: the sources of Windows, whose headers define words of ours.
+# headers less often, there are two: the sources of Windows, whose headers define words of ours, have their own.
 function(quarrow_unity target)
     get_target_property(sources ${target} SOURCES)
-    list(FILTER sources INCLUDE REGEX "/os/windows/.*\\.cpp$")
-    set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    list(FILTER sources INCLUDE REGEX "\\.cpp$")
+    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP common)
+    list(FILTER sources INCLUDE REGEX "/os/windows/")
+    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP windows)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
     # What is local to one source of a batch is not known to the next. gcc also takes them for headers, in which a local type
     # would be a fault. Where they are compiled alone, as without a preset, both are looked for.
     set(before "#pragma GCC diagnostic ignored \"-Wshadow\"")
@@ -22,11 +25,11 @@ function(quarrow_unity target)
     set_target_properties(${target} PROPERTIES UNITY_BUILD_CODE_BEFORE_INCLUDE "${before}")
 endfunction()
 
-# quarrow_as_one(<target>): it is compiled in one batch, unless the user decides otherwise by CMAKE_UNITY_BUILD. For where
+# quarrow_as_one(<target>): it is compiled in batches, unless the user decides otherwise by CMAKE_UNITY_BUILD. For where
 # the headers of others are most of what compiling costs.
 function(quarrow_as_one target)
     if(NOT DEFINED CMAKE_UNITY_BUILD)
-        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
     endif()
     quarrow_unity(${target})
 endfunction()

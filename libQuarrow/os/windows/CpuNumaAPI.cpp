@@ -1,19 +1,13 @@
 #include <libQuarrow/os/windows/CpuNumaAPI.h>
 
+#include <libQuarrow/os/windows/cpu/x86/bind.h>
+
 namespace libQuarrow::os {
-namespace {
-
-template <class Function>
-void bind(const zel::DynamicLibrary& module, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(module.getSymbol(name));
-}
-
-} // namespace
 
 CpuNumaAPI::CpuNumaAPI() : m_kernel32("kernel32.dll") {
     if (m_kernel32.load()) {
-        bind(m_kernel32, "GetNumaHighestNodeNumber", m_pGetNumaHighestNodeNumber);
-        bind(m_kernel32, "GetNumaNodeProcessorMaskEx", m_pGetNumaNodeProcessorMaskEx);
+        cpu::bind(m_kernel32, "GetNumaHighestNodeNumber", m_pGetNumaHighestNodeNumber);
+        cpu::bind(m_kernel32, "GetNumaNodeProcessorMaskEx", m_pGetNumaNodeProcessorMaskEx);
     }
 }
 

@@ -1,21 +1,18 @@
 #include <libQuarrow/os/windows/cpu/x86/CpuGroupAPI.h>
 
+#include <libQuarrow/os/windows/cpu/x86/bind.h>
+
 #include <algorithm>
 #include <cstddef>
 
 namespace libQuarrow::cpu {
 namespace {
 
-using Record = _SYSTEM_LOGICAL_PROCESSOR_INFORMATION_EX;
+using GroupRecord = _SYSTEM_LOGICAL_PROCESSOR_INFORMATION_EX;
 
 // The part of a record that each has: its relationship and its size.
-constexpr DWORD headerSize = offsetof(Record, Processor);
-constexpr DWORD groupMaskOffset = offsetof(Record, Processor.GroupMask);
-
-template <class Function>
-void bind(const zel::DynamicLibrary& module, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(module.getSymbol(name));
-}
+constexpr DWORD headerSize = offsetof(GroupRecord, Processor);
+constexpr DWORD groupMaskOffset = offsetof(GroupRecord, Processor.GroupMask);
 
 } // namespace
 
@@ -38,19 +35,20 @@ boost::optional<CpuGroupAPI> CpuGroupAPI::create() {
 }
 
 void CpuGroupAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
-                                     std::function<void(const Record&)> visitor) const {
+                                     std::function<void(const GroupRecord&)> visitor) const {
     DWORD length = 0;
     if (m_pGetLogicalProcessorInformationEx(relationship, nullptr, &length) != FALSE || length == 0) {
         return;
     }
     std::vector<std::byte> buffer(length);
-    if (m_pGetLogicalProcessorInformationEx(relationship, reinterpret_cast<Record*>(buffer.data()), &length) == FALSE) {
+    if (m_pGetLogicalProcessorInformationEx(relationship, reinterpret_cast<GroupRecord*>(buffer.data()), &length) ==
+        FALSE) {
         return;
     }
     length = std::min(length, static_cast<DWORD>(buffer.size()));
     DWORD offset = 0;
     while (length - offset >= headerSize) {
-        const auto& record = *reinterpret_cast<const Record*>(buffer.data() + offset);
+        const auto& record = *reinterpret_cast<const GroupRecord*>(buffer.data() + offset);
         // Neither a size of zero nor one past the buffer may lead the walk astray.
         if (record.Size < headerSize || record.Size > length - offset) {
             return;
@@ -62,7 +60,7 @@ void CpuGroupAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationshi
 
 std::vector<_GROUP_AFFINITY> CpuGroupAPI::getProcessGroupAffinity() const {
     std::vector<_GROUP_AFFINITY> groups;
-    walkLogicalCpuInfo(RelationProcessorPackage, [&groups](const Record& record) {
+    walkLogicalCpuInfo(RelationProcessorPackage, [&groups](const GroupRecord& record) {
         if (record.Size < groupMaskOffset) {
             return;
         }

@@ -6,9 +6,9 @@
 
 namespace libQuarrow::cpu {
 
-using Record = _SYSTEM_LOGICAL_PROCESSOR_INFORMATION;
+using LegacyRecord = _SYSTEM_LOGICAL_PROCESSOR_INFORMATION;
 constexpr DWORD recordSize = 32;
-static_assert(sizeof(Record) == recordSize);
+static_assert(sizeof(LegacyRecord) == recordSize);
 
 CpuLegacyAPI::CpuLegacyAPI()
     : m_pGetProcessAffinityMask(&::GetProcessAffinityMask), m_pSetProcessAffinityMask(&::SetProcessAffinityMask),
@@ -20,13 +20,13 @@ boost::optional<CpuLegacyAPI> CpuLegacyAPI::create() {
 }
 
 void CpuLegacyAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationship,
-                                      std::function<void(const Record&)> visitor) const {
+                                      std::function<void(const LegacyRecord&)> visitor) const {
     DWORD length = 0;
     if (m_pGetLogicalProcessorInformation(nullptr, &length) != FALSE || GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
         return;
     }
     std::vector<std::byte> buffer(length);
-    if (m_pGetLogicalProcessorInformation(reinterpret_cast<Record*>(buffer.data()), &length) == FALSE) {
+    if (m_pGetLogicalProcessorInformation(reinterpret_cast<LegacyRecord*>(buffer.data()), &length) == FALSE) {
         return;
     }
     length = std::min(length, static_cast<DWORD>(buffer.size()));
@@ -37,7 +37,7 @@ void CpuLegacyAPI::walkLogicalCpuInfo(_LOGICAL_PROCESSOR_RELATIONSHIP relationsh
     // last record never is. Callers rely on what they got so far.
     DWORD offset = 0;
     do {
-        const auto& record = *reinterpret_cast<const Record*>(buffer.data() + offset);
+        const auto& record = *reinterpret_cast<const LegacyRecord*>(buffer.data() + offset);
         if (record.Relationship == relationship) {
             visitor(record);
         }

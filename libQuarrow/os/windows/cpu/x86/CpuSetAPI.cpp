@@ -1,12 +1,9 @@
 #include <libQuarrow/os/windows/cpu/x86/CpuSetAPI.h>
 
+#include <libQuarrow/os/windows/cpu/x86/bind.h>
+
 namespace libQuarrow::cpu {
 namespace {
-
-template <class Function>
-void bind(const zel::DynamicLibrary& module, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(module.getSymbol(name));
-}
 
 std::vector<GROUP_AFFINITY> read(CpuSetAPI::Get get, HANDLE object) {
     USHORT count = 0;
