@@ -10,7 +10,7 @@ build="g++ cmake ninja-build pkg-config libboost-dev libfmt-dev libspdlog-dev li
 clang="clang libclang-rt-14-dev"
 test="googletest libgtest-dev libgmock-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev lintian file python3-jsonschema
     python3-yaml chromium chromium-driver cpuid hwloc-nox sqlite3 $clang"
-# Another linker and archiver for Windows, and what the Python package is tested with.
+# A faster linker, which is also the other one for Windows, an archiver, and what the Python package is tested with.
 test="$test lld llvm python3-pytest python3-venv mypy"
 bench="libbenchmark-dev libhwloc-dev"
 fuzz="$clang"

@@ -81,44 +81,46 @@ try "$work/unpacked/usr"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib with_pkg_config "$work/unpacked/usr"
 LD_LIBRARY_PATH=$work/unpacked/usr/lib in_c "$work/unpacked/usr" cc
 
-# Part of another project: demands no GoogleTest and none of the tool's libraries, leaves output folders and warnings alone.
+# Part of another project, with static libraries: demands neither GoogleTest nor the libraries of the tool, leaves output
+# folders and warnings alone. Its C interface is for users without a compiler of C++.
 mkdir -p "$work/part"
 cat >"$work/part/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.22)
 project(Part CXX)
-foreach(package GTest CLI11 nlohmann_json)
-    set(CMAKE_DISABLE_FIND_PACKAGE_\${package} ON)
-endforeach()
+set(CMAKE_DISABLE_FIND_PACKAGE_GTest ON)
+set(CMAKE_DISABLE_FIND_PACKAGE_CLI11 ON)
 set(BUILD_SHARED_LIBS OFF)
 add_subdirectory($source quarrow)
 add_executable(part part.cpp)
-target_link_libraries(part PRIVATE Quarrow::zel)
+target_link_libraries(part PRIVATE Quarrow::Quarrow)
 EOF
 cat >"$work/part/part.cpp" <<EOF
 #include <zel/Temperature.h>
 #include <libQuarrow/cpu/x86/x86_cpu.h>
 int main(int, char**) { int unused; }
 EOF
+# part FOLDER OPTION...: configures it there.
+part() {
+    folder=$1
+    shift
+    cmake -S "$work/part" -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_UNITY_BUILD=ON \
+        -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "$@" >"$work/log" 2>&1 ||
+        fail "add_subdirectory: $(cat "$work/log")"
+}
+part "$work/part/build" -DQUARROW_BUILD_C=ON -DQUARROW_INSTALL=ON
 {
-    cmake -S "$work/part" -B "$work/part/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
-        -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON &&
-        cmake --build "$work/part/build" --target part
+    cmake --build "$work/part/build" && cmake --install "$work/part/build" --prefix "$work/static"
 } >"$work/log" 2>&1 || fail "add_subdirectory: $(cat "$work/log")"
 "$work/part/build/part" || fail "add_subdirectory: the program does not run"
 ! grep -q -e -Werror "$work/part/build/compile_commands.json" || fail "add_subdirectory: our warnings are errors of others"
-! grep -q -e QUARROW_HAS_JSON "$work/part/build/compile_commands.json" || fail "add_subdirectory: uses what it was denied"
 [ ! -e "$work/part/build/bin" ] || fail "add_subdirectory: decides where things are built"
+part "$work/part/without_json" -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON
+! grep -q -e QUARROW_HAS_JSON "$work/part/without_json/compile_commands.json" || fail "add_subdirectory: uses what it was denied"
 # The only source that would be another one without the library.
 "$compiler" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$source" -I"$root/include" \
     "$source/libQuarrow/recording/formats/FirecrackerJson.cpp" || fail "does not compile without a library for JSON"
 echo "built as a part of another project"
 
-# Static libraries, and the C interface of them, for users without a compiler of C++.
-{
-    cmake -S "$source" -B "$work/static_build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DBUILD_SHARED_LIBS=OFF \
-        -DQUARROW_BUILD_TOOL=OFF -DQUARROW_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 &&
-        cmake --build "$work/static_build" && cmake --install "$work/static_build" --prefix "$work/static"
-} >"$work/log" 2>&1 || fail "static libraries: $(cat "$work/log")"
 ! find "$work/static" -name '*.so*' | grep . || fail "installs shared libraries where static ones were asked for"
 with_find_package "$work/static"
 static=--static with_pkg_config "$work/static"
