@@ -104,7 +104,7 @@ part() {
     folder=$1
     shift
     cmake -S "$work/part" -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_UNITY_BUILD=ON \
-        -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "$@" >"$work/log" 2>&1 ||
+        -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCMAKE_CXX_FLAGS=-Og "$@" >"$work/log" 2>&1 ||
         fail "add_subdirectory: $(cat "$work/log")"
 }
 part "$work/part/build" -DQUARROW_BUILD_C=ON -DQUARROW_INSTALL=ON
