@@ -46,9 +46,13 @@ endif()
 # loading shared libraries would be most of what a run costs, and so do Windows' DLLs, which are to need no others.
 #
 # quarrow_readers is what the objects are compiled with, QUARROW_READER_LIBRARIES and QUARROW_READER_ARCHIVES are linked.
+# QUARROW_READER_NEEDS is what static libraries of ours have their users link: here the files that were found, once they are
+# installed the names (QUARROW_READER_NAMES), so that they can be used where those files lie elsewhere.
 add_library(quarrow_readers INTERFACE)
 set(QUARROW_READER_LIBRARIES "")
 set(QUARROW_READER_ARCHIVES "")
+set(QUARROW_READER_NAMES "")
+set(QUARROW_READER_NEEDS "")
 macro(quarrow_reader_library name header library)
     find_path(QUARROW_${name}_HEADERS ${header})
     find_library(QUARROW_${name}_ARCHIVE lib${library}.a)
@@ -62,6 +66,8 @@ macro(quarrow_reader_library name header library)
         target_include_directories(quarrow_readers SYSTEM INTERFACE ${QUARROW_${name}_HEADERS})
         target_compile_definitions(quarrow_readers INTERFACE QUARROW_HAS_${name})
         list(APPEND QUARROW_READER_LIBRARIES ${QUARROW_${name}_LIBRARY})
+        list(APPEND QUARROW_READER_NAMES ${library})
+        list(APPEND QUARROW_READER_NEEDS $<BUILD_INTERFACE:${QUARROW_${name}_LIBRARY}> $<INSTALL_INTERFACE:${library}>)
         if(QUARROW_${name}_ARCHIVE)
             list(APPEND QUARROW_READER_ARCHIVES ${QUARROW_${name}_ARCHIVE})
         else()

@@ -122,6 +122,7 @@ part "$work/part/without_json" -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON
 echo "built as a part of another project"
 
 ! find "$work/static" -name '*.so*' | grep . || fail "installs shared libraries where static ones were asked for"
+! grep -r '/usr/' "$work"/static/lib/cmake/Quarrow || fail "the CMake package can be used only where libraries lie as here"
 with_find_package "$work/static"
 static=--static with_pkg_config "$work/static"
 in_c "$work/static" cc

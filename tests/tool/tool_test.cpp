@@ -454,6 +454,10 @@ TEST(Tool, HelpsWithEveryCommand) {
         const ToolRun run = runTool(std::string(command) + " --help");
         EXPECT_EQ(run.status, 0) << command;
         EXPECT_THAT(run.out, HasSubstr(std::string("Usage: quarrow ") + command)) << command;
+        std::istringstream lines(help + run.out);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 80u) << line;
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 #include <tools/quarrow/Logging.h>
 #include <tools/quarrow/Output.h>
 #include <tools/quarrow/Text.h>
+#include <tools/quarrow/Words.h>
 #include <tools/quarrow/classic/ClassicCommands.h>
 #include <tools/quarrow/commands/Commands.h>
 #include <tools/quarrow/os/Console.h>
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <sstream>
 
 using namespace quarrow;
 namespace os = libQuarrow::os;
@@ -59,6 +61,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.name("quarrow");
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("Positionals", "Arguments");
+    app.get_formatter()->column_width(20);
     app.footer(examples);
     app.allow_windows_style_options(false); // what begins with / is a path
     app.fallthrough();                      // options stand before or after the command
@@ -69,13 +72,13 @@ void describe(CLI::App& app, Arguments& arguments) {
                    "Report the machine recorded in FILE instead of this one; - reads standard input")
         ->type_name("FILE");
     app.add_flag("--classic", arguments.request.classic,
-                 "Answer with the classic classes, in their texts; see classic.md");
+                 "Answer with the classic classes; see classic.md");
     app.add_flag("--json", arguments.request.json, "Print one JSON document, for programs");
     app.add_option("--log", arguments.logPriority,
                    "Log to standard error: 1 everything, 2 diagnostics, 3 notices, 4 failures")
         ->type_name("PRIORITY")
         ->check(CLI::Range(1, 4).description(""));
-    app.add_flag("--process", arguments.process, "Visit processors by moving the whole process, not just the thread");
+    app.add_flag("--process", arguments.process, "Visit processors by moving the process, not just the thread");
     for (const Command& command : allCommands()) {
         CLI::App* subcommand = app.add_subcommand(command.name, command.description);
         subcommand->group("Commands")
@@ -118,6 +121,27 @@ std::string answer(const CLI::App& app, Arguments& arguments) {
     return arguments.request.classic ? classicTreeCommand(arguments.request) : summaryCommand(arguments.request);
 }
 
+// The help in the columns of the terminal; what explains an option or a command stays behind it.
+std::string fitted(const std::string& help) {
+    const std::size_t columns = outputColumns();
+    std::istringstream lines(help);
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.size() <= columns) {
+            text += line + "\n";
+            continue;
+        }
+        const std::size_t gap = line.find("  ", line.find_first_not_of(' '));
+        const std::size_t column = gap == std::string::npos ? 0 : line.find_first_not_of(' ', gap);
+        std::string before = line.substr(0, column);
+        for (const zel::String& part : wrapped(zel::String::fromUtf8(line.substr(column)), columns - column)) {
+            text += before + part.toUtf8() + "\n";
+            before.assign(column, ' ');
+        }
+    }
+    return text;
+}
+
 // What was wrong with the command line, and where to look.
 std::string explanation(const CLI::App& app, const CLI::ParseError& error) {
     std::string text = error.what();
@@ -135,14 +159,14 @@ std::string explanation(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 std::string run(std::vector<std::string> words) {
-    CLI::App app{"Quarrow shows everything about the processors of an x86-64 machine: this one, or a recorded one."};
+    CLI::App app{"All about the processors of an x86-64 machine, this one or a recorded one."};
     Arguments arguments;
     describe(app, arguments);
     try {
         std::reverse(words.begin(), words.end()); // as CLI11 takes them
         app.parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
-        return app.help() + "\n";
+        return fitted(app.help()) + "\n";
     } catch (const CLI::CallForVersion& version) {
         return std::string(version.what()) + "\n";
     } catch (const CLI::ParseError& error) {
