@@ -1,6 +1,5 @@
 #include <tools/quarrow/Words.h>
 
-#include <tools/quarrow/Text.h>
 #include <tools/quarrow/os/Console.h>
 
 #include <libQuarrow/topology/names/HypervisorNames.h>
@@ -173,16 +172,22 @@ std::string joined(const std::vector<std::string>& texts, std::string_view separ
     return all;
 }
 
+std::string hanging(std::string before, const std::string& text, std::size_t columns, LongWords longWords) {
+    const std::size_t indent = before.size();
+    std::string all;
+    for (const zel::String& part :
+         wrapped(zel::String::fromUtf8(text), std::max(columns, indent + 8) - indent, longWords)) {
+        all += before + printable(part) + "\n";
+        before.assign(indent, ' ');
+    }
+    return all;
+}
+
 std::string paragraph(std::string_view label, std::string_view value, std::size_t columns) {
-    const std::size_t room = std::max(columns, narrowest) - labelColumns - 2;
-    std::string text;
     std::string before(label);
     before.resize(std::max(before.size(), labelColumns), ' ');
     before += ": ";
-    for (const zel::String& part : wrapped(zel::String::fromUtf8(std::string(value)), room, LongWords::whole)) {
-        text += before + printable(part) + "\n";
-        before.assign(labelColumns + 2, ' ');
-    }
+    const std::string text = hanging(before, std::string(value), std::max(columns, narrowest), LongWords::whole);
     return text.empty() ? before + "\n" : text;
 }
 

@@ -2,6 +2,7 @@
 
 #include <libQuarrow/document/ProcessorWords.h>
 #include <libQuarrow/topology/Topology.h>
+#include <tools/quarrow/Text.h>
 
 #include <cstdint>
 #include <optional>
@@ -49,6 +50,9 @@ std::string orNone(const std::string& text);
 // "a, b, c" of those that are not empty.
 std::string joined(const std::vector<std::string>& texts, std::string_view separator = ", ");
 
+// `text` in lines of so many columns behind what stands before it, broken at blanks, further lines below its beginning.
+std::string hanging(std::string before, const std::string& text, std::size_t columns,
+                    LongWords longWords = LongWords::cut);
 // "Label               : value" and a line feed, the value broken at blanks, and long lists behind commas, where the
 // line would be longer than `columns`, further lines indented to the value. A file name stays whole.
 std::string paragraph(std::string_view label, std::string_view value, std::size_t columns);

@@ -71,8 +71,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.add_option("--machine", arguments.machineFile,
                    "Report the machine recorded in FILE instead of this one; - reads standard input")
         ->type_name("FILE");
-    app.add_flag("--classic", arguments.request.classic,
-                 "Answer with the classic classes; see classic.md");
+    app.add_flag("--classic", arguments.request.classic, "Answer with the classic classes; see classic.md");
     app.add_flag("--json", arguments.request.json, "Print one JSON document, for programs");
     app.add_option("--log", arguments.logPriority,
                    "Log to standard error: 1 everything, 2 diagnostics, 3 notices, 4 failures")
@@ -133,11 +132,7 @@ std::string fitted(const std::string& help) {
         }
         const std::size_t gap = line.find("  ", line.find_first_not_of(' '));
         const std::size_t column = gap == std::string::npos ? 0 : line.find_first_not_of(' ', gap);
-        std::string before = line.substr(0, column);
-        for (const zel::String& part : wrapped(zel::String::fromUtf8(line.substr(column)), columns - column)) {
-            text += before + part.toUtf8() + "\n";
-            before.assign(column, ' ');
-        }
+        text += hanging(line.substr(0, column), line.substr(column), columns);
     }
     return text;
 }

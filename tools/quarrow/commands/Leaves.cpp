@@ -20,17 +20,6 @@ std::string padded(std::string text, std::size_t width) {
     return text;
 }
 
-// The text behind what stands before it, broken at blanks, further lines below its beginning.
-std::string hanging(std::string before, const std::string& text, std::size_t columns) {
-    const std::size_t indent = before.size();
-    std::string all;
-    for (const zel::String& part : wrapped(zel::String::fromUtf8(text), std::max(columns, indent + 8) - indent)) {
-        all += before + printable(part) + "\n";
-        before.assign(indent, ' ');
-    }
-    return all;
-}
-
 // Columns where there is room for them; else name, value and meaning one after the other.
 std::string fieldTable(const std::vector<FieldLine>& lines, std::size_t columns) {
     constexpr std::size_t placeColumns = 12; // "  eax 31:24 "
