@@ -66,8 +66,9 @@ ToolRun runTool(const std::string& arguments, const std::string& input) {
     const std::string command =
         QUARROW_TOOL_COMMAND " <" + quoted(in) + " 2>" + quoted(err) + " >" + quoted(out) + " " + arguments;
     int result = std::system(command.c_str());
-    if (result == -1) {
-        result = std::system(command.c_str()); // no shell was started, so the tool was not: Wine refuses now and then
+    // No shell was started, or it did not start the tool: Wine refuses now and then.
+    if (result == -1 || result == 9009) {
+        result = std::system(command.c_str());
     }
     ToolRun run;
     run.status = result % 256 == 0 ? result / 256 : result; // a POSIX system has the status in the second byte
